@@ -1,0 +1,10 @@
+# qbt2_options: what every target of ours is compiled with. Third-party headers come in as system
+# headers and stay silent.
+add_library(qbt2_options INTERFACE)
+target_compile_options(qbt2_options INTERFACE -Wall -Wextra -Wconversion -Werror)
+if(QBT2_SANITIZE)
+  target_compile_options(qbt2_options INTERFACE -fsanitize=${QBT2_SANITIZE} -fno-omit-frame-pointer
+                         -fno-sanitize-recover=all)
+  target_link_options(qbt2_options INTERFACE -fsanitize=${QBT2_SANITIZE})
+endif()
+target_include_directories(qbt2_options INTERFACE "${PROJECT_SOURCE_DIR}")
