@@ -1,0 +1,130 @@
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <cstring>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <unordered_map>
+#include <vector>
+
+/// Decoded rows, column by column: what the row reader fills and the formatters read. A batch and
+/// its text pool belong to one thread at a time.
+namespace qbt2 {
+
+/// What GetColumnInfo told of one column of the decoder.
+struct ColumnDescription {
+  std::string name;             ///< shown to people: "Route ID"
+  std::string key;              ///< used by machines: "RouteID"
+  std::string description;      ///< one line of help
+  std::uint8_t size_bytes = 0;  ///< 1, 2, 4 or 8
+};
+
+/// The decoder's columns in catalogue order. The column at index k has the position byte
+/// (first_id + k) & 0xFF in the record stream.
+struct ColumnCatalogue {
+  std::uint32_t first_id = 0;
+  std::vector<ColumnDescription> columns;
+};
+
+enum class RowKind : std::uint8_t { kUnknown, kThroughput, kLatency, kTransaction };
+
+/// Texts that rows repeat (master names, descriptions), each kept once and named by a number.
+class TextPool {
+ public:
+  /// The number of this text, new or known.
+  std::uint32_t intern(std::string_view text);
+  std::string_view text(std::uint32_t id) const { return texts_[id]; }
+  std::size_t size() const { return texts_.size(); }
+  /// Forgets all texts, so that a decoder that never repeats one cannot fill the memory. Numbers
+  /// given out before become invalid; `generation` tells caches so.
+  void clear();
+  std::uint64_t generation() const { return generation_; }
+
+ private:
+  std::vector<std::string_view> texts_;
+  std::vector<std::unique_ptr<char[]>> storage_;
+  std::unordered_map<std::string_view, std::uint32_t> ids_;
+  std::uint64_t generation_ = 0;
+};
+
+/// Which catalogue columns a row has: bit k for column k.
+class ColumnMask {
+ public:
+  void set(std::size_t k) { words_[k / 64] |= std::uint64_t{1} << (k % 64); }
+  bool test(std::size_t k) const { return (words_[k / 64] >> (k % 64) & 1) != 0; }
+  const std::array<std::uint64_t, 4>& words() const { return words_; }
+  bool operator==(const ColumnMask&) const = default;
+
+ private:
+  std::array<std::uint64_t, 4> words_{};  // a position byte names at most 256 columns
+};
+
+/// Fields that rows have beside the catalogue's columns.
+struct RowHead {
+  std::uint64_t offset = 0;
+  std::uint64_t timestamp = 0;
+  std::uint64_t time_ns = 0;
+  std::uint64_t address = 0;
+  std::uint32_t master_text = 0;       ///< TextPool number, valid when has_master
+  std::uint32_t type_text = 0;         ///< valid when has_type
+  std::uint32_t description_text = 0;  ///< valid when has_description
+  std::uint16_t stp_master = 0;        ///< full id, before it was cut to the probe id
+  std::uint8_t probe = 0;
+  RowKind kind = RowKind::kUnknown;
+  bool has_timestamp : 1 = false;
+  bool has_time_ns : 1 = false;
+  bool has_probe : 1 = false;
+  bool has_master : 1 = false;
+  bool has_type : 1 = false;
+  bool has_description : 1 = false;
+  bool has_address : 1 = false;
+  ColumnMask columns;  ///< which catalogue columns hold a value
+};
+
+/// At most `capacity` rows. Numbers are stored per column, little-endian in the column's own width;
+/// where a row has no value the cell's content means nothing.
+class RowBatch {
+ public:
+  RowBatch(const ColumnCatalogue& catalogue, std::size_t capacity);
+
+  const ColumnCatalogue& catalogue() const { return *catalogue_; }
+  std::size_t capacity() const { return capacity_; }
+  std::size_t size() const { return size_; }
+  bool full() const { return size_ == capacity_; }
+  /// Drops the rows, keeps the memory; the text pool is emptied only when it has grown past reason.
+  void clear();
+
+  /// The head of row `row`; the row being filled is row size().
+  RowHead& head(std::size_t row) { return heads_[row]; }
+  const RowHead& head(std::size_t row) const { return heads_[row]; }
+  /// The cell of catalogue column k in row `row`: size_bytes bytes.
+  std::uint8_t* cell(std::size_t k, std::size_t row) {
+    return cells_.get() + column_begin_[k] + row * column_width_[k];
+  }
+  std::uint64_t value(std::size_t k, std::size_t row) const {
+    std::uint64_t v = 0;
+    std::memcpy(&v, cells_.get() + column_begin_[k] + row * column_width_[k], column_width_[k]);
+    return v;
+  }
+  /// Makes the row being filled count.
+  void commit_row() { ++size_; }
+  /// Keeps only the first `rows` rows.
+  void truncate(std::size_t rows) { size_ = rows < size_ ? rows : size_; }
+
+  TextPool& texts() { return texts_; }
+  const TextPool& texts() const { return texts_; }
+
+ private:
+  const ColumnCatalogue* catalogue_;
+  std::size_t capacity_;
+  std::size_t size_ = 0;
+  std::vector<RowHead> heads_;
+  std::vector<std::size_t> column_begin_;
+  std::vector<std::uint8_t> column_width_;
+  std::unique_ptr<std::uint8_t[]> cells_;
+  TextPool texts_;
+};
+
+}  // namespace qbt2
