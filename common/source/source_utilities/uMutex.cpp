@@ -1,0 +1,17 @@
+#include "common/source/source_utilities/uMutex.h"
+
+namespace KZ_DVT {
+
+void uMutex::Lock() {
+  mutex_.lock();
+}
+
+bool uMutex::TryLock() {
+  return mutex_.try_lock();
+}
+
+void uMutex::Unlock() {
+  mutex_.unlock();
+}
+
+}  // namespace KZ_DVT

@@ -1,0 +1,15 @@
+#pragma once
+
+#include <stdexcept>
+
+#include "interfaces/qbt2_export.h"
+
+namespace KZ_DVT {
+
+/// What the utilities throw. It carries a message and nothing else.
+class QBT2_API source_utilities_error : public std::runtime_error {
+ public:
+  using std::runtime_error::runtime_error;
+};
+
+}  // namespace KZ_DVT

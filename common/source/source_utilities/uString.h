@@ -1,0 +1,146 @@
+#pragma once
+
+#include <cstdint>
+#include <ios>
+#include <limits>
+#include <locale>
+#include <sstream>
+#include <string>
+#include <type_traits>
+#include <vector>
+
+#include "common/source/source_utilities/source_utilities_error.h"
+#include "interfaces/qbt2_export.h"
+
+/// Text helpers: replacing, splitting and stripping text, and converting booleans and numbers to
+/// and from text. They keep no state, so any thread may use them; they do not depend on the
+/// process's C++ locale, but printing follows the C locale as printf does.
+namespace KZ_DVT {
+
+/// Scale constants: metric prefixes as powers of ten, binary prefixes as powers of two.
+class uEngineeringUnits {
+ public:
+  static constexpr double yotta = 1e24;
+  static constexpr double zetta = 1e21;
+  static constexpr double exa = 1e18;
+  static constexpr double peta = 1e15;
+  static constexpr double tera = 1e12;
+  static constexpr double giga = 1e9;
+  static constexpr double mega = 1e6;
+  static constexpr double kilo = 1e3;
+  static constexpr double milli = 1e-3;
+  static constexpr double micro = 1e-6;
+  static constexpr double nano = 1e-9;
+  static constexpr double pico = 1e-12;
+  static constexpr double femto = 1e-15;
+  static constexpr double atto = 1e-18;
+  static constexpr double zepto = 1e-21;
+  static constexpr double yocto = 1e-24;
+  static constexpr double kibi = 0x1p10;
+  static constexpr double mebi = 0x1p20;
+  static constexpr double gibi = 0x1p30;
+  static constexpr double tebi = 0x1p40;
+  static constexpr double pebi = 0x1p50;
+  static constexpr double exbi = 0x1p60;
+  static constexpr double zebi = 0x1p70;
+  static constexpr double yobi = 0x1p80;
+};
+
+/// All failures are uString::error. An operation that throws leaves its in/out text as it was.
+class QBT2_API uString {
+ public:
+  class QBT2_API error : public source_utilities_error {
+   public:
+    using source_utilities_error::source_utilities_error;
+  };
+
+  /// Replaces `from` by `to` in `text`, left to right, and returns `text`. After a replacement the
+  /// search goes on at the match position plus the length of `from`, not of `to`; so text that `to`
+  /// brings in can match again, and with a shorter `to` some text is stepped over. An empty `from`
+  /// replaces nothing. Throws on null, and where the replacing would never end.
+  static std::string& Replace(std::string& text, const char* from, const char* to);
+
+  /// Splits `source` at the first `delimiter`. Found: `first` and `rest` are the text before and
+  /// after it, result 2. Not found: `first` is all of it, `rest` is empty, result 1, or 0 for an
+  /// empty source. An empty delimiter is never found. `source` may point into `first` or `rest`.
+  /// Throws on null.
+  static std::uint32_t Split(const char* source, std::string& first, std::string& rest,
+                             const char* delimiter);
+
+  /// Appends the fields of `source` to `list`. Empty fields are kept, except one after a delimiter
+  /// at the very end. Throws on null.
+  static void Split(std::vector<std::string>& list, const char* source, const char* delimiter);
+
+  /// Remove the leading or trailing characters that are in `set`; both return `text`.
+  static std::string& StripLeading(std::string& text, const char* set);
+  static std::string& StripTrailing(std::string& text, const char* set);
+
+  /// "true", "TRUE", "True", "false", "FALSE" or "False"; throws on everything else.
+  static bool ToBool(const char* text);
+
+  /// The From functions write into `out`, which they replace, or append to if `append` says so, and
+  /// return it. The forms that take `out` first always append.
+  static std::string& FromBool(bool value, std::string& out, bool append);
+  static std::string& FromBool(std::string& out, bool value);
+
+  /// `format` is a printf format with at most one conversion, of an integer (diouxX) for FromLong
+  /// and of a floating-point number (aAeEfFgG) for the others; null means "%d" and "%f". A length
+  /// modifier in it does not matter: the value is always printed whole. Other conversions, and "*",
+  /// throw. The text is cut at 1023 bytes.
+  static std::string& FromLong(long value, std::string& out, bool append, const char* format);
+  static std::string& FromLong(std::string& out, long value, const char* format = nullptr);
+  static std::string& FromDouble(double value, std::string& out, bool append, const char* format);
+  static std::string& FromDouble(std::string& out, double value, const char* format = nullptr);
+
+  /// The value scaled to its metric prefix, with the prefix right behind it as a word ("kilo") or,
+  /// if `abbreviate`, as a letter ("k"). Zero and negative values come out in yocto.
+  static std::string& FromDoubleInEngrUnits(double value, std::string& out, bool append,
+                                            const char* format, bool abbreviate);
+  static std::string& FromDoubleInEngrUnits(std::string& out, double value,
+                                            const char* format = nullptr, bool abbreviate = false);
+
+  static std::int64_t ToLong(const char* text);
+  static std::int64_t ToInt64(const char* text);
+  static double ToDouble(const char* text);
+
+  /// Reads a number: "0x" or "0X" hexadecimal, a leading "0" with something behind it octal, else
+  /// decimal; leading white space is skipped, and then the base is decimal. A one-byte T is read as
+  /// an int and cut to its eight bits.
+  /// Throws on null, on empty text, where no number of T's range can be read, and where anything
+  /// but white space follows the number: "12 apples", or "09" (no octal number), is a mistake to
+  /// report, not 12, or 0.
+  template <typename T>
+  static T ToNumeric(const char* text);
+
+ private:
+  enum class NumberBase { kDecimal, kOctal, kHexadecimal };
+  /// Also rejects null and empty text.
+  static NumberBase BaseOf(const char* text);
+  [[noreturn]] static void ThrowNotNumeric(const char* text);
+};
+
+template <typename T>
+T uString::ToNumeric(const char* text) {
+  static_assert(std::is_arithmetic_v<T>);
+  using Read = std::conditional_t<sizeof(T) == 1, int, T>;
+
+  const NumberBase base = BaseOf(text);
+  std::istringstream stream(text);
+  stream.imbue(std::locale::classic());
+  stream.setf(base == NumberBase::kHexadecimal ? std::ios_base::hex
+              : base == NumberBase::kOctal     ? std::ios_base::oct
+                                               : std::ios_base::dec,
+              std::ios_base::basefield);
+  Read value = {};
+  stream >> value;
+  if (stream.fail()) {
+    ThrowNotNumeric(text);
+  }
+  stream >> std::ws;
+  if (!stream.eof()) {
+    ThrowNotNumeric(text);
+  }
+  return static_cast<T>(value);
+}
+
+}  // namespace KZ_DVT
