@@ -1,0 +1,137 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+#include <map>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include "interfaces/device_session_if.h"
+#include "interfaces/qbt2_export.h"
+#include "platforms/source/device/component.h"
+#include "platforms/source/device/device_result.h"
+#include "platforms/source/device/module_map.h"
+#include "platforms/source/device/named_collection.h"
+#include "platforms/source/device/target.h"
+#include "platforms/source/device/trace_receiver.h"
+#include "platforms/source/device/trace_route.h"
+#include "platforms/source/device/trace_topology.h"
+
+/// A device as the host describes it: its components and how trace runs between them, module maps,
+/// targets and trace receivers. The host fills it, the decoder and the configuration manager ask it
+/// through IDevice_t.
+///
+/// The device owns everything added to it; pointers it hands out are borrowed and good as long as
+/// it lives (trace routes: until DestroyTraceRoutes). Building returns an eDeviceResult, queries
+/// answer null, false or an empty list for what is not there; neither throws for bad input. A
+/// device is used by one thread at a time. Public operations leave entry and exit records in the
+/// debug log.
+namespace EktTrace {
+
+/// A checked pair of indices into system_trace_type_map and system_trace_type_detail_map.
+struct SystemTraceInfo_t {
+  std::int32_t type = 0;
+  std::int32_t detail = 0;
+};
+
+class QBT2_API DeviceBase_t : public IDevice_t {
+ public:
+  explicit DeviceBase_t(std::string name);
+  virtual ~DeviceBase_t();
+  DeviceBase_t(const DeviceBase_t&) = delete;
+  DeviceBase_t& operator=(const DeviceBase_t&) = delete;
+
+  const std::string& GetName() const { return name_; }
+
+  // Building. An object handed over is taken when the result is eDeviceOk and destroyed otherwise;
+  // it is never null.
+
+  /// Local names are unique among components and trace receivers, so that the end of a link is one
+  /// thing only; global names are unique among components. Two components may share a trace id:
+  /// such devices exist, where the streams end in different receivers.
+  eDeviceResult AddComponent(std::unique_ptr<Component_t> component);
+  eDeviceResult AddModuleMap(std::unique_ptr<ModuleMap_t> map);
+  eDeviceResult AddTarget(std::unique_ptr<Target_t> target);
+  eDeviceResult AddTraceReceiver(std::unique_ptr<TraceReceiver_t> receiver);
+  /// Trace leaves the component `source` and enters `sink`, a component or a trace receiver, both
+  /// by local name. Trace goes no further than a receiver, so a receiver is no source.
+  eDeviceResult AddTraceLink(const std::string& source, const std::string& sink);
+
+  // Components.
+
+  /// By local name, or null.
+  const Component_t* GetComponent(const std::string& name) const override;
+  /// By global name, or null; components without a global name are not found.
+  const Component_t* GetComponentByGlobalName(std::string_view globalName) const;
+  /// In the order of adding.
+  const std::vector<const Component_t*>& GetComponents() const { return components_.GetAll(); }
+  std::vector<const Component_t*> GetComponentsByType(eComponentType type) const;
+  std::vector<const Component_t*> GetComponentsByScope(eComponentScope scope) const;
+  /// False, and `traceId` unchanged, when there is no such component or it has no trace id.
+  bool GetTraceId(const std::string& component, std::uint32_t& traceId) const;
+
+  // Module maps, targets, receivers. By name, or null; the lists in the order of adding.
+
+  const ModuleMap_t* GetModuleMap(std::string_view name) const { return moduleMaps_.Find(name); }
+  const std::vector<const ModuleMap_t*>& GetModuleMaps() const { return moduleMaps_.GetAll(); }
+  const Target_t* GetTarget(std::string_view name) const { return targets_.Find(name); }
+  const std::vector<const Target_t*>& GetTargets() const { return targets_.GetAll(); }
+  /// False when there is no such target. `adapter` stays the caller's, outlives its use here and
+  /// may be null.
+  bool SetTargetAdapter(std::string_view target, ITargetAdapter_t* adapter);
+  /// Null when there is no such target or it has no adapter.
+  ITargetAdapter_t* GetTargetAdapter(std::string_view target) const;
+  const TraceReceiver_t* GetTraceReceiver(std::string_view name) const {
+    return receivers_.Find(name);
+  }
+  const std::vector<const TraceReceiver_t*>& GetTraceReceivers() const {
+    return receivers_.GetAll();
+  }
+
+  // Trace routes. A search sees all links added so far.
+
+  bool HasTraceRoute(const std::string& component, const std::string& receiver) const;
+  /// A shortest route from the component to each receiver it reaches, shortest first; of equally
+  /// long ones, the one over earlier added links first.
+  std::vector<TraceRoute_t> FindTraceRoutes(const std::string& component) const;
+  /// Finds a shortest route and keeps it, or answers null when there is none. A route that is kept
+  /// for this pair already is given again, whatever links were added since: it is in use.
+  const TraceRoute_t* CreateTraceRoute(const std::string& component, const std::string& receiver);
+  /// How many routes are kept.
+  std::size_t GetTraceRouteCount() const { return routes_.size(); }
+  /// Ends all kept routes; pointers to them are no longer good.
+  void DestroyTraceRoutes();
+
+  // What kind of system trace the device sends.
+
+  /// Accepts the pair only when `type` is an index of system_trace_type_map and `detail` one of
+  /// system_trace_type_detail_map, and otherwise keeps what was set before. The rows of index 0,
+  /// the error kinds, are rows like the others.
+  bool SetSystemTraceInfo(std::int32_t type, std::int32_t detail);
+  /// Nothing until a pair was accepted.
+  std::optional<SystemTraceInfo_t> GetSystemTraceInfo() const { return systemTraceInfo_; }
+
+ private:
+  eDeviceResult CheckComponent(const Component_t& component) const;
+  std::optional<TraceRoute_t> FindTraceRoute(const std::string& component,
+                                             const std::string& receiver) const;
+  TraceRoute_t MakeTraceRoute(const TraceReach_t& reach, std::size_t end,
+                              const TraceReceiver_t& receiver) const;
+
+  std::string name_;
+  NamedCollection_t<Component_t> components_;
+  std::map<std::string, const Component_t*, std::less<>> byGlobalName_;
+  NamedCollection_t<ModuleMap_t> moduleMaps_;
+  NamedCollection_t<Target_t> targets_;
+  NamedCollection_t<TraceReceiver_t> receivers_;
+  TraceTopology_t topology_;
+  std::vector<std::unique_ptr<const TraceRoute_t>> routes_;
+  std::optional<SystemTraceInfo_t> systemTraceInfo_;
+};
+
+}  // namespace EktTrace

@@ -1,0 +1,227 @@
+// The device model as a host builds and asks it: names, property lists, module maps, trace ids,
+// system trace kinds, and what a refused addition leaves behind.
+#include <cstdint>
+#include <limits>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "platforms/source/device/device_base.h"
+#include "platforms/source/device/device_identifier.h"
+
+namespace EktTrace {
+namespace {
+
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
+
+std::unique_ptr<Component_t> Component(const std::string& local, const std::string& global = "",
+                                       std::optional<std::uint32_t> traceId = std::nullopt) {
+  return std::make_unique<Component_t>(
+      ComponentInfo_t{local, global, eComponentOther, eScopeDevice, traceId});
+}
+
+std::vector<std::string> Names(const std::vector<const Component_t*>& components) {
+  std::vector<std::string> names;
+  for (const Component_t* component : components) names.push_back(component->GetName());
+  return names;
+}
+
+TEST(DeviceModel, FindsComponentsByEachOfTheirProperties) {
+  DeviceBase_t device("SOC");
+  auto add = [&](const char* local, const char* global, eComponentType type,
+                 eComponentScope scope) {
+    ASSERT_EQ(device.AddComponent(std::make_unique<Component_t>(
+                  ComponentInfo_t{local, global, type, scope, std::nullopt})),
+              eDeviceOk);
+  };
+  add("QBT_B", "SOC/QBT_B", eComponentBusTracer, eScopeSubsystem);
+  add("STM", "SOC/STM", eComponentSystemTrace, eScopeDevice);
+  add("QBT_A", "", eComponentBusTracer, eScopeDevice);
+
+  ASSERT_NE(device.GetComponent("STM"), nullptr);
+  EXPECT_EQ(device.GetComponent("STM")->GetGlobalName(), "SOC/STM");
+  EXPECT_EQ(device.GetComponentByGlobalName("SOC/STM"), device.GetComponent("STM"));
+  // Global and local names are two worlds, and no component answers to an empty global name.
+  for (const char* unknown : {"", "stm", "SOC/STM", "STM "}) {
+    EXPECT_EQ(device.GetComponent(unknown), nullptr) << '"' << unknown << '"';
+  }
+  EXPECT_EQ(device.GetComponentByGlobalName("STM"), nullptr);
+  EXPECT_EQ(device.GetComponentByGlobalName(""), nullptr);
+  EXPECT_THAT(Names(device.GetComponentsByType(eComponentBusTracer)),
+              ElementsAre("QBT_B", "QBT_A"));
+  EXPECT_THAT(Names(device.GetComponentsByScope(eScopeDevice)), ElementsAre("STM", "QBT_A"));
+  EXPECT_THAT(device.GetComponentsByType(eComponentFunnel), IsEmpty());
+}
+
+TEST(DeviceModel, RefusesWhatWouldBeAmbiguousAndStaysAsItWas) {
+  DeviceBase_t device("SOC");
+  ASSERT_EQ(device.AddTraceReceiver(std::make_unique<TraceReceiver_t>("ETB", eReceiverBuffer, 0)),
+            eDeviceOk);
+  ASSERT_EQ(device.AddComponent(Component("STM", "SOC/STM", 0x10)), eDeviceOk);
+  const Component_t* first = device.GetComponent("STM");
+
+  struct Refused_t {
+    const char* local;
+    const char* global;
+    std::optional<std::uint32_t> traceId;
+    eDeviceResult why;
+  };
+  const Refused_t cases[] = {
+      {"", "x", std::nullopt, eDeviceEmptyName},
+      {"STM", "other", std::nullopt, eDeviceDuplicateName},
+      {"ETB", "", std::nullopt, eDeviceDuplicateName},
+      {"NEW", "SOC/STM", std::nullopt, eDeviceDuplicateGlobalName},
+      {"NEW", "", 0x00, eDeviceInvalidTraceId},
+      {"NEW", "", 0x70, eDeviceInvalidTraceId},
+      {"NEW", "", 0x110, eDeviceInvalidTraceId},
+  };
+  for (const Refused_t& c : cases) {
+    EXPECT_EQ(device.AddComponent(Component(c.local, c.global, c.traceId)), c.why)
+        << c.local << " / " << c.global;
+  }
+  EXPECT_EQ(device.AddTraceReceiver(std::make_unique<TraceReceiver_t>("STM", eReceiverProbe, 0)),
+            eDeviceDuplicateName);
+  EXPECT_EQ(device.AddTarget(std::make_unique<Target_t>("")), eDeviceEmptyName);
+
+  EXPECT_THAT(device.GetComponents(), ElementsAre(first));
+  EXPECT_EQ(device.GetComponentByGlobalName("other"), nullptr);
+  EXPECT_EQ(device.GetComponentByGlobalName("x"), nullptr);
+  EXPECT_EQ(device.GetTraceReceivers().size(), 1U);
+}
+
+TEST(DeviceModel, TraceIdsAreAnsweredOnlyForComponentsThatHaveOne) {
+  DeviceBase_t device("SOC");
+  ASSERT_EQ(device.AddComponent(Component("LOW", "", 0x01)), eDeviceOk);
+  ASSERT_EQ(device.AddComponent(Component("HIGH", "", 0x6F)), eDeviceOk);
+  ASSERT_EQ(device.AddComponent(Component("SAME", "", 0x6F)), eDeviceOk);
+  ASSERT_EQ(device.AddComponent(Component("FUNNEL")), eDeviceOk);
+
+  std::uint32_t id = 99;
+  EXPECT_FALSE(device.GetTraceId("FUNNEL", id));
+  EXPECT_FALSE(device.GetTraceId("NOBODY", id));
+  EXPECT_EQ(id, 99U);
+  EXPECT_TRUE(device.GetTraceId("LOW", id));
+  EXPECT_EQ(id, 0x01U);
+  EXPECT_TRUE(device.GetTraceId("HIGH", id));
+  EXPECT_EQ(id, 0x6FU);
+}
+
+TEST(DeviceModel, PropertyListsKeepOrderAndRepeatsAndStayBorrowable) {
+  Component_t tracer({"MOD_QBTRACER0", "", eComponentBusTracer, eScopeDevice, std::nullopt});
+  EXPECT_EQ(tracer.GetPropertyList("masterid.proc"), nullptr);
+  EXPECT_EQ(tracer.AddPropertyEntry("", "DMA", "1"), eDeviceEmptyName);
+  EXPECT_EQ(tracer.AddPropertyEntry("masterid.proc", "DMA", "0x07"), eDeviceOk);
+  const std::vector<const IPropertyEntry_t*>* list = tracer.GetPropertyList("masterid.proc");
+  ASSERT_NE(list, nullptr);
+  const IPropertyEntry_t* first = list->front();
+  for (int i = 0; i < 1000; ++i) {
+    tracer.AddPropertyEntry("masterid.proc", "CPU", std::to_string(i));
+  }
+  tracer.AddPropertyEntry("other", "x", "y");
+
+  EXPECT_EQ(tracer.GetPropertyList("masterid.proc"), list);
+  ASSERT_EQ(list->size(), 1001U);
+  EXPECT_EQ(list->front(), first);
+  EXPECT_EQ(first->GetName(), "DMA");
+  EXPECT_EQ(first->GetValue(), "0x07");
+  EXPECT_EQ(list->back()->GetValue(), "999");
+  EXPECT_EQ(tracer.AddPropertyList("empty"), eDeviceOk);
+  EXPECT_EQ(tracer.AddPropertyList("other"), eDeviceDuplicateName);
+  ASSERT_NE(tracer.GetPropertyList("empty"), nullptr);
+  EXPECT_TRUE(tracer.GetPropertyList("empty")->empty());
+}
+
+TEST(DeviceModel, ModuleMapsAnswerByNameAndByAddress) {
+  constexpr std::uint64_t kTop = std::numeric_limits<std::uint64_t>::max();
+  ModuleMap_t map("SOC_BUS");
+  struct Case_t {
+    ModuleRange_t range;
+    eDeviceResult result;
+  };
+  const Case_t cases[] = {
+      {{"SRAM", 0x1000, 0x1000}, eDeviceOk},
+      {{"BELOW", 0x0FFF, 1}, eDeviceOk},
+      {{"ABOVE", 0x2000, 1}, eDeviceOk},
+      {{"TOP", kTop - 3, 4}, eDeviceOk},
+      {{"", 0, 1}, eDeviceEmptyName},
+      {{"SRAM", 0x9000, 1}, eDeviceDuplicateName},
+      {{"NONE", 0x9000, 0}, eDeviceInvalidRange},
+      {{"PAST", kTop - 2, 4}, eDeviceInvalidRange},
+      {{"ALL", 0, kTop}, eDeviceOverlappingRange},
+      {{"SAME", 0x1000, 1}, eDeviceOverlappingRange},
+      {{"TAIL", 0x1FFF, 1}, eDeviceOverlappingRange},
+      {{"INTO", 0x0FFE, 2}, eDeviceOverlappingRange},
+  };
+  for (const Case_t& c : cases) EXPECT_EQ(map.Add(c.range), c.result) << c.range.name;
+
+  const std::pair<std::uint64_t, const char*> addresses[] = {
+      {0, nullptr},      {0x0FFE, nullptr}, {0x0FFF, "BELOW"}, {0x1000, "SRAM"},
+      {0x1FFF, "SRAM"},  {0x2000, "ABOVE"}, {0x2001, nullptr}, {kTop - 4, nullptr},
+      {kTop - 3, "TOP"}, {kTop, "TOP"},
+  };
+  for (const auto& [address, name] : addresses) {
+    const ModuleRange_t* module = map.FindModuleAt(address);
+    EXPECT_EQ(module == nullptr ? "" : module->name, name == nullptr ? "" : name) << address;
+  }
+  ASSERT_NE(map.FindModule("SRAM"), nullptr);
+  EXPECT_EQ(map.FindModule("SRAM")->base, 0x1000U);
+  EXPECT_EQ(map.FindModule("PAST"), nullptr);
+}
+
+TEST(DeviceModel, SystemTraceKindIsAPairOfTableIndices) {
+  DeviceBase_t device("SOC");
+  EXPECT_FALSE(device.GetSystemTraceInfo().has_value());
+  // Five types and twelve details. The second columns of the tables, the codes, are no indices.
+  const std::pair<std::int32_t, std::int32_t> accepted[] = {{0, 0}, {4, 11}, {3, 3}};
+  for (const auto& [type, detail] : accepted) {
+    EXPECT_TRUE(device.SetSystemTraceInfo(type, detail)) << type << ", " << detail;
+  }
+  const std::pair<std::int32_t, std::int32_t> refused[] = {
+      {5, 0}, {-1, 0}, {0, 12}, {0, -1}, {11, 4}, {static_cast<std::int32_t>(0xC000000C), 3}};
+  for (const auto& [type, detail] : refused) {
+    EXPECT_FALSE(device.SetSystemTraceInfo(type, detail)) << type << ", " << detail;
+  }
+  ASSERT_TRUE(device.GetSystemTraceInfo().has_value());
+  EXPECT_EQ(device.GetSystemTraceInfo()->type, 3);
+  EXPECT_EQ(device.GetSystemTraceInfo()->detail, 3);
+}
+
+TEST(DeviceModel, TargetsHoldTheHostsAdapter) {
+  struct Adapter_t final : ITargetAdapter_t {
+  } adapter;
+  DeviceBase_t device("SOC");
+  ASSERT_EQ(device.AddTarget(std::make_unique<Target_t>("CPU0")), eDeviceOk);
+  EXPECT_EQ(device.GetTargetAdapter("CPU0"), nullptr);
+  EXPECT_FALSE(device.SetTargetAdapter("CPU1", &adapter));
+  EXPECT_TRUE(device.SetTargetAdapter("CPU0", &adapter));
+  EXPECT_EQ(device.GetTargetAdapter("CPU0"), &adapter);
+  EXPECT_EQ(device.GetTargetAdapter("CPU1"), nullptr);
+}
+
+TEST(DeviceIdentifier, AnswersThroughTheInterfacesThatTheDecoderAsks) {
+  DeviceIdentifier_t identifier;
+  auto device = std::make_unique<DeviceBase_t>("SOC");
+  auto tracer = Component("MOD_QBTRACER0");
+  tracer->AddPropertyEntry("masterid.proc", "DMA1", "3");
+  ASSERT_EQ(device->AddComponent(std::move(tracer)), eDeviceOk);
+  ASSERT_EQ(identifier.AddDevice(std::move(device)), eDeviceOk);
+  EXPECT_EQ(identifier.AddDevice(std::make_unique<DeviceBase_t>("SOC")), eDeviceDuplicateName);
+  EXPECT_EQ(identifier.AddDevice(std::make_unique<DeviceBase_t>("")), eDeviceEmptyName);
+
+  const Kz::Dvt::Trace::CDeviceIdentifier& asked = identifier;
+  EXPECT_EQ(asked.GetDeviceByName("OTHER"), nullptr);
+  const IDevice_t* found = asked.GetDeviceByName("SOC");
+  ASSERT_NE(found, nullptr);
+  EXPECT_EQ(found->GetComponent("MOD_QBTRACER1"), nullptr);
+  const IComponent_t* component = found->GetComponent("MOD_QBTRACER0");
+  ASSERT_NE(component, nullptr);
+  const auto* list = component->GetPropertyList("masterid.proc");
+  ASSERT_NE(list, nullptr);
+  ASSERT_EQ(list->size(), 1U);
+  EXPECT_EQ(list->front()->GetName(), "DMA1");
+}
+
+}  // namespace
+}  // namespace EktTrace

@@ -1,0 +1,145 @@
+// Trace routes: which receiver trace of a component ends in, and by which way, on drawn topologies.
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <memory>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "common/source/logging/debug_log.h"
+#include "platforms/source/device/device_base.h"
+
+namespace EktTrace {
+namespace {
+
+using ::testing::ElementsAre;
+using ::testing::HasSubstr;
+
+/// A device of components and receivers, linked as "A>B C>D" says, in that order.
+std::unique_ptr<DeviceBase_t> Device(const std::string& components, const std::string& receivers,
+                                     const std::string& links) {
+  auto device = std::make_unique<DeviceBase_t>("SOC");
+  std::string word;
+  for (std::istringstream in(components); in >> word;) {
+    EXPECT_EQ(device->AddComponent(std::make_unique<Component_t>(
+                  ComponentInfo_t{word, "", eComponentOther, eScopeDevice, std::nullopt})),
+              eDeviceOk);
+  }
+  for (std::istringstream in(receivers); in >> word;) {
+    EXPECT_EQ(device->AddTraceReceiver(std::make_unique<TraceReceiver_t>(word, eReceiverBuffer, 0)),
+              eDeviceOk);
+  }
+  for (std::istringstream in(links); in >> word;) {
+    const std::size_t arrow = word.find('>');
+    EXPECT_EQ(device->AddTraceLink(word.substr(0, arrow), word.substr(arrow + 1)), eDeviceOk)
+        << word;
+  }
+  return device;
+}
+
+std::vector<std::string> Texts(const std::vector<TraceRoute_t>& routes) {
+  std::vector<std::string> texts;
+  for (const TraceRoute_t& route : routes) texts.push_back(route.GetText());
+  return texts;
+}
+
+TEST(TraceRoute, ShortestFirstAndEarlierLinksFirstAmongEquals) {
+  // To R there is a way of three links and, by B or by C, of two; T lies one further than R.
+  const auto device = Device("A B C D E", "R S T", "A>D D>E E>R A>B A>C C>R B>R B>E E>T C>S");
+  EXPECT_THAT(Texts(device->FindTraceRoutes("A")),
+              ElementsAre("A -> B -> R", "A -> C -> S", "A -> D -> E -> T"));
+  EXPECT_THAT(Texts(device->FindTraceRoutes("E")), ElementsAre("E -> R", "E -> T"));
+  const TraceRoute_t* route = device->CreateTraceRoute("A", "R");
+  ASSERT_NE(route, nullptr);
+  EXPECT_EQ(route->GetText(), "A -> B -> R");
+  EXPECT_EQ(&route->GetSource(), device->GetComponent("A"));
+  EXPECT_EQ(&route->GetReceiver(), device->GetTraceReceiver("R"));
+}
+
+TEST(TraceRoute, CyclesEndTheSearchToo) {
+  const auto device = Device("A B C LONE", "R S", "A>A A>B B>C C>A C>B C>R");
+  EXPECT_THAT(Texts(device->FindTraceRoutes("A")), ElementsAre("A -> B -> C -> R"));
+  EXPECT_THAT(Texts(device->FindTraceRoutes("LONE")), ElementsAre());
+  EXPECT_TRUE(device->HasTraceRoute("B", "R"));
+
+  const std::pair<const char*, const char*> none[] = {{"A", "S"}, {"LONE", "R"},   {"A", "C"},
+                                                      {"R", "R"}, {"NOBODY", "R"}, {"A", "NOWHERE"},
+                                                      {"", ""}};
+  for (const auto& [source, receiver] : none) {
+    EXPECT_FALSE(device->HasTraceRoute(source, receiver)) << source << " to " << receiver;
+    EXPECT_EQ(device->CreateTraceRoute(source, receiver), nullptr) << source << " to " << receiver;
+  }
+  EXPECT_EQ(device->GetTraceRouteCount(), 0U);
+}
+
+TEST(TraceRoute, LinksNeedBothEndsAndAreUnique) {
+  const auto device = Device("A B", "R", "A>B B>R");
+  struct Case_t {
+    const char* source;
+    const char* sink;
+    eDeviceResult result;
+  };
+  const Case_t cases[] = {{"A", "B", eDeviceDuplicateLink},
+                          {"R", "A", eDeviceUnknownComponent},
+                          {"X", "R", eDeviceUnknownComponent},
+                          {"", "R", eDeviceUnknownComponent},
+                          {"A", "X", eDeviceUnknownLinkEnd},
+                          {"A", "", eDeviceUnknownLinkEnd},
+                          {"B", "A", eDeviceOk}};
+  for (const Case_t& c : cases) {
+    EXPECT_EQ(device->AddTraceLink(c.source, c.sink), c.result) << c.source << ">" << c.sink;
+  }
+}
+
+TEST(TraceRoute, AKeptRouteStaysWhenAShorterWayAppears) {
+  const auto device = Device("A B", "R", "A>B B>R");
+  const TraceRoute_t* kept = device->CreateTraceRoute("A", "R");
+  ASSERT_NE(kept, nullptr);
+  ASSERT_EQ(device->AddTraceLink("A", "R"), eDeviceOk);
+  EXPECT_EQ(device->CreateTraceRoute("A", "R"), kept);
+  EXPECT_EQ(kept->GetComponents().size(), 2U);
+  EXPECT_THAT(Texts(device->FindTraceRoutes("A")), ElementsAre("A -> R"));
+  device->DestroyTraceRoutes();
+  EXPECT_EQ(device->GetTraceRouteCount(), 0U);
+  EXPECT_EQ(device->CreateTraceRoute("A", "R")->GetText(), "A -> R");
+}
+
+TEST(TraceRoute, ALongChainIsWalkedWithoutRecursion) {
+  DeviceBase_t device("SOC");
+  constexpr int kLength = 20000;
+  device.AddTraceReceiver(std::make_unique<TraceReceiver_t>("R", eReceiverProbe, 0));
+  for (int i = 0; i < kLength; ++i) {
+    device.AddComponent(std::make_unique<Component_t>(
+        ComponentInfo_t{"C" + std::to_string(i), "", eComponentOther, eScopeDevice, std::nullopt}));
+    if (i > 0) device.AddTraceLink("C" + std::to_string(i - 1), "C" + std::to_string(i));
+  }
+  device.AddTraceLink("C" + std::to_string(kLength - 1), "R");
+  const TraceRoute_t* route = device.CreateTraceRoute("C0", "R");
+  ASSERT_NE(route, nullptr);
+  EXPECT_EQ(route->GetComponents().size(), static_cast<std::size_t>(kLength));
+}
+
+TEST(DeviceLog, RecordsNameTheOperationAndItsResult) {
+  const std::filesystem::path file =
+      std::filesystem::path(::testing::TempDir()) / "device_model_log.txt";
+  ::setenv("KZ_TRACE_LOGGING", "76", 1);  // entry, exit and platform records
+  ::setenv("KZ_TRACE_LOGFILE", file.c_str(), 1);
+  debug_log_init();
+  {
+    const auto device = Device("A B", "R", "A>B B>R");
+    device->CreateTraceRoute("A", "R");
+    device->CreateTraceRoute("B", "R");
+    device->GetTargetAdapter("CPU0");
+  }
+  std::ifstream in(file);
+  std::string log((std::istreambuf_iterator<char>(in)), {});
+  EXPECT_THAT(log, HasSubstr("Created trace route A -> B -> R"));
+  EXPECT_THAT(log, HasSubstr("Destroying 2 trace routes"));
+  EXPECT_THAT(log, HasSubstr("Returning target adapter (nil)"));
+  EXPECT_THAT(log, HasSubstr("~DeviceBase_t"));
+  std::filesystem::remove(file);
+}
+
+}  // namespace
+}  // namespace EktTrace
