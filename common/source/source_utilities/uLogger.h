@@ -93,7 +93,6 @@ class QBT2_API uLogger {
   bool echoToDebugger_ = false;
   bool append_ = false;
   bool named_ = true;
-  bool fileOpen_ = false;
   uMutex mutex_;
   std::array<char, kRecordCapacityBytes> buffer_ = {};
   // Stops all records when 0; it does not select among the kinds, deliberately.

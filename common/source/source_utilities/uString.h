@@ -84,9 +84,9 @@ class QBT2_API uString {
   static std::string& FromBool(std::string& out, bool value);
 
   /// `format` is a printf format with at most one conversion, of an integer (diouxX) for FromLong
-  /// and of a floating-point number (aAeEfFgG) for the others; null means "%d" and "%f". A length
-  /// modifier in it does not matter: the value is always printed whole. Other conversions, and "*",
-  /// throw. The text is cut at 1023 bytes.
+  /// and of a floating-point number (aAeEfFgG) for the others; null means "%d" and "%f". Other
+  /// conversions, and "*", throw. A long that no int can hold is printed whole even where the
+  /// format has no length modifier. The text is cut at 1023 bytes.
   static std::string& FromLong(long value, std::string& out, bool append, const char* format);
   static std::string& FromLong(std::string& out, long value, const char* format = nullptr);
   static std::string& FromDouble(double value, std::string& out, bool append, const char* format);
@@ -104,7 +104,7 @@ class QBT2_API uString {
   static double ToDouble(const char* text);
 
   /// Reads a number: "0x" or "0X" hexadecimal, a leading "0" with something behind it octal, else
-  /// decimal; leading white space is skipped, and then the base is decimal. A one-byte T is read as
+  /// decimal; leading white space or a sign is fine, but hides a prefix. A one-byte T is read as
   /// an int and cut to its eight bits.
   /// Throws on null, on empty text, where no number of T's range can be read, and where anything
   /// but white space follows the number: "12 apples", or "09" (no octal number), is a mistake to
