@@ -1,0 +1,246 @@
+#include "platforms/source/trace/device_config_manager.h"
+
+#include <exception>
+#include <locale>
+#include <new>
+#include <sstream>
+#include <stdexcept>
+
+#include "common/source/logging/debug_log.h"
+
+namespace EktTrace {
+
+using ConfigFile::DeviceConfig_t;
+using Kz::Dvt::Trace::ConfigPropertyValue;
+using Kz::Dvt::Trace::eTraceDataFileType;
+
+namespace {
+
+// Formatted extraction with automatic base; false, and `number` as it was, without a number.
+template <typename Number>
+bool ReadNumber(const std::string& text, Number& number) {
+  std::istringstream stream(text);
+  stream.imbue(std::locale::classic());
+  stream.unsetf(std::ios::basefield);
+  Number read = 0;
+  if (!(stream >> read)) {
+    return false;
+  }
+  number = read;
+  return true;
+}
+
+// As ReadNumber, for the kinds wider than the value record: their low 32 bits.
+template <typename Wide, typename Narrow>
+void ReadLowHalf(const std::string& text, Narrow& number) {
+  Wide wide = 0;
+  if (ReadNumber(text, wide)) {
+    number = static_cast<Narrow>(wide);
+  }
+}
+
+// Fills type and value from the text. A text that does not convert leaves the number alone and is
+// no error: the text itself is still the answer.
+void Convert(std::uint32_t kind, ConfigPropertyValue& value) {
+  switch (kind) {
+    case eSessionBoolean:
+      value.type = Kz::Dvt::Trace::eConfigPropertyBoolean;
+      value.value.booleanValue = value.text == "1" ? 1 : 0;  // "true" is false
+      break;
+    case eSessionSigned32:
+      value.type = Kz::Dvt::Trace::eConfigPropertySigned;
+      ReadNumber(value.text, value.value.signedValue);
+      break;
+    case eSessionSigned64:
+      value.type = Kz::Dvt::Trace::eConfigPropertySigned;
+      ReadLowHalf<std::int64_t>(value.text, value.value.signedValue);
+      break;
+    case eSessionUnsigned64:
+      value.type = Kz::Dvt::Trace::eConfigPropertyUnsigned;
+      ReadLowHalf<std::uint64_t>(value.text, value.value.unsignedValue);
+      break;
+    case eSessionText:
+      value.type = Kz::Dvt::Trace::eConfigPropertyText;
+      break;
+    case eSessionUnsigned32:
+    default:
+      value.type = Kz::Dvt::Trace::eConfigPropertyUnsigned;
+      ReadNumber(value.text, value.value.unsignedValue);
+      break;
+  }
+}
+
+}  // namespace
+
+DeviceConfigManager_t::DeviceConfigManager_t(IDeviceSession_t* session,
+                                             const std::string& deviceName, eConfigType configType,
+                                             const std::string& secondName)
+    : m_session(session),
+      m_deviceName(deviceName),
+      m_secondName(secondName),
+      m_configType(configType) {
+  if (session == nullptr) {
+    throw std::runtime_error("Null device pointer");
+  }
+}
+
+void DeviceConfigManager_t::AddConfigEntry(const std::string& name, _eTraceAttributeId_t id) {
+  m_attributes[name] = id;
+}
+
+std::string DeviceConfigManager_t::GetDefaultValue(const std::string& /*name*/) {
+  return "Unknown";
+}
+
+void DeviceConfigManager_t::RegisterEventHandler(Kz::Dvt::Trace::CDeviceConfigEvents* handler) {
+  m_eventHandler = handler;
+}
+
+bool DeviceConfigManager_t::GetInfo(int& first, int& second, std::string& text) try {
+  DeviceInformation_t information;
+  std::string error;
+  const bool found = m_session->GetDeviceInformation(m_deviceName, information, error);
+  m_lastError = error;
+  if (found) {
+    first = information.first;
+    second = information.second;
+    text = information.text;
+  }
+  return found;
+} catch (...) {
+  return RecordException();
+}
+
+bool DeviceConfigManager_t::LoadConfigurationLive() {
+  for (const auto& [name, id] : m_attributes) {
+    try {
+      ReadLive(name);
+    } catch (...) {
+      RecordException();
+    }
+  }
+  return true;
+}
+
+void DeviceConfigManager_t::ReadLive(const std::string& name) {
+  std::string value;
+  std::string error;
+  if (ReadFromDevice(name, value, error)) {
+    m_settings.values[name] = value;
+    QBT2_DEBUG_LOG(LOG_MSG_COMMON, "Accessed config setting %s (%s)", name.c_str(), value.c_str());
+    return;
+  }
+  m_settings.values[name] = GetDefaultValue(name);
+  QBT2_DEBUG_LOG(LOG_MSG_COMMON, "Failed to access config setting %s. Using default value",
+                 name.c_str());
+  if (!error.empty()) {
+    QBT2_DEBUG_LOG(LOG_ERROR, "%s", error.c_str());
+  }
+}
+
+bool DeviceConfigManager_t::ReadFromDevice(const std::string& name, std::string& value,
+                                           std::string& error) try {
+  IConfigAccessor_t* const accessor =
+      m_session->GetConfigAccessor(m_deviceName, m_secondName, error);
+  return accessor != nullptr && accessor->ReadSetting(name, value, error);
+} catch (...) {
+  return RecordException();
+}
+
+bool DeviceConfigManager_t::LoadConfiguration(const std::string& path,
+                                              eTraceDataFileType type) try {
+  QBT2_DEBUG_LOG(LOG_FUNC_ENTRY);
+  m_lastError.clear();
+  std::string error;
+  IConfigAccessor_t* const accessor =
+      m_session->GetConfigAccessor(m_deviceName, m_secondName, error);
+  if (accessor == nullptr || !DeviceConfig_t(path, type, m_configType).Load(m_settings, error)) {
+    QBT2_DEBUG_LOG(LOG_ERROR, "%s", error.c_str());
+    m_lastError = error;
+    return false;
+  }
+  ApplyValues(*accessor);
+  return true;
+} catch (...) {
+  return RecordException();
+}
+
+void DeviceConfigManager_t::ApplyValues(IConfigAccessor_t& accessor) const {
+  for (const auto& [name, value] : m_settings.values) {
+    QBT2_DEBUG_LOG(LOG_MSG_PLATFORM, "Applying config setting %s = %s", name.c_str(),
+                   value.c_str());
+    std::string error;
+    if (!accessor.WriteSetting(name, value, error)) {
+      QBT2_DEBUG_LOG(LOG_ERROR, "%s", error.c_str());
+    }
+  }
+}
+
+bool DeviceConfigManager_t::SaveConfiguration(const std::string& path,
+                                              eTraceDataFileType type) try {
+  QBT2_DEBUG_LOG(LOG_FUNC_ENTRY);
+  m_lastError.clear();
+  for (const auto& [name, value] : m_settings.values) {
+    QBT2_DEBUG_LOG(LOG_MSG_PLATFORM, "Saving config setting %s = %s", name.c_str(), value.c_str());
+  }
+  std::string error;
+  const bool saved = DeviceConfig_t(path, type, m_configType).Save(m_settings, error);
+  if (!saved) {
+    QBT2_DEBUG_LOG(LOG_ERROR, "%s", error.c_str());
+    m_lastError = error;
+  }
+  QBT2_DEBUG_LOG(LOG_FUNC_EXIT, "returns %s", saved ? "success" : "failure");
+  return saved;
+} catch (...) {
+  return RecordException();
+}
+
+bool DeviceConfigManager_t::GetProperty(const std::string& name, ConfigPropertyValue& value) try {
+  std::string text;
+  std::string error;
+  std::uint32_t kind = eSessionUnsigned32;
+  if (!m_session->GetProperty(m_deviceName, m_secondName, name, text, kind, error)) {
+    QBT2_DEBUG_LOG(LOG_ERROR, "%s", error.c_str());
+    m_lastError = error;
+    return false;
+  }
+  const auto held = m_settings.values.find(name);
+  value.text = held != m_settings.values.end() ? held->second : text;
+  Convert(kind, value);
+  m_lastError = error;
+  return true;
+} catch (...) {
+  return RecordException();
+}
+
+bool DeviceConfigManager_t::GetObjectFile(const std::string& /*name*/, std::string& path) {
+  try {
+    m_session->GetObjectFile(m_deviceName, path);
+  } catch (...) {
+    RecordException();
+  }
+  return true;
+}
+
+std::string DeviceConfigManager_t::GetLastError() const try {
+  return m_lastError;
+} catch (const std::bad_alloc&) {
+  return {};
+}
+
+// To be called in a handler. The session is the host's and may throw what it likes.
+bool DeviceConfigManager_t::RecordException() noexcept try {
+  try {
+    throw;
+  } catch (const std::exception& exception) {
+    m_lastError = exception.what();
+  } catch (...) {
+    m_lastError = "Unknown exception";
+  }
+  QBT2_DEBUG_LOG(LOG_ERROR, "%s", m_lastError.c_str());
+  return false;
+} catch (...) {
+  return false;
+}
+
+}  // namespace EktTrace
