@@ -1,6 +1,7 @@
 #pragma once
 
 #include <array>
+#include <cstddef>
 #include <cstdint>
 #include <cstring>
 #include <memory>
@@ -30,23 +31,33 @@ struct ColumnCatalogue {
 
 enum class RowKind : std::uint8_t { kUnknown, kThroughput, kLatency, kTransaction };
 
+/// Throws Error(kPlugin) when the catalogue has more columns than a position byte can name, or a
+/// column whose values are not 1, 2, 4 or 8 bytes.
+void check_catalogue(const ColumnCatalogue& catalogue);
+
 /// Texts that rows repeat (master names, descriptions), each kept once and named by a number.
 class TextPool {
  public:
+  TextPool();
   /// The number of this text, new or known.
   std::uint32_t intern(std::string_view text);
   std::string_view text(std::uint32_t id) const { return texts_[id]; }
   std::size_t size() const { return texts_.size(); }
+  /// Bytes of all texts together.
+  std::size_t size_bytes() const { return size_bytes_; }
   /// Forgets all texts, so that a decoder that never repeats one cannot fill the memory. Numbers
   /// given out before become invalid; `generation` tells caches so.
   void clear();
+  /// Differs between any two pools of the process and changes with clear(): whoever remembers a
+  /// text's number remembers this with it, and needs no pointer to the pool.
   std::uint64_t generation() const { return generation_; }
 
  private:
   std::vector<std::string_view> texts_;
   std::vector<std::unique_ptr<char[]>> storage_;
   std::unordered_map<std::string_view, std::uint32_t> ids_;
-  std::uint64_t generation_ = 0;
+  std::size_t size_bytes_ = 0;
+  std::uint64_t generation_;
 };
 
 /// Which catalogue columns a row has: bit k for column k.
@@ -83,11 +94,14 @@ struct RowHead {
   ColumnMask columns;  ///< which catalogue columns hold a value
 };
 
+inline constexpr std::size_t kDefaultBatchRows = 4096;
+
 /// At most `capacity` rows. Numbers are stored per column, little-endian in the column's own width;
 /// where a row has no value the cell's content means nothing.
 class RowBatch {
  public:
-  RowBatch(const ColumnCatalogue& catalogue, std::size_t capacity);
+  /// The catalogue must outlive the batch. Throws what check_catalogue throws.
+  explicit RowBatch(const ColumnCatalogue& catalogue, std::size_t capacity = kDefaultBatchRows);
 
   const ColumnCatalogue& catalogue() const { return *catalogue_; }
   std::size_t capacity() const { return capacity_; }
@@ -101,28 +115,38 @@ class RowBatch {
   const RowHead& head(std::size_t row) const { return heads_[row]; }
   /// The cell of catalogue column k in row `row`: size_bytes bytes.
   std::uint8_t* cell(std::size_t k, std::size_t row) {
-    return cells_.get() + column_begin_[k] + row * column_width_[k];
+    return cells_.get() + columns_[k].begin + row * columns_[k].width;
   }
   std::uint64_t value(std::size_t k, std::size_t row) const {
-    std::uint64_t v = 0;
-    std::memcpy(&v, cells_.get() + column_begin_[k] + row * column_width_[k], column_width_[k]);
-    return v;
+    // Always eight bytes, then the column's own kept: the gap behind each column makes that safe,
+    // and a copy of known length is one load where one of variable length is a call.
+    std::uint64_t v;
+    std::memcpy(&v, cells_.get() + columns_[k].begin + row * columns_[k].width, sizeof v);
+    return v & columns_[k].mask;
   }
   /// Makes the row being filled count.
   void commit_row() { ++size_; }
   /// Keeps only the first `rows` rows.
   void truncate(std::size_t rows) { size_ = rows < size_ ? rows : size_; }
+  /// Doubles the capacity and keeps the rows: for a record stream that holds more rows than fit.
+  void grow();
 
   TextPool& texts() { return texts_; }
   const TextPool& texts() const { return texts_; }
 
  private:
+  struct Column {
+    std::size_t begin = 0;   ///< first byte in cells_
+    std::uint64_t mask = 0;  ///< the bits that a value has
+    std::size_t width = 0;
+  };
+  void allocate_cells();
+
   const ColumnCatalogue* catalogue_;
   std::size_t capacity_;
   std::size_t size_ = 0;
   std::vector<RowHead> heads_;
-  std::vector<std::size_t> column_begin_;
-  std::vector<std::uint8_t> column_width_;
+  std::vector<Column> columns_;
   std::unique_ptr<std::uint8_t[]> cells_;
   TextPool texts_;
 };
