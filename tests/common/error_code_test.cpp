@@ -1,0 +1,113 @@
+#include "common/source/errors/error_code.h"
+
+#include <gtest/gtest.h>
+
+#include <memory>
+
+using Kz::Dvt::Hwdbg::hwDbgError;
+using Kz::Dvt::Hwdbg::hwDbgErrorDS;
+using Kz::Dvt::Hwdbg::hwDbgErrorIF;
+using Kz::Dvt::Hwdbg::hwDbgErrorIFDS;
+
+TEST(ErrorObject, Defaults) {
+  hwDbgError error;
+  EXPECT_EQ(error.GetSeverity(), 2U);
+  EXPECT_STREQ(error.GetErrorText(), "Uninitialized error text");
+  EXPECT_STREQ(error.GetDetailedText(), "");
+  EXPECT_STREQ(error.GetTitle(), "Error");
+}
+
+TEST(ErrorObject, TitleIsThatOfTheFirstSeverityAskedFor) {
+  const char* const titles[] = {"Information", "Warning", "Error", "Internal", "Fatal"};
+  for (std::uint32_t value = 0; value < 5; ++value) {
+    hwDbgError error(static_cast<hwDbgErrorIF::Severity_Type>(value));
+    EXPECT_STREQ(error.GetTitle(), titles[value]);
+    error.SetSeverity(hwDbgErrorIF::eFatal);
+    EXPECT_STREQ(error.GetTitle(), titles[value]) << "after the severity changed";
+  }
+}
+
+TEST(ErrorObject, SeverityOutOfRangeBecomesError) {
+  for (const std::uint32_t value : {5U, 7U, 0xFFFFFFFFU}) {
+    const auto severity = static_cast<hwDbgErrorIF::Severity_Type>(value);
+    EXPECT_EQ(hwDbgError(severity).GetSeverity(), 2U) << value;
+    EXPECT_EQ(hwDbgError("text", severity).GetSeverity(), 2U) << value;
+    EXPECT_EQ(hwDbgError(std::string("title"), "text", severity).GetSeverity(), 2U) << value;
+    hwDbgError error(hwDbgErrorIF::eFatal);
+    error.SetSeverity(severity);
+    EXPECT_STREQ(error.GetTitle(), "Error") << value;
+  }
+}
+
+TEST(ErrorObject, ConstructorsTakeTitleBeforeText) {
+  hwDbgError error("title", "text", hwDbgErrorIF::eWarning);
+  EXPECT_STREQ(error.GetTitle(), "title");
+  EXPECT_STREQ(error.GetErrorText(), "text");
+  EXPECT_EQ(error.GetSeverity(), 1U);
+
+  hwDbgError without_text(static_cast<const char*>(nullptr), hwDbgErrorIF::eWarning);
+  EXPECT_STREQ(without_text.GetErrorText(), "");
+}
+
+TEST(ErrorObject, PushedTextsLeaveAHistory) {
+  hwDbgError error;
+  error.PushText("a");
+  error.PushText(static_cast<const char*>(nullptr));
+  error.PushText(std::string("b"));
+  EXPECT_STREQ(error.GetErrorText(), "b");
+  EXPECT_STREQ(error.GetDetailedText(), "Uninitialized error text\na");
+}
+
+TEST(ErrorObject, DetailedTextIsJoinedOnce) {
+  hwDbgError error;
+  EXPECT_STREQ(error.GetDetailedText(), "");
+  error.AddDetailedInfo("x");
+  error.AddDetailedInfo(static_cast<const char*>(nullptr));
+  error.AddDetailedInfo(std::string("y"));
+  EXPECT_STREQ(error.GetDetailedText(), "x\ny");
+  error.AddDetailedInfo("z");
+  EXPECT_STREQ(error.GetDetailedText(), "x\ny");
+}
+
+TEST(ErrorObject, CopyTakesTheLinesButNotTheJoinedText) {
+  hwDbgError source("title", "text", hwDbgErrorIF::eFatal);
+  source.AddDetailedInfo("x");
+  EXPECT_STREQ(source.GetDetailedText(), "x");
+  source.AddDetailedInfo("y");
+
+  hwDbgError copy(source);
+  EXPECT_STREQ(copy.GetDetailedText(), "x\ny") << "a copy joins anew";
+  EXPECT_STREQ(copy.GetTitle(), "title");
+  EXPECT_EQ(copy.GetSeverity(), 4U);
+
+  hwDbgError target;
+  target.AddDetailedInfo("old");
+  EXPECT_STREQ(target.GetDetailedText(), "old");
+  target = source;
+  EXPECT_STREQ(target.GetErrorText(), "text");
+  EXPECT_STREQ(target.GetDetailedText(), "old") << "the joined text is not cleared";
+
+  target.Copy(target);
+  EXPECT_STREQ(target.GetErrorText(), "text");
+  EXPECT_STREQ(target.GetTitle(), "title");
+}
+
+TEST(ErrorObject, IsThrownByValue) {
+  try {
+    throw hwDbgError("File name passed to save file is not valid.", hwDbgErrorIF::eError);
+  } catch (const hwDbgError& error) {
+    EXPECT_STREQ(error.GetErrorText(), "File name passed to save file is not valid.");
+  }
+}
+
+TEST(ErrorObject, OwnCopyOutlivesItsSource) {
+  auto source = std::make_unique<hwDbgError>("title", "text", hwDbgErrorIF::eInternal);
+  const std::unique_ptr<hwDbgErrorIFDS> copy = std::make_unique<hwDbgErrorDS>(*source);
+  source->SetErrorText("changed");
+  source.reset();
+  EXPECT_STREQ(copy->GetTitle(), "title");
+  EXPECT_EQ(copy->GetSeverity(), 3U);
+  EXPECT_STREQ(copy->GetErrorText(), "text");
+  copy->Delete();
+  EXPECT_STREQ(copy->GetErrorText(), "text");
+}

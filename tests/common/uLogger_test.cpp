@@ -1,0 +1,297 @@
+#include "common/source/source_utilities/uLogger.h"
+
+#include <regex>
+#include <thread>
+
+#include "common/source/source_utilities/source_utilities_error.h"
+#include "tests/common/common_test_support.h"
+
+namespace {
+
+using common_test::Exists;
+using common_test::InChild;
+using common_test::ReadFile;
+using common_test::ReadLines;
+using common_test::SetOrUnset;
+using common_test::TempDirectory;
+using KZ_DVT::uLogger;
+using KZ_DVT::uLogSystem;
+
+uLogSystem& System() {
+  return *uLogSystem::GetLogSystem();
+}
+
+bool Init(const char* name, bool register_logger = true) {
+  return System().InitLog(name, "QBT2_TEST_LEVEL", "QBT2_TEST_DIRECTORY", register_logger);
+}
+
+/// The environment of an InitLog() whose files and trace directories are in `home`.
+void SetEnvironment(const TempDirectory& home, const char* level) {
+  setenv("HOME", home.path().c_str(), 1);
+  setenv("QBT2_TEST_DIRECTORY", home.path().c_str(), 1);
+  SetOrUnset("QBT2_TEST_LEVEL", level);
+}
+
+}  // namespace
+
+TEST(ULogger, RecordFormat) {
+  const TempDirectory directory;
+  const std::string path = directory / "log.txt";
+  uLogger logger(path.c_str(), false);
+  EXPECT_FALSE(Exists(path)) << "opened by the first record";
+  logger.Log(17, 0, "both %d", 5);
+  logger.Log(31, 9, "all");
+  logger.Log(2, 0, "warning");
+  logger.Log(4, 0, "%s", "");
+  logger.Log(0, 0, "no kind");
+  logger.Log(32, 0, "unknown kind");
+  logger.Log("plain");
+  EXPECT_EQ(ReadFile(path),
+            "M   E  both 5\n"
+            "MWFAE  all\n"
+            " W     warning\n"
+            "  F    \n"
+            "       unknown kind\n"
+            "M      plain\n");
+}
+
+TEST(ULogger, TimeStamps) {
+  const TempDirectory directory;
+  const std::string path = directory / "log.txt";
+  uLogger logger(path.c_str(), false);
+  const std::string date = R"([01]\d/[0-3]\d/\d\d)";
+  const std::string time = R"([0-2]\d:[0-5]\d:[0-6]\d:\d{3})";
+  const std::vector<std::string> expected = {
+      "M     " + date + R"( \| x)",
+      "M     " + time + R"( \| x)",
+      "M     " + date + " " + time + R"( \| x)",
+  };
+  for (std::uint32_t style = 1; style <= 3; ++style) {
+    logger.Log(1, style, "x");
+  }
+  const std::vector<std::string> lines = ReadLines(path);
+  ASSERT_EQ(lines.size(), 3U);
+  for (std::size_t i = 0; i < lines.size(); ++i) {
+    EXPECT_TRUE(std::regex_match(lines[i], std::regex(expected[i]))) << lines[i];
+  }
+}
+
+TEST(ULogger, OneLineBreakAtTheEndIsReplaced) {
+  const TempDirectory directory;
+  for (const auto& [message, end] :
+       std::vector<std::pair<std::string, std::string>>{{"a", "a\n"},
+                                                        {"a\n", "a\n"},
+                                                        {"a\r", "a\n"},
+                                                        {"a\r\n", "a\n"},
+                                                        {"a\n\r", "a\n"},
+                                                        {"a\n\n", "a\n\n"},
+                                                        {"a\r\n\r\n", "a\r\n\n"},
+                                                        {"\n", "\n"},
+                                                        {"", "\n"}}) {
+    const std::string path = directory / "log.txt";
+    uLogger logger(path.c_str(), false);
+    logger.Log("%s", message.c_str());
+    EXPECT_EQ(ReadFile(path), "M      " + end) << testing::PrintToString(message);
+  }
+}
+
+TEST(ULogger, LongRecordsAreCutToTheBuffer) {
+  const TempDirectory directory;
+  // 7 bytes stand before the message, so 4088 bytes of it fill the record but for its end.
+  for (const std::size_t length : {4087U, 4088U, 4089U, 4096U, 100000U}) {
+    const std::string path = directory / "log.txt";
+    uLogger logger(path.c_str(), false);
+    logger.Log("%s", std::string(length, 'x').c_str());
+    EXPECT_EQ(ReadFile(path),
+              "M      " + std::string(std::min<std::size_t>(length, 4088), 'x') + "\n");
+  }
+}
+
+TEST(ULogger, FileHandling) {
+  const TempDirectory directory;
+  const std::string path = directory / "log.txt";
+  const std::string other = directory / "other.txt";
+  std::ofstream(path) << "old\n";
+  uLogger logger(path.c_str(), true);
+  EXPECT_EQ(logger.GetName(), path);
+  logger.Log("appended");
+  EXPECT_EQ(ReadFile(path), "old\nM      appended\n");
+
+  EXPECT_TRUE(logger.EnableOutput(false));
+  logger.Log("off");
+  EXPECT_FALSE(logger.EnableOutput(true));
+  EXPECT_EQ(ReadLines(path).size(), 2U);
+
+  logger.Log("on");
+  logger.SetFileName(other.c_str(), false);
+  EXPECT_TRUE(Exists(other)) << "reopened at once, since the file was open";
+  EXPECT_EQ(logger.GetName(), other);
+  logger.Log("one");
+  logger.Clear();
+  EXPECT_EQ(ReadFile(other), "");
+  logger.Log("two");
+  EXPECT_EQ(ReadFile(other), "M      two\n");
+  EXPECT_EQ(ReadLines(path).size(), 3U);
+
+  logger.EnableOutput(false);
+  logger.Clear();
+  EXPECT_EQ(ReadFile(other), "") << "a closed file is emptied too";
+  EXPECT_EQ(uLogger().GetName(), "RXL_log.txt");
+}
+
+TEST(ULogger, FileIsTriedAgainByEachRecord) {
+  const TempDirectory directory;
+  const std::string path = directory / "later/log.txt";
+  uLogger logger(path.c_str(), true);
+  logger.Log("lost");
+  std::filesystem::create_directory(directory / "later");
+  logger.Log("written");
+  EXPECT_EQ(ReadFile(path), "M      written\n");
+
+  uLogger unnamed(nullptr, true);
+  unnamed.Log("nowhere");
+  EXPECT_EQ(unnamed.GetName(), "");
+}
+
+TEST(ULogger, ThreadsNeverShareALine) {
+  constexpr int kRecords = 300;
+  const TempDirectory directory;
+  const std::string path = directory / "log.txt";
+  uLogger logger(path.c_str(), false);
+  const auto write = [&](char letter) {
+    for (int i = 0; i < kRecords; ++i) {
+      logger.Log("%s", std::string(300, letter).c_str());
+    }
+  };
+  std::thread other(write, 'b');
+  write('a');
+  other.join();
+  const std::vector<std::string> lines = ReadLines(path);
+  EXPECT_EQ(lines.size(), 2U * kRecords);
+  for (const std::string& line : lines) {
+    EXPECT_TRUE(line == "M      " + std::string(300, 'a') ||
+                line == "M      " + std::string(300, 'b'))
+        << line;
+  }
+}
+
+TEST(ULogSystem, LevelNumbers) {
+  struct Case {
+    const char* level;
+    bool output;
+    bool echo;
+    int verbosity;
+  };
+  const std::vector<Case> cases = {
+      {nullptr, false, false, 0}, {"", false, false, 0},    {"abc", false, false, 0},
+      {"0", false, false, 0},     {"0x6", false, false, 0}, {"-3", false, false, -3},
+      {"1", true, false, 1},      {"2", true, true, 1},     {"3", true, false, 2},
+      {"4", true, true, 2},       {"5", true, true, 2},     {"6", true, true, 3},
+      {"7", false, false, 7},     {"28", false, false, 28},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.level != nullptr ? c.level : "(unset)");
+    const TempDirectory home;
+    InChild([&] {
+      SetEnvironment(home, c.level);
+      EXPECT_FALSE(uLogSystem::VerbosityAbove(0)) << "before there is a log system";
+      testing::internal::CaptureStdout();
+      EXPECT_TRUE(Init("log.txt"));
+      QBT2_LOG(-100, 16, 0, "last");
+      const std::string echoed = testing::internal::GetCapturedStdout();
+
+      EXPECT_EQ(uLogSystem::GetVerbosity(), c.verbosity);
+      EXPECT_EQ(Exists(home / "log.txt"), c.output);
+      EXPECT_EQ(echoed, c.echo ? ReadFile(home / "log.txt") : "");
+      if (c.output) {
+        const std::vector<std::string> lines = ReadLines(home / "log.txt");
+        ASSERT_EQ(lines.size(), 3U);
+        const std::string stamp = R"(M     \d\d:\d\d:\d\d:\d{3} \| Logger : trace )";
+        EXPECT_TRUE(std::regex_match(
+            lines[0], std::regex(stamp + "user settings directory is .*/\\.KZ-trace/settings")));
+        EXPECT_TRUE(std::regex_match(
+            lines[1], std::regex(stamp + "temporary data directory is .*/\\.KZ-trace/data")));
+        EXPECT_EQ(lines[2], "    E  last");
+      }
+    });
+  }
+}
+
+TEST(ULogSystem, RegisteredLoggersAreReused) {
+  const TempDirectory home;
+  InChild([&] {
+    SetEnvironment(home, "1");
+    EXPECT_EQ(System().GetCurrentLogger(), nullptr);
+    EXPECT_TRUE(Init("a.txt"));
+    uLogger* const a = System().GetCurrentLogger();
+    EXPECT_EQ(System().LookupLogger("a.txt"), a);
+    EXPECT_EQ(a->GetName(), home / "a.txt");
+
+    EXPECT_TRUE(Init("b.txt", false));
+    uLogger* const b = System().GetCurrentLogger();
+    EXPECT_NE(a, b);
+    EXPECT_EQ(System().LookupLogger("b.txt"), nullptr);
+    EXPECT_EQ(System().GetCount(), 2U);
+
+    const std::string before = ReadFile(home / "a.txt");
+    setenv("QBT2_TEST_LEVEL", "6", 1);
+    EXPECT_TRUE(Init("a.txt"));
+    EXPECT_EQ(System().GetCurrentLogger(), a);
+    EXPECT_EQ(System().GetCount(), 2U);
+    EXPECT_EQ(uLogSystem::GetVerbosity(), 1) << "the level is not read again";
+    EXPECT_EQ(ReadFile(home / "a.txt"), before);
+
+    EXPECT_TRUE(Init("a.txt", false)) << "not looked up without the flag";
+    EXPECT_NE(System().GetCurrentLogger(), a);
+    EXPECT_EQ(System().LookupLogger("a.txt"), a);
+  });
+}
+
+TEST(ULogSystem, NamesMustBeGiven) {
+  InChild([] {
+    EXPECT_FALSE(System().InitLog(nullptr, "x", "x", true));
+    EXPECT_FALSE(System().InitLog("x", nullptr, "x", true));
+    EXPECT_FALSE(System().InitLogEx(nullptr, 1, nullptr));
+    EXPECT_EQ(System().GetCurrentLogger(), nullptr);
+    EXPECT_EQ(System().LookupLogger(nullptr), nullptr);
+    System().SetLoggingLevel(6);
+    EXPECT_EQ(uLogSystem::GetVerbosity(), 0) << "no logger, no level";
+  });
+}
+
+TEST(ULogSystem, WithoutHomeTheLoggerIsSetUpAllTheSame) {
+  const TempDirectory home;
+  InChild([&] {
+    SetEnvironment(home, "3");
+    unsetenv("HOME");
+    EXPECT_THROW(Init("log.txt"), KZ_DVT::source_utilities_error);
+    QBT2_LOG(1, 1, 0, "first");
+    EXPECT_EQ(ReadFile(home / "log.txt"), "M      first\n");
+  });
+}
+
+TEST(ULogSystem, LevelAndDirectoryAsValues) {
+  const TempDirectory home;
+  InChild([&] {
+    SetEnvironment(home, nullptr);
+    EXPECT_TRUE(System().InitLogEx("log.txt", 3, home.path().c_str()));
+    EXPECT_EQ(uLogSystem::GetVerbosity(), 2);
+    EXPECT_EQ(System().LookupLogger("log.txt"), System().GetCurrentLogger());
+    System().GetCurrentLogger()->LogModuleInfo();
+    const std::vector<std::string> lines = ReadLines(home / "log.txt");
+    ASSERT_EQ(lines.size(), 3U);
+    EXPECT_TRUE(std::regex_match(lines[2], std::regex("M      MODULE INFO - .*common_tests")))
+        << lines[2];
+
+    testing::internal::CaptureStdout();
+    System().SetLoggingLevel(2);
+    QBT2_LOG(0, 1, 0, "echoed");
+    System().SetLoggingLevel(1);
+    QBT2_LOG(0, 1, 0, "not echoed");
+    EXPECT_EQ(testing::internal::GetCapturedStdout(), "M      echoed\n");
+
+    int evaluated = 0;
+    QBT2_LOG(1, 1, 0, "%d", ++evaluated);
+    EXPECT_EQ(evaluated, 0) << "verbosity 1 is not above 1";
+  });
+}
