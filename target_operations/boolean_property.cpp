@@ -1,0 +1,187 @@
+#include "target_operations/boolean_property.h"
+
+#include <algorithm>
+#include <cstddef>
+#include <utility>
+#include <vector>
+
+#include "target_operations/property_tree.h"
+#include "target_operations/reference_handle.h"
+
+namespace TargetOperations {
+namespace {
+
+using BooleanHandle = ReferenceCounting::ReferenceHandle<BooleanProperty>;
+using BooleanList = std::vector<BooleanHandle>;
+
+/// A node whose children are being switched, and how far that has come. The references keep the
+/// children alive whatever a host's class does in between.
+struct GroupFrame {
+  BooleanProperty* node;
+  BooleanList children;
+  std::size_t next = 0;
+};
+
+BooleanProperty* AsBoolean(IProperty* property) {
+  return dynamic_cast<BooleanProperty*>(property);
+}
+
+/// All children, or none if one of them is not boolean.
+BooleanList BooleanChildren(const Property& node) {
+  const std::vector<IProperty*>& children = PropertyTree::Children(node);
+  BooleanList list;
+  list.reserve(children.size());
+  for (IProperty* const child : children) {
+    list.push_back(ReferenceCounting::Share(AsBoolean(child)));
+    if (!list.back()) return {};
+  }
+  return list;
+}
+
+/// BooleanChildren, or none if one of them is on.
+BooleanList SwitchedOffChildren(const Property& node) {
+  BooleanList list = BooleanChildren(node);
+  const bool anyOn = std::any_of(list.begin(), list.end(),
+                                 [](const BooleanHandle& child) { return child->GetValue(); });
+  return anyOn ? BooleanList() : std::move(list);
+}
+
+/// True also for a node without children.
+bool AllChildrenOff(const Property& node) {
+  const std::vector<IProperty*>& children = PropertyTree::Children(node);
+  return std::all_of(children.begin(), children.end(), [](IProperty* child) {
+    const BooleanProperty* const boolean = AsBoolean(child);
+    return boolean != nullptr && !boolean->GetValue();
+  });
+}
+
+BooleanHandle BooleanParent(const Property& node) {
+  const auto parent = ReferenceCounting::Adopt(node.GetParentProperty());
+  return ReferenceCounting::Share(AsBoolean(parent.Get()));
+}
+
+/// Whether the node or a boolean node above it is of a host's class.
+bool HostClassAtOrAbove(BooleanProperty& node) {
+  BooleanHandle current = ReferenceCounting::Share(&node);
+  while (current && PropertyTree::IsLibraryClass(*current)) current = BooleanParent(*current);
+  return static_cast<bool>(current);
+}
+
+}  // namespace
+
+BooleanProperty::BooleanProperty(const NameAndDescription& nameAndDescription, bool value)
+    : Property(nameAndDescription), m_value(value) {}
+
+BooleanProperty::BooleanProperty(const BooleanProperty& other, NodeOnly)
+    : IReferenceCount(),
+      IProperty(),
+      IAttachableProperty(),
+      Property(other, NodeOnly()),
+      IBooleanProperty(),
+      m_value(false) {}
+
+BooleanProperty::BooleanProperty(const BooleanProperty& other)
+    : BooleanProperty(other, NodeOnly()) {
+  PropertyTree::CopyChildren(*this, other);
+  CopyValue(other);
+}
+
+void BooleanProperty::CopyValue(const BooleanProperty& source) {
+  m_value = source.GetValue();
+}
+
+IProperty* BooleanProperty::Construct(const NameAndDescription& nameAndDescription, bool value) {
+  return new BooleanProperty(nameAndDescription, value);
+}
+
+void* BooleanProperty::QueryInterface(ReferenceCounting::_ClassID id) {
+  if (id != ReferenceCounting::ID_IBooleanProperty) return Property::QueryInterface(id);
+  AddRef();
+  return static_cast<IBooleanProperty*>(this);
+}
+
+const char* BooleanProperty::GetChildKey() const {
+  return m_value ? Property::GetChildKey() : "";
+}
+
+bool BooleanProperty::GetValue() const {
+  return m_value;
+}
+
+void BooleanProperty::SetValueNoUpdate(bool value) {
+  m_value = value;
+}
+
+void BooleanProperty::SetValue(bool value) {
+  if (value == m_value) return;
+  m_value = value;
+  SetTree(value);
+  if (!value) UpdateParent();
+}
+
+/// Switches the children depth first, as if each child's SetValue were called in order, this node
+/// being switched already.
+///
+/// A child that goes off reports to its parent (UpdateSelf), and the report climbs as long as it
+/// meets only groups that are off. Inside the tree being switched off these reports change nothing,
+/// as the groups on the way are off already, and what they do above its root is done once more by
+/// the root's own report at the end. So they are left out: with them, a wide or a deep tree would
+/// take quadratic time. Only a node of a host's class, at the root or above, could tell the
+/// difference (it may override UpdateSelf); for such a tree every report is made.
+void BooleanProperty::SetTree(bool value) {
+  std::vector<GroupFrame> path;
+  path.push_back({this, BooleanChildren(*this)});
+  const bool reportAll = !value && !path.back().children.empty() && HostClassAtOrAbove(*this);
+  while (!path.empty()) {
+    GroupFrame& group = path.back();
+    if (group.next == group.children.size()) {
+      const BooleanProperty& done = *group.node;
+      if (reportAll && path.size() > 1) done.UpdateParent();
+      path.pop_back();
+      continue;
+    }
+    BooleanProperty& child = *group.children[group.next++];
+    if (!PropertyTree::IsLibraryClass(child)) {
+      child.SetValue(value);
+    } else if (child.m_value != value) {
+      child.m_value = value;
+      path.push_back({&child, BooleanChildren(child)});
+    }
+  }
+}
+
+void BooleanProperty::UpdateParent() const {
+  const BooleanHandle parent = BooleanParent(*this);
+  if (parent) parent->UpdateSelf();
+}
+
+void BooleanProperty::UpdateSelf() {
+  BooleanHandle node = ReferenceCounting::Share(this);
+  while (AllChildrenOff(*node)) {
+    node->m_value = false;
+    node = BooleanParent(*node);
+    if (!node) return;
+    if (!PropertyTree::IsLibraryClass(*node)) return node->UpdateSelf();
+  }
+}
+
+void BooleanProperty::UpdateSubProperties() {
+  std::vector<GroupFrame> path;
+  path.push_back({this, SwitchedOffChildren(*this)});
+  while (!path.empty()) {
+    GroupFrame& group = path.back();
+    if (group.next == group.children.size()) {
+      path.pop_back();
+      continue;
+    }
+    BooleanProperty& child = *group.children[group.next++];
+    child.SetValueNoUpdate(group.node->m_value);
+    path.push_back({&child, SwitchedOffChildren(child)});
+  }
+}
+
+bool BooleanProperty::IsEqual(BooleanProperty& other) {
+  return m_value == other.m_value;
+}
+
+}  // namespace TargetOperations
