@@ -1,11 +1,13 @@
 #pragma once
 
+#include <algorithm>
 #include <array>
 #include <concepts>
 #include <cstddef>
 #include <cstdint>
 #include <span>
 
+#include "host/stp_opcodes.h"
 #include "host/stp_packet.h"
 
 /// Reads a STP version 2 stream: bytes in, packets out, in chunks of any size, with constant memory
@@ -50,6 +52,75 @@ struct StpCounters {
   constexpr std::uint64_t bytes_skipped() const { return (nibbles_skipped + 1) / 2; }
 };
 
+namespace detail {
+
+/// What the packets of a stream carry over from one to the next.
+struct StpContext {
+  std::uint64_t timestamp = 0;
+  std::uint64_t raw_timestamp = 0;  ///< as sent: Gray coded under VERSION 4
+  std::uint16_t master = 0;
+  std::uint16_t channel = 0;
+  StpTimestampCoding coding = StpTimestampCoding::kNatural;
+};
+
+/// One packet taken apart, without its effect.
+struct StpParse {
+  enum Outcome : std::uint8_t {
+    kPacket,
+    kOpen,      ///< the bytes end before the packet is complete and safe from an ASYNC
+    kAsyncRun,  ///< F F: no packet, perhaps the start of an ASYNC
+    kBad,       ///< see `reason`
+  };
+
+  Outcome outcome = kOpen;
+  StpSyncLoss reason = StpSyncLoss::kReservedOpcode;
+  StpOpcode opcode;
+  std::uint8_t value_nibbles = 0;
+  std::uint8_t timestamp_nibbles = 0;
+  std::uint64_t value = 0;
+  std::uint64_t timestamp = 0;  ///< the nibbles sent
+  std::size_t end = 0;          ///< the first nibble behind the packet
+};
+
+inline constexpr std::size_t kNotFound = ~std::size_t{0};
+
+constexpr std::uint8_t nibble_at(std::span<const std::uint8_t> data, std::size_t at) {
+  return static_cast<std::uint8_t>((data[at / 2] >> (at % 2 * 4)) & 0xF);
+}
+
+/// The packet that begins at nibble `at`. `is_end`: no bytes follow `data`.
+StpParse parse_packet(std::span<const std::uint8_t> data, std::size_t at, bool is_end);
+
+/// The nibble behind the first ASYNC that ends in data[at...], else kNotFound. `f_run` counts the F
+/// nibbles before `at` and is carried on.
+std::size_t find_async_end(std::span<const std::uint8_t> data, std::size_t at,
+                           std::uint64_t& f_run);
+
+/// The first nibble from `at` on that is not F, or the end; adds the F nibbles to `f_run`.
+std::size_t skip_f_run(std::span<const std::uint8_t> data, std::size_t at, std::uint64_t& f_run);
+
+constexpr std::uint64_t from_gray(std::uint64_t gray) {
+  for (unsigned shift = 1; shift < 64; shift *= 2) gray ^= gray >> shift;
+  return gray;
+}
+constexpr std::uint64_t to_gray(std::uint64_t value) {
+  return value ^ (value >> 1);
+}
+
+/// Takes in a time stamp of which the low `nibbles` nibbles were sent.
+constexpr void advance_timestamp(StpContext& context, std::uint64_t sent, unsigned nibbles) {
+  if (context.coding == StpTimestampCoding::kDelta) {
+    context.timestamp += sent;
+    return;
+  }
+  const std::uint64_t kept = nibbles < 16 ? ~std::uint64_t{0} << (4 * nibbles) : 0;
+  context.raw_timestamp = (context.raw_timestamp & kept) | sent;
+  context.timestamp = context.coding == StpTimestampCoding::kGray ? from_gray(context.raw_timestamp)
+                                                                  : context.raw_timestamp;
+}
+
+}  // namespace detail
+
 class StpReader {
  public:
   /// Reads the next bytes of the stream. Calls the sink for every packet that is certain by now; a
@@ -75,27 +146,167 @@ class StpReader {
   std::uint64_t newest_timestamp() const { return context_.timestamp; }
   /// Of the newest FREQ packet; 0 before any.
   std::uint64_t frequency_hz() const { return frequency_hz_; }
-  StpTimestampCoding timestamp_coding() const { return coding_; }
+  StpTimestampCoding timestamp_coding() const { return context_.coding; }
   /// Bytes pushed so far.
   std::uint64_t stream_bytes() const { return stream_bytes_; }
 
  private:
-  /// What the packets of a stream carry over from one to the next.
-  struct Context {
-    std::uint64_t timestamp = 0;
-    std::uint64_t raw_timestamp = 0;  ///< as sent: Gray coded under VERSION 4
-    /// The nibble after the last ASYNC and the NULLs that follow it: a VERSION here resets the
-    /// source.
-    std::uint64_t after_async = ~std::uint64_t{0};
-    std::uint16_t master = 0;
-    std::uint16_t channel = 0;
+  enum class Phase : std::uint8_t {
+    kSearching,  // nothing is trusted up to the next ASYNC
+    kAsyncRun,   // in sync, within a run of F that began where a packet should
+    kInSync,
   };
 
-  Context context_;
-  StpTimestampCoding coding_ = StpTimestampCoding::kNatural;
+  // The bytes of a packet that the last push left open. The longest packet, USER_TS, has 37 nibbles
+  // and needs the 21 behind it to be safe from an ASYNC, which makes 30 bytes; behind them stands
+  // the head of the next push.
+  static constexpr std::size_t kMostOpenBytes = 30;
+  static constexpr std::size_t kJoinBytes = 2 * kMostOpenBytes + 4;
+
+  // Reads on from nibble `at` of `data`, whose first nibble is number origin_ of the stream, until
+  // a packet ends at or behind nibble `stop` or stays open. Returns where it came to.
+  template <StpSink Sink>
+  std::size_t consume(std::span<const std::uint8_t> data, std::size_t at, std::size_t stop,
+                      bool is_end, Sink& sink);
+  template <StpSink Sink>
+  std::size_t search(std::span<const std::uint8_t> data, std::size_t at, Sink& sink);
+  template <StpSink Sink>
+  void accept_async(std::uint64_t first_nibble, Sink& sink);
+  template <StpSink Sink>
+  void lose_sync(std::uint64_t nibble, StpSyncLoss reason, Sink& sink);
+  template <StpSink Sink>
+  void skip(std::uint64_t first_nibble, std::uint64_t end_nibble, Sink& sink);
+
+  // The effect of a packet that is not ASYNC on what the reader keeps, and the packet for the sink.
+  StpPacket settle(const detail::StpParse& parse, std::uint64_t nibble_offset);
+  void apply_effect(const StpOpcode& opcode, std::uint64_t value, std::uint64_t nibble_offset);
+  void apply_version(std::uint64_t version, std::uint64_t nibble_offset);
+  void keep_open(std::span<const std::uint8_t> data, std::size_t at);
+
+  detail::StpContext context_;
   StpCounters counters_;
   std::uint64_t frequency_hz_ = 0;
   std::uint64_t stream_bytes_ = 0;
+  std::uint64_t origin_ = 0;
+  std::uint64_t gap_begin_ = 0;  // not kInSync: the first nibble that no packet has claimed
+  std::uint64_t f_run_ = 0;      // not kInSync: F nibbles just before the next one
+  // The nibble after the last ASYNC and the NULLs behind it: a VERSION here resets the source.
+  std::uint64_t after_async_ = ~std::uint64_t{0};
+  Phase phase_ = Phase::kSearching;
+  std::uint8_t open_size_ = 0;
+  std::uint8_t open_at_ = 0;  // the open packet begins in this nibble of the first byte
+  std::array<std::uint8_t, kJoinBytes> open_{};
 };
+
+template <StpSink Sink>
+void StpReader::push(std::span<const std::uint8_t> bytes, Sink& sink) {
+  const std::uint64_t first_byte = stream_bytes_;
+  stream_bytes_ += bytes.size();
+  std::size_t at = 0;
+  if (open_size_ > 0) {
+    const std::size_t taken = std::min(open_.size() - open_size_, bytes.size());
+    std::copy_n(bytes.data(), taken, open_.data() + open_size_);
+    const std::span joined(open_.data(), open_size_ + taken);
+    const std::size_t own_nibbles = std::size_t{open_size_} * 2;
+    origin_ = (first_byte - open_size_) * 2;
+    at = consume(joined, open_at_, own_nibbles, false, sink);
+    if (at < own_nibbles) return keep_open(joined, at);
+    at -= own_nibbles;
+    open_size_ = 0;
+  }
+  origin_ = first_byte * 2;
+  at = consume(bytes, at, bytes.size() * 2, false, sink);
+  keep_open(bytes, at);
+}
+
+template <StpSink Sink>
+bool StpReader::finish(Sink& sink) {
+  const std::span open(open_.data(), open_size_);
+  const std::uint64_t end = stream_bytes_ * 2;
+  origin_ = end - open.size() * 2;
+  const std::size_t at = consume(open, open_at_, open.size() * 2, true, sink);
+  if (phase_ == Phase::kInSync) gap_begin_ = origin_ + at;
+  const bool on_boundary = phase_ == Phase::kInSync && gap_begin_ == end;
+  skip(gap_begin_, end, sink);
+  return on_boundary;
+}
+
+template <StpSink Sink>
+std::size_t StpReader::consume(std::span<const std::uint8_t> data, std::size_t at, std::size_t stop,
+                               bool is_end, Sink& sink) {
+  while (at < stop) {
+    if (phase_ != Phase::kInSync) {
+      at = search(data, at, sink);
+      continue;
+    }
+    const detail::StpParse parse = detail::parse_packet(data, at, is_end);
+    switch (parse.outcome) {
+      case detail::StpParse::kPacket:
+        sink.on_packet(settle(parse, origin_ + at));
+        at = parse.end;
+        break;
+      case detail::StpParse::kOpen:
+        return at;
+      case detail::StpParse::kAsyncRun:
+        phase_ = Phase::kAsyncRun;
+        gap_begin_ = origin_ + at;
+        f_run_ = 0;
+        break;
+      case detail::StpParse::kBad:
+        lose_sync(origin_ + at, parse.reason, sink);
+        break;
+    }
+  }
+  return at;
+}
+
+template <StpSink Sink>
+std::size_t StpReader::search(std::span<const std::uint8_t> data, std::size_t at, Sink& sink) {
+  const std::size_t end = data.size() * 2;
+  if (phase_ == Phase::kSearching) {
+    at = detail::find_async_end(data, at, f_run_);
+    if (at != detail::kNotFound) accept_async(origin_ + at - kAsyncNibbles, sink);
+    return at == detail::kNotFound ? end : at;
+  }
+  at = detail::skip_f_run(data, at, f_run_);
+  if (at == end) return end;
+  if (f_run_ >= kAsyncRun && detail::nibble_at(data, at) == 0) {
+    accept_async(origin_ + at - kAsyncRun, sink);
+    return at + 1;
+  }
+  lose_sync(gap_begin_, StpSyncLoss::kReservedOpcode, sink);
+  return at;
+}
+
+template <StpSink Sink>
+void StpReader::accept_async(std::uint64_t first_nibble, Sink& sink) {
+  skip(gap_begin_, first_nibble, sink);
+  phase_ = Phase::kInSync;
+  after_async_ = first_nibble + kAsyncNibbles;
+  ++counters_.packets;
+  StpPacket packet;
+  packet.nibble_offset = first_nibble;
+  packet.timestamp = context_.timestamp;
+  packet.master = context_.master;
+  packet.channel = context_.channel;
+  packet.kind = StpKind::kAsync;
+  sink.on_packet(packet);
+}
+
+template <StpSink Sink>
+void StpReader::lose_sync(std::uint64_t nibble, StpSyncLoss reason, Sink& sink) {
+  phase_ = Phase::kSearching;
+  gap_begin_ = nibble;
+  f_run_ = 0;
+  ++counters_.sync_losses;
+  sink.on_sync_lost(nibble / 2, reason);
+}
+
+template <StpSink Sink>
+void StpReader::skip(std::uint64_t first_nibble, std::uint64_t end_nibble, Sink& sink) {
+  if (first_nibble == end_nibble) return;
+  counters_.nibbles_skipped += end_nibble - first_nibble;
+  sink.on_skipped(StpSkippedRange{first_nibble, end_nibble - first_nibble});
+}
 
 }  // namespace qbt2

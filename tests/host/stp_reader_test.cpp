@@ -1,0 +1,379 @@
+#include "host/stp_reader.h"
+
+#include <string>
+#include <vector>
+
+#include "gmock/gmock.h"
+#include "gtest/gtest.h"
+#include "tests/host/random_stp.h"
+#include "tests/host/reference_stp_reader.h"
+#include "tests/host/stp_events.h"
+
+namespace qbt2 {
+namespace {
+
+using test::RandomStp;
+using test::ReferenceStpReader;
+using test::StpEvent;
+using test::StpRecorder;
+
+const std::string kAsync = "FFFFFFFFFFFFFFFFFFFFF0";
+
+/// Bytes of a stream given as hexadecimal nibbles in the order sent; blanks are for the eye.
+std::vector<std::uint8_t> stream(const std::string& nibbles) {
+  StpWriter writer;
+  for (const char c : nibbles) {
+    if (c == ' ') continue;
+    writer.nibbles(static_cast<std::uint64_t>(c <= '9' ? c - '0' : c - 'A' + 10), 1);
+  }
+  return writer.bytes();
+}
+
+struct Reading {
+  StpRecorder recorder;
+  StpReader reader;
+  bool on_boundary = false;
+
+  explicit Reading(std::span<const std::uint8_t> bytes) {
+    reader.push(bytes, recorder);
+    on_boundary = reader.finish(recorder);
+  }
+  std::vector<StpPacket> packets() const {
+    std::vector<StpPacket> found;
+    for (const StpEvent& event : recorder.events)
+      if (event.type == StpEvent::kPacket) found.push_back(event.packet);
+    return found;
+  }
+};
+
+std::string name(const StpPacket& packet) {
+  return std::string(to_string(packet.kind)) + (packet.marked ? "M" : "") +
+         (packet.has_timestamp ? "TS" : "");
+}
+
+TEST(StpReader, ReadsEachPacketKind) {
+  struct Case {
+    std::string nibbles;
+    std::string name;
+    std::uint64_t value;
+    std::uint64_t timestamp;
+    int value_nibbles;
+  };
+  const Case cases[] = {
+      {"0", "NULL", 0, 0, 0},
+      {"1 A5", "M8", 0xA5, 0, 2},
+      {"2 01", "MERR", 1, 0, 2},
+      {"3 7F", "C8", 0x7F, 0, 2},
+      {"4 12", "D8", 0x12, 0, 2},
+      {"5 1234", "D16", 0x1234, 0, 4},
+      {"6 12345678", "D32", 0x12345678, 0, 8},
+      {"7 123456789ABCDEF0", "D64", 0x123456789ABCDEF0, 0, 16},
+      {"8 12 2AB", "D8MTS", 0x12, 0xAB, 2},
+      {"9 1234 13", "D16MTS", 0x1234, 3, 4},
+      {"A 12345678 0", "D32MTS", 0x12345678, 0, 8},
+      {"B FFFFFFFFFFFFFFFF C123456789ABC", "D64MTS", ~0ULL, 0x123456789ABC, 16},
+      {"C 9", "D4", 9, 0, 1},
+      {"D 9 11", "D4MTS", 9, 1, 1},
+      {"E 3123", "FLAGTS", 0, 0x123, 0},
+      {"F00 3", "VERSION", 3, 0, 1},
+      {"F00 B 12", "VERSION", 0xB12, 0, 3},
+      {"F01 17", "NULLTS", 0, 7, 0},
+      {"F02 0 5", "USER", 5, 0, 1},
+      {"F02 F 0123456789ABCDEF", "USER", 0x0123456789ABCDEF, 0, 16},
+      {"F03 1 AB 15", "USERTS", 0xAB, 5, 2},
+      {"F06 12", "TRIG", 0x12, 0, 2},
+      {"F07 12 14", "TRIGTS", 0x12, 4, 2},
+      {"F08 0124F800", "FREQ", 19200000, 0, 8},
+      {"F09 0124F800 16", "FREQTS", 19200000, 6, 8},
+      {"F0A 34", "XSYNC", 0x34, 0, 2},
+      {"F0B 34 0", "XSYNCTS", 0x34, 0, 2},
+      {"F0F0 123456789A", "FREQ_40", 0x123456789A, 0, 10},
+      {"F0F1 123456789A 18", "FREQ_40TS", 0x123456789A, 8, 10},
+      {"F0F3 56", "CERR", 0x56, 0, 2},
+      {"F1 BEEF", "M16", 0xBEEF, 0, 4},
+      {"F2 01", "GERR", 1, 0, 2},
+      {"F3 CAFE", "C16", 0xCAFE, 0, 4},
+      {"F4 12 11", "D8TS", 0x12, 1, 2},
+      {"F5 1234 12", "D16TS", 0x1234, 2, 4},
+      {"F6 12345678 212", "D32TS", 0x12345678, 0x12, 8},
+      {"F7 123456789ABCDEF0 D123456789ABCDE", "D64TS", 0x123456789ABCDEF0, 0x123456789ABCDE, 16},
+      {"F8 12", "D8M", 0x12, 0, 2},
+      {"F9 1234", "D16M", 0x1234, 0, 4},
+      {"FA FFFFFFFF", "D32M", 0xFFFFFFFF, 0, 8},
+      {"FB 0000000000000001", "D64M", 1, 0, 16},
+      {"FC 7 EFEDCBA9876543210", "D4TS", 7, 0xFEDCBA9876543210, 1},
+      {"FD 7", "D4M", 7, 0, 1},
+      {"FE", "FLAG", 0, 0, 0},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.nibbles);
+    // Behind it a D16, so that a wrong length shows, and what makes whole bytes of it.
+    for (const std::string tail : {"5 ABCD", "5 ABCD 0"}) {
+      const Reading reading(stream(kAsync + c.nibbles + tail));
+      const std::vector<StpPacket> packets = reading.packets();
+      ASSERT_GE(packets.size(), 3U);
+      EXPECT_EQ(name(packets[1]), c.name);
+      EXPECT_EQ(packets[1].value, c.value);
+      EXPECT_EQ(packets[1].timestamp, c.timestamp);
+      EXPECT_EQ(packets[1].value_nibbles, c.value_nibbles);
+      EXPECT_EQ(packets[1].nibble_offset, 22U);
+      EXPECT_EQ(name(packets[2]), "D16");
+      EXPECT_EQ(packets[2].value, 0xABCDU);
+      EXPECT_TRUE(reading.on_boundary);
+      EXPECT_EQ(reading.reader.counters().packets, packets.size());
+      EXPECT_EQ(reading.reader.counters().bytes_skipped(), 0U);
+      EXPECT_EQ(reading.reader.counters().sync_losses, 0U);
+    }
+  }
+}
+
+TEST(StpReader, KeepsMasterAndChannel) {
+  struct Case {
+    std::string nibbles;
+    std::uint16_t master;
+    std::uint16_t channel;
+  };
+  const Case cases[] = {
+      {"", 0, 0},
+      {"F1 1234 F3 5678", 0x1234, 0x5678},
+      {"F1 1234 F3 5678 3 9A", 0x1234, 0x569A},              // C8: the low 8 bits
+      {"F3 5678 1 42", 0x42, 0},                             // M8 sets all of the master
+      {"F1 1234 1 42", 0x42, 0},                             //
+      {"1 42 F3 5678 2 00", 0x42, 0},                        // MERR
+      {"1 42 F3 5678 F2 00", 0, 0x5678},                     // GERR
+      {"1 42 3 07" + kAsync, 0x42, 7},                       // ASYNC alone
+      {"1 42 3 07" + kAsync + "F00 3", 0, 0},                //
+      {"1 42 3 07" + kAsync + "00 F00 3", 0, 0},             // NULL says nothing
+      {"1 42 3 07" + kAsync + "FE F00 3", 0x42, 7},          // not the one behind an ASYNC
+      {"1 42 3 07 F00 4", 0x42, 7},                          //
+      {"1 42 3 07" + kAsync + "F00 3 3 09 F00 4 FE", 0, 9},  //
+      {"1 42 3 07" + kAsync + "F01 0 F00 3", 0x42, 7},       // NULL_TS is a packet of its own
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.nibbles);
+    const std::vector<StpPacket> packets = Reading(stream(kAsync + c.nibbles + "C5")).packets();
+    ASSERT_GE(packets.size(), 2U);
+    const auto d4 = std::find_if(packets.rbegin(), packets.rend(),
+                                 [](const StpPacket& p) { return p.kind == StpKind::kD4; });
+    ASSERT_NE(d4, packets.rend());
+    EXPECT_EQ(d4->master, c.master);
+    EXPECT_EQ(d4->channel, c.channel);
+  }
+}
+
+TEST(StpReader, DecodesTimestamps) {
+  struct Case {
+    std::string nibbles;
+    std::uint64_t timestamp;
+  };
+  const Case cases[] = {
+      // The nibbles left out keep their value.
+      {"E 41234 E 2FF", 0x12FF},
+      {"E 41234 E 0", 0x1234},
+      {"E EFEDCBA9876543210 E 10", 0xFEDCBA9876543210},
+      {"E EFEDCBA9876543210 E D00000000000001", 0xFE00000000000001},
+      {"E EFEDCBA9876543210 E C000000000001", 0xFEDC000000000001},
+      // Gray: 0b1101 is 9, 0b1000 is 15; the kept nibbles are kept as sent.
+      {"F00 4 E 1D", 9},
+      {"F00 4 E 2D8", 0x90 + 0},
+      {"F00 4 E 218 E 10", 0x1F},
+      {"F00 4 E E8000000000000000", ~0ULL},
+      {"F00 4 E EFFFFFFFFFFFFFFFF", 0xAAAAAAAAAAAAAAAA},
+      // Differences.
+      {"F00 2 E 210 E 15 E 0", 0x15},
+      {"F00 2 E 210 E EFFFFFFFFFFFFFFFF", 0xF},
+      // A change of the coding keeps the time, not the bits: 0x1F is 0b10000 in Gray code.
+      {"E 21F F00 4 E 11", 0x1E},
+      {"F00 4 E 218 F00 3 E 13", 0x13},
+      {"F00 2 E 21F F00 3 E 10", 0x10},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.nibbles);
+    const Reading reading(stream(kAsync + c.nibbles + "FE"));
+    EXPECT_EQ(reading.packets().back().timestamp, c.timestamp);
+    EXPECT_EQ(reading.reader.newest_timestamp(), c.timestamp);
+    EXPECT_EQ(reading.reader.counters().sync_losses, 0U);
+  }
+}
+
+TEST(StpReader, FindsBackAfterDamage) {
+  struct Case {
+    std::string nibbles;  // between an ASYNC and "6 00000001", an ASYNC and "6 00000002"
+    StpSyncLoss reason;
+    std::uint64_t lost_nibble;  // counted from the first packet
+  };
+  using enum StpSyncLoss;
+  const Case cases[] = {
+      {"F0C", kReservedOpcode, 0},
+      {"F0D", kReservedOpcode, 0},
+      {"F0E", kReservedOpcode, 0},
+      {"F0F4", kReservedOpcode, 0},
+      {"F0FF", kReservedOpcode, 0},
+      {"FF", kReservedOpcode, 0},
+      {"FE F04 0", kUnsettledPacket, 2},
+      {"F05", kUnsettledPacket, 0},
+      {"F0F2", kUnsettledPacket, 0},
+      {"4 12 E F", kReservedTimestampSize, 3},
+      {"F000", kStpVersion1, 0},
+      {"F001", kStpVersion1, 0},
+      {"F009", kStpVersion1, 0},
+      {"F005", kReservedVersion, 0},
+      {"F00E", kReservedVersion, 0},
+      {"F00F 1", kReservedVersion, 0},
+      // One F short of an ASYNC, and one whose 0 is something else.
+      {"FFFFFFFFFFFFFFFFFFFF0", kReservedOpcode, 0},
+      {"FFFFFFFFFFFFFFFFFFFFFFFFFFF1", kReservedOpcode, 0},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.nibbles);
+    const Reading reading(stream(kAsync + c.nibbles + "6 00000001" + kAsync + "6 00000002"));
+    std::uint64_t losses = 0;
+    for (const StpEvent& event : reading.recorder.events) {
+      if (event.type != StpEvent::kSyncLost) continue;
+      ++losses;
+      EXPECT_EQ(event.reason, c.reason);
+      EXPECT_EQ(event.offset, (22 + c.lost_nibble) / 2);
+    }
+    EXPECT_EQ(losses, 1U);
+    std::vector<std::uint64_t> words;
+    for (const StpPacket& packet : reading.packets())
+      if (packet.kind == StpKind::kD32) words.push_back(packet.value);
+    EXPECT_EQ(words, std::vector<std::uint64_t>{2});
+    EXPECT_EQ(reading.reader.counters().sync_losses, 1U);
+  }
+}
+
+/// How the stretch before an ASYNC is told: what is lost, what is skipped, what is a packet.
+TEST(StpReader, AsyncCutsPacketsShort) {
+  struct Case {
+    std::string nibbles;  // between two ASYNC
+    std::string packets;  // read there
+    bool lost;
+    std::uint64_t skipped;
+  };
+  const std::string f16(16, 'F');
+  const Case cases[] = {
+      {"", "", false, 0},
+      {"F", "", false, 1},  // surplus F are nothing, not a fault
+      {f16 + f16, "", false, 32},
+      {"6", "", true, 1},
+      {"6 FFFF", "", true, 5},
+      {"4 F", "", true, 2},
+      {"4 FF", "D8 ", false, 0},
+      {"4 FFF", "D8 ", false, 1},
+      {"7 FFFFFFFFFFFFFFF", "", true, 16},
+      {"7" + f16, "D64 ", false, 0},
+      {"7" + f16 + "F", "D64 ", false, 1},
+      {"F7", "", true, 2},
+      {"F7" + f16, "", true, 18},
+      {"F7" + f16 + "0", "D64TS ", false, 0},
+      {"F7" + f16 + "EFFFFFFFFFFFFFFF", "", true, 34},
+      {"F7" + f16 + "E" + f16, "D64TS ", false, 0},
+      {"F0", "", true, 2},
+      {"F0F", "", true, 3},
+      {"F00", "", true, 3},
+      {"F00 B F", "", true, 5},
+      {"F00 B FF", "VERSION ", false, 0},
+      {"F02 F" + f16, "USER ", false, 0},
+      {"F02 F" + f16 + "F", "USER ", false, 1},
+      {"F02 F FFFFFFFFFFFFFFF", "", true, 19},
+      {"F02", "", true, 3},
+      {"F03", "", true, 3},
+      {"E", "", true, 1},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.nibbles);
+    const Reading reading(stream(kAsync + c.nibbles + kAsync + "C5"));
+    std::string packets;
+    for (const StpPacket& packet : reading.packets()) packets += name(packet) + " ";
+    // A NULL at the very end is the half byte that is left over.
+    EXPECT_THAT(packets, testing::StartsWith("ASYNC " + c.packets + "ASYNC D4 "));
+    EXPECT_EQ(reading.reader.counters().sync_losses, c.lost ? 1U : 0U);
+    EXPECT_EQ(reading.reader.counters().nibbles_skipped, c.skipped);
+    EXPECT_TRUE(reading.on_boundary);
+  }
+}
+
+TEST(StpReader, EndsAreNoDamage) {
+  struct Case {
+    std::string nibbles;
+    std::uint64_t bytes_skipped;
+    bool on_boundary;
+  };
+  const Case cases[] = {
+      {"", 0, false},
+      {"1234", 2, false},                      // never in sync
+      {"12345" + kAsync, 3, true},             // 5 nibbles before the first ASYNC
+      {std::string(41, 'F') + "0", 10, true},  // surplus F before it
+      {kAsync, 0, true},                       //
+      {kAsync + "6 1234567", 4, false},        // cut packet
+      {kAsync + "FFFFFF", 3, false},           // cut ASYNC
+      {kAsync + "4F", 1, false},               //
+      {kAsync + "0 4FF", 0, true},             // complete, whatever may have followed
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.nibbles);
+    const Reading reading(stream(c.nibbles));
+    EXPECT_EQ(reading.reader.counters().bytes_skipped(), c.bytes_skipped);
+    EXPECT_EQ(reading.on_boundary, c.on_boundary);
+    EXPECT_EQ(reading.reader.counters().sync_losses, 0U);
+  }
+}
+
+TEST(StpReader, NibbleSwappedStreamIsNotGuessedAt) {
+  std::vector<std::uint8_t> bytes = stream(kAsync + "F003 6 12345678 0");
+  const Reading sound(bytes);
+  EXPECT_EQ(sound.packets().size(), 4U);
+  // With the halves of each byte swapped the ASYNC's end is no ASYNC, so nothing is.
+  for (std::uint8_t& byte : bytes) byte = static_cast<std::uint8_t>(byte << 4 | byte >> 4);
+  const Reading swapped(bytes);
+  EXPECT_TRUE(swapped.packets().empty());
+  EXPECT_EQ(swapped.reader.counters().bytes_skipped(), bytes.size());
+}
+
+void expect_like_reference(RandomStp& random, const std::vector<std::uint8_t>& bytes) {
+  const ReferenceStpReader reference(bytes);
+  StpReader reader;
+  StpRecorder recorder;
+  random.in_chunks(bytes,
+                   [&](std::span<const std::uint8_t> chunk) { reader.push(chunk, recorder); });
+  EXPECT_EQ(reader.finish(recorder), reference.ended_on_boundary);
+  ASSERT_EQ(recorder.events, reference.events);
+  EXPECT_EQ(reader.counters().packets, reference.packets);
+  EXPECT_EQ(reader.counters().sync_losses, reference.sync_losses);
+  EXPECT_EQ(reader.counters().nibbles_skipped, reference.nibbles_skipped);
+  EXPECT_EQ(reader.stream_bytes(), bytes.size());
+}
+
+TEST(StpReader, AgreesWithReferenceOnSoundStreams) {
+  for (std::uint64_t seed = 1; seed <= 400 && !testing::Test::HasFailure(); ++seed) {
+    SCOPED_TRACE(seed);
+    RandomStp random(seed);
+    const std::vector<std::uint8_t> bytes = random.sound(1 + random.below(400));
+    expect_like_reference(random, bytes);
+    EXPECT_EQ(Reading(bytes).reader.counters().bytes_skipped(), 0U);
+  }
+}
+
+TEST(StpReader, AgreesWithReferenceOnDamagedStreams) {
+  for (std::uint64_t seed = 1; seed <= 3000 && !testing::Test::HasFailure(); ++seed) {
+    SCOPED_TRACE(seed);
+    RandomStp random(seed);
+    expect_like_reference(random, random.damaged(1 + random.below(120)));
+  }
+}
+
+TEST(StpReader, AgreesWithReferenceOnGarbage) {
+  for (std::uint64_t seed = 1; seed <= 1000 && !testing::Test::HasFailure(); ++seed) {
+    SCOPED_TRACE(seed);
+    RandomStp random(seed);
+    // Mostly F, so that runs of every length come up.
+    std::vector<std::uint8_t> bytes(random.below(600));
+    for (std::uint8_t& byte : bytes)
+      byte = random.below(12) != 0 ? 0xFF : static_cast<std::uint8_t>(random.value());
+    expect_like_reference(random, bytes);
+  }
+}
+
+}  // namespace
+}  // namespace qbt2
