@@ -1,0 +1,114 @@
+#include <limits>
+#include <utility>
+
+#include "decoder/StpQBTracer2DecoderImpl.h"
+#include "decoder/decoder_log.h"
+#include "decoder/sample_layout.h"
+
+using Kz::Dvt::Trace::DecodeError;
+
+void StpQBTracer2Decoder::ProcessSamples(std::uint32_t /*unused*/, std::uint8_t* input,
+                                         std::uint32_t capacity, std::uint8_t* output,
+                                         std::uint32_t& bytesProduced) {
+  try {
+    inputBuffer = input;
+    currentProbeId = input[kSampleProbeIdOffset];
+    outputCursor = output;
+    outputCapacity = capacity;
+    DecodeSample();
+  } catch (const DecodeError&) {
+    QBT2_LOG(kLogAboveTwo, KZ_DVT::uLogKindError, kDecoderLogStyle,
+             "StpQBTracer2Decoder: Decode error");
+    throw;
+  } catch (...) {
+    QBT2_LOG(kLogAboveTwo, KZ_DVT::uLogKindError, kDecoderLogStyle,
+             "StpQBTracer2Decoder: unknown error");
+    throw DecodeError{2, 0};
+  }
+  if (bytesWritten == 0) {
+    // Whatever the capacity: a host has to leave room for this one byte. Deliberate.
+    *outputCursor = NO_DATA_MARKER;
+    bytesProduced = 1;
+    return;
+  }
+  bytesProduced = bytesWritten;
+}
+
+void StpQBTracer2Decoder::DecodeSample() {
+  Qbt2ProbeData_t probe = GetProbeData(currentProbeId);
+  readIndex = kSamplePayloadCountOffset;
+  bytesWritten = 0;
+  if (outputCapacity < kExpectedCapacity) {
+    QBT2_LOG(kLogAboveTwo, KZ_DVT::uLogKindWarning, kDecoderLogStyle,
+             "StpQBTracer2Decoder: output buffer size is low: %d",
+             static_cast<int>(outputCapacity));
+  }
+  ProcessQBTracerData(std::move(probe));
+}
+
+Qbt2ProbeData_t StpQBTracer2Decoder::GetProbeData(std::uint8_t id) const {
+  for (const Qbt2ProbeData_t& probe : probes) {
+    if (probe.probeId == id) {
+      return probe;
+    }
+  }
+  Qbt2ProbeData_t unknown;
+  unknown.probeId = id;
+  return unknown;
+}
+
+bool StpQBTracer2Decoder::ProcessQBTracerData(Qbt2ProbeData_t probe) {
+  MessageWords message;
+  if (!CollectWords(message)) {
+    return false;
+  }
+  switch (message.count) {
+    case kThroughputWords:
+      ProcessThroughputMessage(message.ToVector(), std::move(probe));
+      return true;
+    case kLatencyWords:
+      ProcessLatencyMessage(message.ToVector(), std::move(probe));
+      return true;
+    case kTransactionWords:
+      ProcessTransactionMessage(message.ToVector(), std::move(probe));
+      return true;
+    default:
+      return false;
+  }
+}
+
+// False when the sample holds no complete run of words. The byte count is the host's word for how
+// far the sample may be read: no byte behind it is touched. A count that puts the end of the sample
+// beyond 32 bits is refused with the first word, as its end cannot be told.
+bool StpQBTracer2Decoder::CollectWords(MessageWords& message) {
+  payloadBytes = LoadLittleEndian32(inputBuffer + readIndex);
+  readIndex += kWordBytes;
+  if (payloadBytes == 0) {
+    return false;
+  }
+  for (std::uint32_t consumed = 0; consumed < payloadBytes;) {
+    const std::uint8_t length = inputBuffer[readIndex++];
+    CheckWordEnd(length);
+    if (length != kWordBytes) {
+      readIndex += length;
+      QBT2_LOG(kLogAboveTwo, KZ_DVT::uLogKindError, kDecoderLogStyle,
+               "ProcessQBTracer2Data: GetWordFromInputBuffer Failed. index: %d, TotalBytes: %d",
+               static_cast<int>(consumed), static_cast<int>(payloadBytes));
+      return false;
+    }
+    message.Append(LoadLittleEndian32(inputBuffer + readIndex));
+    readIndex += kWordBytes;
+    consumed += kPairBytes;
+  }
+  return true;
+}
+
+void StpQBTracer2Decoder::CheckWordEnd(std::uint8_t length) const {
+  const std::uint64_t end = std::uint64_t{readIndex} + length;
+  const std::uint64_t sampleEnd = std::uint64_t{payloadBytes} + kSampleHeaderBytes;
+  if (end > sampleEnd || sampleEnd > std::numeric_limits<std::uint32_t>::max()) {
+    QBT2_LOG(kLogAboveTwo, KZ_DVT::uLogKindError, kDecoderLogStyle,
+             "StmQBTracerDecoder: Input Buffer size is too small 0x%x", payloadBytes);
+    throw DecodeError{2, 0};
+  }
+}

@@ -1,0 +1,98 @@
+#include "decoder/trace_environment.h"
+
+#include <cstdint>
+
+#include "common/source/source_utilities/uEnvironment.h"
+#include "common/source/source_utilities/uLogger.h"
+#include "common/source/source_utilities/uProcess.h"
+#include "common/source/source_utilities/uString.h"
+#include "common/source/source_utilities/uTime.h"
+
+using KZ_DVT::uEnvironment;
+
+namespace {
+
+constexpr const char* kDebugClientVariable = "KZ_TRACE_DEBUGCLIENT_PID";
+constexpr const char* kLogLevelVariable = "KZ_TRACE_LOGGING";
+constexpr const char* kLogDirectoryVariable = "KZ_TRACE_LOGGING_DIR";
+
+/// A trace directory and the variable that publishes it. Asking for one also makes it.
+struct TraceDirectory {
+  std::string& (*get)(std::string& out);
+  const char* variable;
+};
+
+constexpr TraceDirectory kTraceDirectories[] = {
+    {&uEnvironment::GetTraceLoggingDirectory, kLogDirectoryVariable},
+    {&uEnvironment::GetTraceTemporaryDataDirectory, "KZ_TRACE_DATA_DIR"},
+    {&uEnvironment::GetTraceUserSettingsDirectory, "KZ_TRACE_SETTINGS_DIR"},
+};
+
+struct TraceEnvironment {
+  bool initialised = false;
+  std::string debugClientPid;
+  std::string logFileName;
+};
+
+/// Never destroyed, so that units of other libraries' static objects may still be made at exit.
+TraceEnvironment& Environment() {
+  static auto* environment = new TraceEnvironment;
+  return *environment;
+}
+
+/// All tools started from one debug client share its id; the id of a process that is gone is
+/// replaced by this process's.
+void SettleDebugClient(TraceEnvironment& environment) {
+  std::string& pid = environment.debugClientPid;
+  pid = uEnvironment::GetVar(kDebugClientVariable);
+  if (!pid.empty() &&
+      !KZ_DVT::uProcess::LookupProcess(KZ_DVT::uString::ToNumeric<std::uint32_t>(pid.c_str()))) {
+    pid.clear();
+  }
+  if (pid.empty()) {
+    pid = std::to_string(KZ_DVT::uProcess::GetPid());
+    uEnvironment::SetVar(kDebugClientVariable, pid.c_str());
+  }
+}
+
+void PublishDirectories() {
+  for (const TraceDirectory& directory : kTraceDirectories) {
+    std::string path;
+    directory.get(path);
+    uEnvironment::SetVar(directory.variable, path.c_str());
+  }
+}
+
+/// Month, day and year stand side by side without padding: kz_trace_log_7142026_4711.txt.
+std::string MakeLogFileName(const std::string& pid) {
+  const KZ_DVT::uTime now;
+  return "kz_trace_log_" + std::to_string(now.GetMonth()) + std::to_string(now.GetDay()) +
+         std::to_string(now.GetYear()) + "_" + pid + ".txt";
+}
+
+void SetUpOnce(TraceEnvironment& environment) {
+  if (environment.initialised) {
+    return;
+  }
+  SettleDebugClient(environment);
+  PublishDirectories();
+  environment.logFileName = MakeLogFileName(environment.debugClientPid);
+  environment.initialised = true;
+}
+
+}  // namespace
+
+void SetUpTraceEnvironment() noexcept {
+  try {
+    TraceEnvironment& environment = Environment();
+    SetUpOnce(environment);
+    KZ_DVT::uLogSystem::GetLogSystem()->InitLog(environment.logFileName.c_str(), kLogLevelVariable,
+                                                kLogDirectoryVariable, true);
+  } catch (...) {
+    // A decoder without its log still decodes; the next unit tries again.
+  }
+}
+
+const std::string& TraceLogFileName() {
+  return Environment().logFileName;
+}

@@ -1,0 +1,144 @@
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <limits>
+#include <type_traits>
+
+#include "decoder/probe_data.h"
+
+/// Where a use-case line keeps what: its tokens, and the bits of the filter registers among them.
+///
+/// The line is text, 15 tokens separated by ";": the master's name, six numbers and the registers A
+/// to D of filter 0 and of filter 1. Constant data and pure functions: any thread.
+
+inline constexpr std::size_t kUsecaseTokens = 15;
+inline constexpr std::size_t kNameToken = 0;
+inline constexpr std::size_t kFirstRegisterToken = 7;
+inline constexpr std::size_t kFilterCount = 2;
+
+/// A token 0 of this text asks for the name that the device model gives the master.
+inline constexpr const char* kMasterNamePlaceholder = "MASTERNAME";
+
+enum eFilterRegister : std::uint8_t { kRegisterA, kRegisterB, kRegisterC, kRegisterD };
+inline constexpr std::size_t kRegisterCount = 4;
+static_assert(kFirstRegisterToken + kFilterCount * kRegisterCount == kUsecaseTokens);
+
+/// Stores a token's value, cut to the member's width.
+template <auto Member>
+void StoreToken(Qbt2ProbeData_t& record, unsigned long value) {
+  record.*Member = static_cast<std::remove_reference_t<decltype(record.*Member)>>(value);
+}
+
+/// Token 3 holds a half word and, in bit 31, a flag.
+inline void StoreToken3(Qbt2ProbeData_t& record, unsigned long value) {
+  record.usecaseHalfWord3 = static_cast<std::uint16_t>(value);
+  record.usecaseFlag3 = ((value >> 31) & 1) != 0;
+}
+
+/// Storing functions of tokens 1 to 6.
+inline constexpr std::array<void (*)(Qbt2ProbeData_t&, unsigned long), kFirstRegisterToken - 1>
+    kTokenStores{
+        &StoreToken<&Qbt2ProbeData_t::usecaseWord1>,
+        &StoreToken<&Qbt2ProbeData_t::samplingPeriod>,
+        &StoreToken3,
+        &StoreToken<&Qbt2ProbeData_t::usecaseWord4>,
+        &StoreToken<&Qbt2ProbeData_t::usecaseHalfWord5>,
+        &StoreToken<&Qbt2ProbeData_t::usecaseWord6>,
+    };
+
+/// One qualifier of a filter: `width` bits of a register from `lowestBit` up, and their member.
+struct FilterField {
+  eFilterRegister source;
+  std::uint8_t lowestBit;
+  std::uint8_t width;
+  std::size_t memberBits;
+  void (*store)(Qbt2ProbeData_t& record, std::size_t filter, std::uint32_t value);
+};
+
+template <auto Member>
+void StoreFilter(Qbt2ProbeData_t& record, std::size_t filter, std::uint32_t value) {
+  auto& slot = (record.*Member)[filter];
+  slot = static_cast<std::remove_reference_t<decltype(slot)>>(value);
+}
+
+template <auto Member>
+consteval FilterField Field(eFilterRegister source, std::uint8_t lowestBit, std::uint8_t width) {
+  using Value = typename std::remove_reference_t<decltype(Qbt2ProbeData_t{}.*Member)>::value_type;
+  return {source, lowestBit, width, std::numeric_limits<Value>::digits, &StoreFilter<Member>};
+}
+
+/// Register C's low 14 bits lie as word 3 of a transaction message does, register B's fields as its
+/// word 2. Bits that no row names carry nothing.
+inline constexpr std::array kFilterFields{
+    Field<&Qbt2ProbeData_t::filterA28>(kRegisterA, 28, 1),
+    Field<&Qbt2ProbeData_t::filterA19_16>(kRegisterA, 16, 4),
+    Field<&Qbt2ProbeData_t::filterA15>(kRegisterA, 15, 1),
+    Field<&Qbt2ProbeData_t::filterA14>(kRegisterA, 14, 1),
+    Field<&Qbt2ProbeData_t::filterA13_12>(kRegisterA, 12, 2),
+    Field<&Qbt2ProbeData_t::filterA11_0>(kRegisterA, 0, 12),
+    Field<&Qbt2ProbeData_t::filterB31_28>(kRegisterB, 28, 4),
+    Field<&Qbt2ProbeData_t::filterB27_26>(kRegisterB, 26, 2),
+    Field<&Qbt2ProbeData_t::filterB20_19>(kRegisterB, 19, 2),
+    Field<&Qbt2ProbeData_t::filterB18_16>(kRegisterB, 16, 3),
+    Field<&Qbt2ProbeData_t::filterB15_13>(kRegisterB, 13, 3),
+    Field<&Qbt2ProbeData_t::filterB12_10>(kRegisterB, 10, 3),
+    Field<&Qbt2ProbeData_t::filterB9_0>(kRegisterB, 0, 10),
+    Field<&Qbt2ProbeData_t::filterC31_27>(kRegisterC, 27, 5),
+    Field<&Qbt2ProbeData_t::filterC25_20>(kRegisterC, 20, 6),
+    Field<&Qbt2ProbeData_t::filterC13_12>(kRegisterC, 12, 2),
+    Field<&Qbt2ProbeData_t::filterC11>(kRegisterC, 11, 1),
+    Field<&Qbt2ProbeData_t::filterC10_8>(kRegisterC, 8, 3),
+    Field<&Qbt2ProbeData_t::filterC7_6>(kRegisterC, 6, 2),
+    Field<&Qbt2ProbeData_t::filterC5_4>(kRegisterC, 4, 2),
+    Field<&Qbt2ProbeData_t::filterC3_2>(kRegisterC, 2, 2),
+    Field<&Qbt2ProbeData_t::filterC1>(kRegisterC, 1, 1),
+    Field<&Qbt2ProbeData_t::filterC0>(kRegisterC, 0, 1),
+    Field<&Qbt2ProbeData_t::filterD27_26>(kRegisterD, 26, 2),
+    Field<&Qbt2ProbeData_t::filterD25_22>(kRegisterD, 22, 4),
+    Field<&Qbt2ProbeData_t::filterD21_20>(kRegisterD, 20, 2),
+    Field<&Qbt2ProbeData_t::filterD19_12>(kRegisterD, 12, 8),
+    Field<&Qbt2ProbeData_t::filterD11_0>(kRegisterD, 0, 12),
+};
+
+/// A range of register A that goes to bit `targetBit` of `filterAPacked`.
+struct PackedRange {
+  std::uint8_t lowestBit;
+  std::uint8_t width;
+  std::uint8_t targetBit;
+};
+
+inline constexpr std::array kPackedRanges{
+    PackedRange{22, 2, 0},
+    PackedRange{25, 3, 4},
+    PackedRange{29, 3, 10},
+};
+
+/// Claims `width` bits of a register from `lowestBit` up; false when they are none, lie outside or
+/// are taken.
+constexpr bool ClaimBits(std::uint64_t& taken, std::uint32_t lowestBit, std::uint32_t width) {
+  const std::uint64_t bits = ((std::uint64_t{1} << width) - 1) << lowestBit;
+  const bool isGood = width > 0 && lowestBit + width <= 32 && (taken & bits) == 0;
+  taken |= bits;
+  return isGood;
+}
+
+consteval bool FilterLayoutIsSound() {
+  std::array<std::uint64_t, kRegisterCount> taken{};
+  for (const FilterField& field : kFilterFields) {
+    if (field.width > field.memberBits ||
+        !ClaimBits(taken.at(field.source), field.lowestBit, field.width)) {
+      return false;
+    }
+  }
+  std::uint64_t packed = 0;
+  for (const PackedRange& range : kPackedRanges) {
+    if (!ClaimBits(taken.at(kRegisterA), range.lowestBit, range.width) ||
+        !ClaimBits(packed, range.targetBit, range.width)) {
+      return false;
+    }
+  }
+  return packed < (std::uint64_t{1} << 16);
+}
+static_assert(FilterLayoutIsSound());

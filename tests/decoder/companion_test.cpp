@@ -1,0 +1,89 @@
+// The optional companion library: found, called in the right order, and harmless when it is missing
+// or fails. Once it is loaded into the process, its name finds it.
+
+#include <dlfcn.h>
+
+#include "decoder_test_support.h"
+
+namespace decoder_test {
+namespace {
+
+std::string Calls() {
+  const char* calls = std::getenv("COMPANION_CALLS");
+  return calls != nullptr ? calls : "";
+}
+
+/// Notes its questions among the companion's calls.
+class NotingManager final : public Kz::Dvt::Trace::CDeviceConfigManager {
+ public:
+  void RegisterEventHandler(Kz::Dvt::Trace::CDeviceConfigEvents* /*handler*/) override {}
+  bool GetInfo(int& /*first*/, int& /*second*/, std::string& /*text*/) override { return false; }
+  bool LoadConfigurationLive() override { return false; }
+  bool LoadConfiguration(const std::string& /*path*/,
+                         Kz::Dvt::Trace::eTraceDataFileType /*type*/) override {
+    return false;
+  }
+  bool SaveConfiguration(const std::string& /*path*/,
+                         Kz::Dvt::Trace::eTraceDataFileType /*type*/) override {
+    return false;
+  }
+  bool GetProperty(const std::string& name,
+                   Kz::Dvt::Trace::ConfigPropertyValue& /*value*/) override {
+    setenv("COMPANION_CALLS", (Calls() + name + ";").c_str(), 1);
+    return false;
+  }
+  bool GetObjectFile(const std::string& /*name*/, std::string& /*path*/) override { return false; }
+  [[nodiscard]] std::string GetLastError() const override { return {}; }
+};
+
+class CompanionTest : public testing::Test {
+ protected:
+  void Install() {
+    library_ = dlopen(QBT2_TEST_COMPANION_PATH, RTLD_NOW | RTLD_LOCAL);
+    ASSERT_NE(library_, nullptr) << dlerror();
+  }
+
+  TempHome home_;
+  NotingManager manager_;
+  void* library_ = nullptr;
+};
+
+TEST_F(CompanionTest, AbsentIsTolerated) {
+  StpQBTracer2Decoder unit;
+  EXPECT_EQ(StpQBTracer2DecoderPeer{unit}.Utility(), nullptr);
+  EXPECT_EQ(StpQBTracer2DecoderPeer{unit}.DestroyUtility(), nullptr);
+  unit.SetDeviceConfigManager(&manager_);
+  unit.DataReset();
+  EXPECT_EQ(Calls(), "ZeroSupress;ClockRate;");
+}
+
+TEST_F(CompanionTest, CreatedOnceAndToldBeforeTheFirstQuestion) {
+  Install();
+  {
+    StpQBTracer2Decoder unit;
+    EXPECT_EQ(Calls(), "Create;");
+    EXPECT_EQ(StpQBTracer2DecoderPeer{unit}.DestroyUtility(),
+              dlsym(library_, "DestroyDeviceDataBaseUtility"));
+    unit.SetDeviceConfigManager(&manager_);
+    unit.DataReset();
+    EXPECT_EQ(Calls(), "Create;SetDeviceIdentifier(null);ZeroSupress;ClockRate;");
+  }
+  EXPECT_EQ(Calls().find("Destroy;"), std::string::npos) << "not called, deliberately";
+}
+
+TEST_F(CompanionTest, FailureIsTolerated) {
+  Install();
+  setenv("COMPANION_FAILS_IN", "Create", 1);
+  StpQBTracer2Decoder without;
+  EXPECT_EQ(StpQBTracer2DecoderPeer{without}.Utility(), nullptr);
+  setenv("COMPANION_FAILS_IN", "SetDeviceIdentifier(null)", 1);
+  StpQBTracer2Decoder unit;
+  unit.SetDeviceConfigManager(&manager_);
+  unit.SetMasterIds({6});
+  unit.DataReset();
+  EXPECT_EQ(Calls(), "Create;Create;SetDeviceIdentifier(null);ZeroSupress;ClockRate;QBT2_6;");
+  EXPECT_EQ(StpQBTracer2DecoderPeer{unit}.Probes().size(), 1U);
+}
+
+}  // namespace
+}  // namespace decoder_test

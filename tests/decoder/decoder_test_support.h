@@ -1,0 +1,240 @@
+#pragma once
+
+#include <unistd.h>
+
+#include <cstdint>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <map>
+#include <memory>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "common/source/source_utilities/uLogger.h"
+#include "decoder/StpQBTracer2DecoderImpl.h"
+#include "decoder/trace_environment.h"
+#include "gtest/gtest.h"
+
+/// What the decoder's tests share: a way to its members, samples, a configuration manager of fixed
+/// answers, and a home folder that is not the user's.
+
+/// Reaches the decoder's members.
+struct StpQBTracer2DecoderPeer {
+  StpQBTracer2Decoder& unit;
+
+  auto& Probes() { return unit.probes; }
+  auto& ZeroSuppress() { return unit.zeroSuppress; }
+  auto& CurrentProbeId() { return unit.currentProbeId; }
+  auto& ClockRate() { return unit.clockRate; }
+  auto& Columns() { return unit.columns; }
+  auto& Utility() { return unit.deviceDatabaseUtility; }
+  [[nodiscard]] void* DestroyUtility() const { return unit.destroyDeviceDatabaseUtility; }
+  [[nodiscard]] std::uint32_t BytesWritten() const { return unit.bytesWritten; }
+  [[nodiscard]] std::uint32_t ReadIndex() const { return unit.readIndex; }
+  [[nodiscard]] std::uint32_t PayloadBytes() const { return unit.payloadBytes; }
+  [[nodiscard]] std::uint32_t OutputCapacity() const { return unit.outputCapacity; }
+  [[nodiscard]] const std::uint8_t* OutputCursor() const { return unit.outputCursor; }
+  [[nodiscard]] const std::uint8_t* InputBuffer() const { return unit.inputBuffer; }
+  [[nodiscard]] Qbt2ProbeData_t GetProbeData(std::uint8_t id) const {
+    return unit.GetProbeData(id);
+  }
+  [[nodiscard]] std::string Hex(std::uint32_t value) const {
+    return unit.convert_int_to_hex_string(value);
+  }
+
+  /// Starts an output as ProcessSamples does.
+  void StartOutput(std::uint8_t* output, std::uint32_t capacity) {
+    unit.outputCursor = output;
+    unit.outputCapacity = capacity;
+    unit.bytesWritten = 0;
+  }
+  void OutputData(std::uint32_t size, std::uint64_t value, std::uint8_t position, bool flag) {
+    unit.OutputDataToBuffer(static_cast<eMsgDataSizeType>(size), value, position, flag);
+  }
+  void OutputString(const std::string* text, std::uint8_t position) {
+    unit.OutputStringToBuffer(text, position);
+  }
+  void Throughput(const std::vector<unsigned int>& words, const Qbt2ProbeData_t& probe) {
+    unit.ProcessThroughputMessage(words, probe);
+  }
+  void Latency(const std::vector<unsigned int>& words, const Qbt2ProbeData_t& probe) {
+    unit.ProcessLatencyMessage(words, probe);
+  }
+  void Transaction(const std::vector<unsigned int>& words, const Qbt2ProbeData_t& probe) {
+    unit.ProcessTransactionMessage(words, probe);
+  }
+};
+
+namespace decoder_test {
+
+using Bytes = std::vector<std::uint8_t>;
+using Words = std::vector<std::uint32_t>;
+
+inline void AppendLittleEndian32(Bytes& bytes, std::uint32_t value) {
+  for (int byte = 0; byte < 4; ++byte) {
+    bytes.push_back(static_cast<std::uint8_t>(value & 0xFF));
+    value >>= 8;
+  }
+}
+
+inline Bytes operator+(Bytes left, const Bytes& right) {
+  left.insert(left.end(), right.begin(), right.end());
+  return left;
+}
+
+/// The characters of a text.
+inline Bytes Text(const std::string& text) {
+  return {text.begin(), text.end()};
+}
+
+/// A sample of any header count and payload; its unread bytes are not zero.
+inline Bytes RawSample(std::uint8_t probeId, std::uint32_t payloadBytes, const Bytes& payload) {
+  Bytes sample{0xEE, probeId, 0xEE, 0xEE};
+  AppendLittleEndian32(sample, payloadBytes);
+  return sample + payload;
+}
+
+inline Bytes Sample(std::uint8_t probeId, const Words& words) {
+  Bytes payload;
+  for (const std::uint32_t word : words) {
+    payload.push_back(4);
+    AppendLittleEndian32(payload, word);
+  }
+  return RawSample(probeId, static_cast<std::uint32_t>(payload.size()), payload);
+}
+
+/// "{kind, detail}" of the DecodeError that `action` throws, "none" when it throws nothing.
+template <typename Action>
+std::string ErrorOf(Action&& action) {
+  try {
+    action();
+  } catch (const Kz::Dvt::Trace::DecodeError& error) {
+    return "{" + std::to_string(error.kind) + ", " + std::to_string(error.detail) + "}";
+  }
+  return "none";
+}
+
+/// Answers settings from a map and notes what it was asked.
+class FakeConfigManager final : public Kz::Dvt::Trace::CDeviceConfigManager {
+ public:
+  std::map<std::string, std::string> settings;
+  std::vector<std::string> asked;
+  std::string deviceName = "board";
+
+  void RegisterEventHandler(Kz::Dvt::Trace::CDeviceConfigEvents* /*handler*/) override {}
+  bool GetInfo(int& first, int& second, std::string& text) override {
+    asked.emplace_back("GetInfo");
+    first = 11;
+    second = 22;
+    text = deviceName;
+    return true;
+  }
+  bool LoadConfigurationLive() override { return false; }
+  bool LoadConfiguration(const std::string& /*path*/,
+                         Kz::Dvt::Trace::eTraceDataFileType /*type*/) override {
+    return false;
+  }
+  bool SaveConfiguration(const std::string& /*path*/,
+                         Kz::Dvt::Trace::eTraceDataFileType /*type*/) override {
+    return false;
+  }
+  bool GetProperty(const std::string& name, Kz::Dvt::Trace::ConfigPropertyValue& value) override {
+    asked.push_back(name);
+    const auto setting = settings.find(name);
+    if (setting == settings.end()) {
+      return false;
+    }
+    value.type = Kz::Dvt::Trace::eConfigPropertyText;
+    value.text = setting->second;
+    return true;
+  }
+  bool GetObjectFile(const std::string& /*name*/, std::string& /*path*/) override { return false; }
+  [[nodiscard]] std::string GetLastError() const override { return {}; }
+};
+
+/// A use-case line with this name and sampling period, all else 0.
+inline std::string UsecaseLine(const std::string& name, const std::string& period) {
+  return name + ";1;" + period + ";0;0;0;0;0;0;0;0;0;0;0;0";
+}
+
+/// A fresh folder that is HOME for its life; the trace variables start unset.
+class TempHome {
+ public:
+  TempHome() {
+    std::string name = (std::filesystem::temp_directory_path() / "qbt2-home-XXXXXX").string();
+    path_ = mkdtemp(name.data());
+    setenv("HOME", path_.c_str(), 1);
+    for (const char* variable :
+         {"KZ_TRACE_LOGGING", "KZ_TRACE_DEBUGCLIENT_PID", "KZ_TRACE_LOGGING_DIR",
+          "KZ_TRACE_DATA_DIR", "KZ_TRACE_SETTINGS_DIR"}) {
+      unsetenv(variable);
+    }
+  }
+  ~TempHome() { std::filesystem::remove_all(path_); }
+  TempHome(const TempHome&) = delete;
+  TempHome& operator=(const TempHome&) = delete;
+
+  [[nodiscard]] std::filesystem::path TraceFolder() const { return path_ / ".KZ-trace"; }
+
+  /// All of the log written so far.
+  [[nodiscard]] std::string Log() const {
+    std::ifstream file(TraceFolder() / TraceLogFileName());
+    std::ostringstream text;
+    text << file.rdbuf();
+    return text.str();
+  }
+
+ private:
+  std::filesystem::path path_;
+};
+
+/// A unit in a home of its own, with columns from 100 on.
+class DecoderTest : public testing::Test {
+ protected:
+  explicit DecoderTest(const char* logLevel = nullptr) {
+    if (logLevel != nullptr) {
+      setenv("KZ_TRACE_LOGGING", logLevel, 1);
+    }
+    unit_ = std::make_unique<StpQBTracer2Decoder>();
+    NumberColumns(100);
+  }
+
+  void NumberColumns(std::uint32_t firstId) {
+    std::vector<Kz::Dvt::Trace::CDecoderUnitIF::SharedColumns> shared;
+    std::uint32_t count = 0;
+    unit_->InitColumn(shared, firstId, count);
+  }
+
+  void Load(const std::map<std::string, std::string>& settings, const Words& masters) {
+    manager_.settings = settings;
+    unit_->SetDeviceConfigManager(&manager_);
+    unit_->SetMasterIds(masters);
+    unit_->DataReset();
+  }
+
+  /// The bytes produced for a sample; throws what ProcessSamples throws.
+  Bytes Decode(Bytes sample, std::uint32_t capacity = 400) {
+    // Room for what the decoder may write behind the capacity (docs/output-record.md).
+    Bytes output(capacity + 8, 0xCC);
+    std::uint32_t produced = 0;
+    unit_->ProcessSamples(0, sample.data(), capacity, output.data(), produced);
+    output.resize(produced);
+    return output;
+  }
+
+  [[nodiscard]] StpQBTracer2DecoderPeer Peer() const { return {*unit_}; }
+
+  TempHome home_;
+  FakeConfigManager manager_;
+  std::unique_ptr<StpQBTracer2Decoder> unit_;
+};
+
+/// The same with the log at level 6, where every record is written (and echoed).
+class LoggingDecoderTest : public DecoderTest {
+ protected:
+  LoggingDecoderTest() : DecoderTest("6") {}
+};
+
+}  // namespace decoder_test

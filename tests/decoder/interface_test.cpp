@@ -1,0 +1,194 @@
+// The decoder unit as its interface shows it: slots, master ids, columns.
+
+#include <set>
+
+#include "decoder_test_support.h"
+
+namespace decoder_test {
+namespace {
+
+using Kz::Dvt::Trace::CDecoderUnitIF;
+using Kz::Dvt::Trace::eInput;
+
+struct ColumnAnswer {
+  eInput input = static_cast<eInput>(7);
+  std::uint32_t bits = 7;
+  bool enabled = true;
+  std::string name = "-", key = "-", description = "-";
+};
+
+class InterfaceTest : public DecoderTest {
+ protected:
+  ColumnAnswer Ask(std::uint32_t id) {
+    ColumnAnswer a;
+    unit_->GetColumnInfo(id, a.input, a.bits, a.enabled, a.name, a.key, a.description);
+    return a;
+  }
+};
+
+TEST_F(InterfaceTest, ColumnsAreHandedOverInOrder) {
+  std::vector<CDecoderUnitIF::SharedColumns> shared{{"host's own", 1, true}};
+  std::uint32_t count = 99;
+  unit_->InitColumn(shared, 100, count);
+  ASSERT_EQ(count, 45U);
+  ASSERT_EQ(shared.size(), 46U) << "appended to, not replaced";
+  for (std::uint32_t k = 0; k < 45; ++k) {
+    EXPECT_EQ(shared[k + 1].columnId, 100 + k);
+    EXPECT_FALSE(shared[k + 1].flag);
+  }
+  EXPECT_EQ(shared[1].name, "Byte Transactions");
+  EXPECT_EQ(shared[10].name, "Route ID");
+  EXPECT_EQ(shared[45].name, "Raw QBT2 MSG5");
+}
+
+TEST_F(InterfaceTest, ColumnDescriptions) {
+  struct {
+    std::uint32_t k;
+    std::string name, key, description;
+    std::uint32_t bits;
+  } const cases[] = {
+      {0, "Byte Transactions", "Bytes", "Number of byte transactions recorded per sampling window.",
+       32},
+      {1, "Matched", "Matched_",
+       "Number of byte transactions recorded per sampling window that have matched filtering "
+       "criteria.",
+       32},
+      {2, "Avg. Length", "AvgLength",
+       "Average tranaction length (Total transactions / total matched transactions)", 32},
+      {4, "Matched Transactions", "Matched",
+       "Total number of matched transactions recorded per sampling window.", 32},
+      {5, "Max Wait", "MaxWait", "Maximum wait", 16},
+      {9, "Route ID", "RouteID", "route ID (0x0 - 0xFFF)", 16},
+      {14, "LSIZE", "LSIZE_", "the line size wrap qualifier for the transaction (0x0 - 0x7)", 8},
+      {16, "PRIVID", "PRIVID_", "the (secure) privilege ID of the transaction (0x0 - 0x0FF)", 8},
+      {31, "Order ID", "ORDERID",
+       "the extended initiator identifier used for ordering for a specific route ID (0x0 - 0xF)",
+       8},
+      {35, "Virtual ID", "VIRTID", "the virtual master ID for the transaction (0x0 - 0xFFF)", 8},
+      {38, "Channel ID", "CHANNELID", "the value of the Channel ID Bus (0x0 - 0xFFF)", 16},
+      {42, "Raw QBT2 MSG3", "RawQBT2_3", "Decoded STPV2 data.", 32},
+  };
+  for (const auto& c : cases) {
+    const ColumnAnswer a = Ask(100 + c.k);
+    EXPECT_EQ(a.name, c.name);
+    EXPECT_EQ(a.key, c.key);
+    EXPECT_EQ(a.description, c.description);
+    EXPECT_EQ(a.bits, c.bits) << c.name;
+    EXPECT_EQ(static_cast<int>(a.input), 140) << c.name;
+    EXPECT_FALSE(a.enabled) << c.name;
+  }
+}
+
+// 28 columns of one byte, 4 of two and 13 of four; no name and no key twice.
+TEST_F(InterfaceTest, ColumnTotals) {
+  std::map<std::uint32_t, int> columnsOfBits;
+  std::set<std::string> names, keys;
+  for (std::uint32_t k = 0; k < 45; ++k) {
+    const ColumnAnswer a = Ask(100 + k);
+    ++columnsOfBits[a.bits];
+    names.insert(a.name);
+    keys.insert(a.key);
+  }
+  EXPECT_EQ(columnsOfBits, (std::map<std::uint32_t, int>{{8, 28}, {16, 4}, {32, 13}}));
+  EXPECT_EQ(names.size(), 45U);
+  EXPECT_EQ(keys.size(), 45U);
+}
+
+TEST_F(InterfaceTest, EnablingAColumnIsReportedAndNothingElse) {
+  const Bytes before = Decode(Sample(1, {1, 2}));
+  unit_->AddColumn(109, true);
+  unit_->AddColumn(4711, true);
+  for (std::uint32_t k = 0; k < 45; ++k) {
+    EXPECT_EQ(Ask(100 + k).enabled, k == 9) << k;
+    EXPECT_EQ(Peer().Columns()[k].disabled, k != 9) << k;
+  }
+  EXPECT_EQ(Decode(Sample(1, {1, 2})), before);
+  unit_->AddColumn(109, false);
+  EXPECT_FALSE(Ask(109).enabled);
+}
+
+TEST_F(InterfaceTest, UnknownAndUnnumberedColumns) {
+  const ColumnAnswer unknown = Ask(145);
+  EXPECT_EQ(unknown.bits, 7U);
+  EXPECT_EQ(unknown.name + unknown.key + unknown.description, "---");
+  EXPECT_TRUE(unknown.enabled);
+  unit_ = std::make_unique<StpQBTracer2Decoder>();
+  const ColumnAnswer unnumbered = Ask(0xBAD0BAD0);
+  EXPECT_EQ(unnumbered.name, "Byte Transactions");
+  EXPECT_EQ(unnumbered.bits, 32U);
+  EXPECT_EQ(Decode(Sample(1, {1, 2}))[74], 'n') << "the description's last character";
+  EXPECT_EQ(Decode(Sample(1, {1, 2}))[75], 0xD0) << "its low byte goes to the rows";
+}
+
+TEST_F(InterfaceTest, MasterIds) {
+  std::vector<std::uint32_t> ids{9};
+  unit_->GetMasterIds(ids);
+  EXPECT_TRUE(ids.empty());
+  unit_->SetMasterIds({3, 5});
+  unit_->GetMasterIds(ids);
+  EXPECT_EQ(ids, (std::vector<std::uint32_t>{3, 5}));
+}
+
+TEST_F(InterfaceTest, ConfigurationManagerIsAskedOnce) {
+  unit_->SetDeviceConfigManager(nullptr);
+  unit_->SetDeviceConfigManager(&manager_);
+  EXPECT_EQ(manager_.asked, std::vector<std::string>{"GetInfo"});
+}
+
+/// Calls virtual operation number `slot` as compiled hosts do.
+template <typename... Args>
+void CallSlot(CDecoderUnitIF* unit, std::size_t slot, Args... args) {
+  auto* const* table = *reinterpret_cast<void* const* const*>(unit);
+  reinterpret_cast<void (*)(CDecoderUnitIF*, Args...)>(const_cast<void*>(table[slot]))(unit,
+                                                                                       args...);
+}
+
+// Each slot does what its operation does; references travel as pointers.
+TEST_F(InterfaceTest, SlotOrder) {
+  CDecoderUnitIF* unit = unit_.get();
+  CallSlot(unit, 0, static_cast<Kz::Dvt::Trace::CDeviceConfigManager*>(&manager_));
+  EXPECT_EQ(manager_.asked.size(), 1U);
+  CallSlot(unit, 1, static_cast<Kz::Dvt::Trace::CDeviceIdentifier*>(nullptr));
+  std::uint32_t type = 9;
+  CallSlot(unit, 2, &type);
+  EXPECT_EQ(type, 0U);
+  const std::vector<std::uint32_t> ids{4, 2};
+  std::vector<std::uint32_t> answer;
+  CallSlot(unit, 4, &ids);
+  CallSlot(unit, 3, &answer);
+  EXPECT_EQ(answer, ids);
+  const std::string key = "any";
+  Kz::Dvt::Trace::ConfigPropertyValue value;
+  value.text = "kept";
+  CallSlot(unit, 5, &key, &value);
+  EXPECT_EQ(value.text, "kept");
+  std::vector<CDecoderUnitIF::SharedColumns> shared;
+  std::uint32_t count = 0;
+  CallSlot(unit, 6, &shared, 20U, &count);
+  EXPECT_EQ(count, 45U);
+  CallSlot(unit, 8, 29U, true);
+  ColumnAnswer a;
+  a.enabled = false;
+  CallSlot(unit, 7, 29U, &a.input, &a.bits, &a.enabled, &a.name, &a.key, &a.description);
+  EXPECT_EQ(a.name, "Route ID");
+  EXPECT_TRUE(a.enabled);
+  Bytes sample = Sample(1, {});
+  Bytes output(8, 0);
+  std::uint32_t produced = 0;
+  CallSlot(unit, 9, 0U, sample.data(), 0U, output.data(), &produced);
+  EXPECT_EQ(produced, 1U);
+  CallSlot(unit, 10);
+  EXPECT_EQ(manager_.asked.back(), "QBT2_2");
+  CallSlot(unit, 11, static_cast<Kz::Dvt::Trace::CDataSource*>(nullptr));
+  bool needed = true;
+  CallSlot(unit, 12, &needed);
+  EXPECT_FALSE(needed);
+  std::uint32_t adjusted = 5;
+  CallSlot(unit, 13, sample.data(), &adjusted);
+  EXPECT_EQ(adjusted, 0U);
+  CallSlot(unit, 14, 5U);
+  CallSlot(static_cast<CDecoderUnitIF*>(unit_.release()), 16);  // the deleting destructor
+}
+
+}  // namespace
+}  // namespace decoder_test

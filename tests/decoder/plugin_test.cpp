@@ -1,0 +1,97 @@
+// The shared library itself: what it exports, what it hides, and one sample through its entry
+// points.
+
+#include <dlfcn.h>
+
+#include "decoder_test_support.h"
+
+// Not built with the leak checker: nothing to tell it.
+#if defined(__SANITIZE_ADDRESS__)
+#include <sanitizer/lsan_interface.h>
+#endif
+
+namespace decoder_test {
+namespace {
+
+using Kz::Dvt::Trace::CDecoderUnitIF;
+using Kz::Dvt::Trace::DecodeError;
+
+/// What a unit owns is lost when it is given back, by contract; the leak checker looks away while a
+/// unit is made and used.
+class LeaksByContract {
+ public:
+  LeaksByContract() {
+#if defined(__SANITIZE_ADDRESS__)
+    __lsan_disable();
+#endif
+  }
+  ~LeaksByContract() {
+#if defined(__SANITIZE_ADDRESS__)
+    __lsan_enable();
+#endif
+  }
+  LeaksByContract(const LeaksByContract&) = delete;
+  LeaksByContract& operator=(const LeaksByContract&) = delete;
+};
+
+class PluginTest : public testing::Test {
+ protected:
+  PluginTest() : library_(dlopen(QBT2_PLUGIN_PATH, RTLD_NOW | RTLD_LOCAL)) {}
+
+  template <typename Function>
+  Function Find(const char* name) {
+    return reinterpret_cast<Function>(dlsym(library_, name));
+  }
+
+  TempHome home_;
+  void* library_;
+};
+
+TEST_F(PluginTest, DecodesThroughTheEntryPoints) {
+  ASSERT_NE(library_, nullptr) << dlerror();
+  const auto create = Find<void* (*)()>("CreateDecoderUnit");
+  const auto destroy = Find<void (*)(void*)>("DestroyDecoderUnit");
+  ASSERT_TRUE(create != nullptr && destroy != nullptr);
+  const LeaksByContract leaks;
+  void* handle = create();
+  auto* unit = static_cast<CDecoderUnitIF*>(handle);
+  FakeConfigManager manager;
+  manager.settings["QBT2_5"] = UsecaseLine("DMA1", "0x1000");
+  std::vector<CDecoderUnitIF::SharedColumns> shared;
+  std::uint32_t count = 0;
+  unit->SetDeviceConfigManager(&manager);
+  unit->SetMasterIds({5});
+  unit->InitColumn(shared, 100, count);
+  unit->DataReset();
+  Bytes sample = Sample(5, {0x64, 0xAB000019});
+  Bytes output(408);
+  std::uint32_t produced = 0;
+  unit->ProcessSamples(0, sample.data(), 400, output.data(), produced);
+  EXPECT_EQ(produced, 97U);
+  EXPECT_EQ(Bytes(output.begin() + 86, output.begin() + 97),
+            (Bytes{139, 0x64, 0, 0, 0, 140, 0x19, 0, 0, 0xAB, 0xFE}));
+  // The error type is known on both sides of the boundary.
+  EXPECT_EQ(ErrorOf([&] { unit->ProcessSamples(0, sample.data(), 1, output.data(), produced); }),
+            "{0, 1}");
+  destroy(handle);
+  destroy(nullptr);
+}
+
+TEST_F(PluginTest, ExportedAndHiddenSymbols) {
+  ASSERT_NE(library_, nullptr) << dlerror();
+  const char* const exported[] = {"CreateDecoderUnit", "DestroyDecoderUnit", "g_log_enable",
+                                  "g_log_level"};
+  for (const char* name : exported) {
+    EXPECT_NE(dlsym(library_, name), nullptr) << name;
+  }
+  // SetUpTraceEnvironment(), the decoder's vtable, one of its members, one of the utilities.
+  const char* const hidden[] = {"_Z21SetUpTraceEnvironmentv", "_ZTV19StpQBTracer2Decoder",
+                                "_ZN19StpQBTracer2Decoder11LoadUsecaseEv",
+                                "_ZN6KZ_DVT4uDllC1EPKci"};
+  for (const char* name : hidden) {
+    EXPECT_EQ(dlsym(library_, name), nullptr) << name;
+  }
+}
+
+}  // namespace
+}  // namespace decoder_test

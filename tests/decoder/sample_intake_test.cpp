@@ -1,0 +1,110 @@
+// Well-formed and damaged samples: which give a row, which nothing, which an error, and what the
+// log then says. Samples lie in buffers of their exact size, so that the address sanitizer sees any
+// read behind them.
+
+#include "decoder_test_support.h"
+#include "gmock/gmock.h"
+
+namespace decoder_test {
+namespace {
+
+using testing::ContainsRegex;
+using testing::HasSubstr;
+using testing::Not;
+
+class SampleIntakeTest : public LoggingDecoderTest {};
+
+TEST_F(SampleIntakeTest, DamagedSamples) {
+  const Bytes pair{4, 1, 2, 3, 4};
+  struct {
+    const char* name;
+    std::uint32_t payloadBytes;
+    Bytes payload;
+    const char* error;  ///< null: no row
+    const char* log;    ///< null: nothing
+    std::uint32_t readIndex;
+  } const cases[] = {
+      {"no payload", 0, {}, nullptr, nullptr, 8},
+      {"payload ends in the first word", 4, {4, 1, 2, 3}, "{2, 0}", "too small 0x4\n", 9},
+      {"one byte", 1, {4}, "{2, 0}", "too small 0x1\n", 9},
+      {"one byte, empty word", 1, {0}, nullptr, "index: 0, TotalBytes: 1\n", 9},
+      {"one word", 5, pair, nullptr, nullptr, 13},
+      {"second pair cut", 7, pair + Bytes{4, 9}, "{2, 0}", "too small 0x7\n", 14},
+      {"second length 2", 8, pair + Bytes{2, 9, 9}, nullptr, "index: 5, TotalBytes: 8\n", 16},
+      {"second length 0", 6, pair + Bytes{0}, nullptr, "index: 5, TotalBytes: 6\n", 14},
+      {"second length 255", 10, pair + Bytes{255, 1, 2, 3, 4}, "{2, 0}", "too small 0xa\n", 14},
+      {"first length 5", 6, {5, 1, 2, 3, 4, 5}, nullptr, "index: 0, TotalBytes: 6\n", 14},
+      {"three words", 15, pair + pair + pair, nullptr, nullptr, 23},
+      {"five words", 25, pair + pair + pair + pair + pair, nullptr, nullptr, 33},
+      {"count beyond 32 bits", 0xFFFFFFFF, {4}, "{2, 0}", "too small 0xffffffff\n", 9},
+      {"count just beyond", 0xFFFFFFF8, {4}, "{2, 0}", "too small 0xfffffff8\n", 9},
+      {"largest count", 0xFFFFFFF7, pair + Bytes{3}, nullptr, "index: 5, TotalBytes: -9\n", 17},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.name);
+    const std::size_t logged = home_.Log().size();
+    const std::string thrown =
+        ErrorOf([&] { EXPECT_EQ(Decode(RawSample(9, c.payloadBytes, c.payload)), Bytes{0xFD}); });
+    EXPECT_EQ(thrown, c.error != nullptr ? c.error : "none");
+    EXPECT_EQ(Peer().ReadIndex(), c.readIndex);
+    const std::string log = home_.Log().substr(logged);
+    if (c.log == nullptr) {
+      EXPECT_EQ(log, "");
+    } else {
+      EXPECT_THAT(log, HasSubstr(c.log));
+      EXPECT_EQ(log.find("Decode error") != std::string::npos, c.error != nullptr);
+    }
+  }
+}
+
+TEST_F(SampleIntakeTest, LogRecordsInFull) {
+  const Bytes pair{4, 1, 2, 3, 4};
+  ErrorOf([&] { Decode(RawSample(9, 7, pair + Bytes{4, 9})); });
+  EXPECT_THAT(home_.Log(), ContainsRegex("\n    E [^\n]*\\| StmQBTracerDecoder: Input Buffer size "
+                                         "is too small 0x7\n    E [^\n]*\\| StpQBTracer2Decoder: "
+                                         "Decode error\n"));
+  Decode(RawSample(9, 8, pair + Bytes{2, 9, 9}));
+  EXPECT_THAT(home_.Log(),
+              ContainsRegex("\n    E [^\n]*\\| ProcessQBTracer2Data: GetWordFromInputBuffer "
+                            "Failed. index: 5, TotalBytes: 8\n"));
+}
+
+TEST_F(SampleIntakeTest, LowCapacityIsTold) {
+  const std::string text = "StpQBTracer2Decoder: output buffer size is low: ";
+  Decode(Sample(9, {1}), 100);
+  EXPECT_THAT(home_.Log(), Not(HasSubstr(text)));
+  Decode(Sample(9, {1}), 99);
+  EXPECT_THAT(home_.Log(), ContainsRegex("\n W    [^\n]*\\| " + text + "99\n"));
+  EXPECT_EQ(ErrorOf([&] { Decode(Sample(9, {1, 2}), 64); }), "{0, 70}");
+  EXPECT_THAT(home_.Log(), HasSubstr(text + "64\n"));
+  EXPECT_EQ(Decode(Sample(9, {1}), 0), Bytes{0xFD}) << "the marker needs no capacity";
+}
+
+TEST_F(SampleIntakeTest, FirstRecordOfAnIdWins) {
+  Load({{"QBT2_263", UsecaseLine("Second", "1")},
+        {"QBT2_8", UsecaseLine("Third", "1")},
+        {"QBT2_264", UsecaseLine("Fourth", "1")}},
+       {7, 263, 8, 264});
+  EXPECT_FALSE(Peer().GetProbeData(7).recordFound) << "not found, but first";
+  EXPECT_EQ(Peer().GetProbeData(8).probeName, "Third");
+  const Qbt2ProbeData_t unknown = Peer().GetProbeData(99);
+  EXPECT_EQ(unknown.probeId, 99);
+  EXPECT_FALSE(unknown.recordFound);
+  const Bytes row = Decode(Sample(7, {1, 2}));
+  EXPECT_EQ(Bytes(row.begin(), row.begin() + 14), (Bytes{0, 7, 1, 7, 0, 0, 0} + Text("Unknown")));
+  const Bytes third = Decode(Sample(8, {1, 2}));
+  EXPECT_EQ(Bytes(third.begin(), third.begin() + 12), (Bytes{0, 8, 1, 5, 0, 0, 0} + Text("Third")));
+}
+
+// A failure leaves what it did; the next sample starts afresh.
+TEST_F(SampleIntakeTest, NothingIsKeptForTheNextSample) {
+  const Bytes good = Decode(Sample(9, {1, 2}));
+  EXPECT_NE(ErrorOf([&] { Decode(Sample(9, {1, 2}), 20); }), "none");
+  EXPECT_EQ(Peer().BytesWritten(), 24U) << "name and type, then no room for the description";
+  EXPECT_EQ(Decode(Sample(9, {1, 2})), good);
+  EXPECT_EQ(Decode(Sample(3, {})), Bytes{0xFD});
+  EXPECT_EQ(Peer().CurrentProbeId(), 3);
+}
+
+}  // namespace
+}  // namespace decoder_test
