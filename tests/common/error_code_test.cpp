@@ -92,14 +92,6 @@ TEST(ErrorObject, CopyTakesTheLinesButNotTheJoinedText) {
   EXPECT_STREQ(target.GetTitle(), "title");
 }
 
-TEST(ErrorObject, IsThrownByValue) {
-  try {
-    throw hwDbgError("File name passed to save file is not valid.", hwDbgErrorIF::eError);
-  } catch (const hwDbgError& error) {
-    EXPECT_STREQ(error.GetErrorText(), "File name passed to save file is not valid.");
-  }
-}
-
 TEST(ErrorObject, OwnCopyOutlivesItsSource) {
   auto source = std::make_unique<hwDbgError>("title", "text", hwDbgErrorIF::eInternal);
   const std::unique_ptr<hwDbgErrorIFDS> copy = std::make_unique<hwDbgErrorDS>(*source);

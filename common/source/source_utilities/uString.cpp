@@ -53,7 +53,6 @@ NumberFormat CheckFormat(const char* format, const char* conversions) {
 template <typename T>
 void Print(const std::string& format, T value, std::string& out, bool append) {
   std::array<char, kPrintCapacityBytes> buffer = {};
-  // NOLINTNEXTLINE(clang-diagnostic-format-nonliteral): CheckFormat() has read the format.
   if (std::snprintf(buffer.data(), buffer.size(), format.c_str(), value) < 0) {
     throw uString::error("unable to print a number with the format \"" + format + "\"");
   }
