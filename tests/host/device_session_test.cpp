@@ -1,0 +1,139 @@
+// The device session as a configuration manager and a decoder see it.
+#include <cstdint>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <memory>
+#include <string>
+
+#include "host/device_session.h"
+#include "platforms/source/trace/device_config_manager_stm.h"
+
+namespace qbt2 {
+namespace {
+
+using ::testing::ElementsAre;
+using ::testing::HasSubstr;
+
+DeviceSession described() {
+  return DeviceSession(parse_device_description(
+      R"({"version":1,"name":"BOARD","information":{"first":-1,"second":2},"object_file":"a.elf",
+          "settings":{"ATBID":{"value":16,"kind":"unsigned32"},"QBT2_131":"GPU","QBT2_7":"DMA"}})",
+      "board.json"));
+}
+
+TEST(DeviceSession, AnswersForItsDeviceOnly) {
+  DeviceSession session = described();
+  EktTrace::DeviceInformation_t information;
+  std::string text = "old";
+  std::string error = "old";
+  std::uint32_t kind = 77;
+  ASSERT_TRUE(session.GetDeviceInformation("BOARD", information, error));
+  EXPECT_EQ(error, "");
+  EXPECT_EQ(information.first, -1);
+  EXPECT_EQ(information.second, 2);
+  // The decoder looks the device up under the name that the information gives.
+  EXPECT_NE(session.GetDeviceIdentifier()->GetDeviceByName(information.text), nullptr);
+  session.GetObjectFile("BOARD", text);
+  EXPECT_EQ(text, "a.elf");
+
+  for (const char* other : {"", "board", "SOC"}) {
+    error.clear();
+    EXPECT_FALSE(session.GetDeviceInformation(other, information, error)) << other;
+    EXPECT_THAT(error, HasSubstr("no device")) << other;
+    EXPECT_EQ(session.GetConfigAccessor(other, "", error), nullptr) << other;
+    EXPECT_FALSE(session.GetProperty(other, "", "ATBID", text, kind, error)) << other;
+    session.GetObjectFile(other, text);
+    EXPECT_EQ(text, "") << other;
+  }
+  EXPECT_EQ(information.first, -1);
+  EXPECT_EQ(kind, 77U);
+}
+
+TEST(DeviceSession, WrittenSettingsCoverDescribedOnesAndKeepTheirKind) {
+  DeviceSession session = described();
+  std::string text;
+  std::string error;
+  std::uint32_t kind = 77;
+  EktTrace::IConfigAccessor_t* accessor = session.GetConfigAccessor("BOARD", "STM", error);
+  ASSERT_NE(accessor, nullptr);
+
+  EXPECT_FALSE(session.GetProperty("BOARD", "STM", "QBT2_3", text, kind, error));
+  EXPECT_THAT(error, HasSubstr("QBT2_3"));
+  EXPECT_FALSE(accessor->ReadSetting("QBT2_3", text, error));
+  EXPECT_FALSE(accessor->WriteSetting("", "x", error));
+  EXPECT_EQ(text, "");
+
+  ASSERT_TRUE(accessor->WriteSetting("QBT2_3", "CPU", error));
+  ASSERT_TRUE(accessor->WriteSetting("ATBID", "seventeen", error));
+  ASSERT_TRUE(session.GetProperty("BOARD", "any", "QBT2_3", text, kind, error));
+  EXPECT_EQ(text, "CPU");
+  EXPECT_EQ(kind, 5U);  // text
+  ASSERT_TRUE(session.GetProperty("BOARD", "", "ATBID", text, kind, error));
+  EXPECT_EQ(text, "seventeen");
+  EXPECT_EQ(kind, 2U);  // unsigned, as described
+  ASSERT_TRUE(accessor->ReadSetting("QBT2_7", text, error));
+  EXPECT_EQ(text, "DMA");
+  EXPECT_EQ(error, "");
+}
+
+TEST(DeviceSession, MasterIdsAreThoseTheDecoderCanAskFor) {
+  DeviceSession session = described();
+  std::string error;
+  EktTrace::IConfigAccessor_t* accessor = session.GetConfigAccessor("BOARD", "", error);
+  for (const char* name : {"QBT2_0", "QBT2_4294967295", "QBT2_4294967296", "QBT2_07", "QBT2_0x5",
+                           "QBT2_", "QBT2_-1", "QBT2_1 ", "qbt2_1", "XQBT2_1", "QBT2_7"}) {
+    ASSERT_TRUE(accessor->WriteSetting(name, "x", error));
+  }
+  EXPECT_THAT(session.master_ids(), ElementsAre(0U, 7U, 131U, 4294967295U));
+}
+
+TEST(DeviceSession, WithoutADescriptionThereIsADeviceWithAnEmptyMasterList) {
+  DeviceSession session;
+  EXPECT_EQ(session.device_name(), "SOC");
+  const auto* device = session.GetDeviceIdentifier()->GetDeviceByName("SOC");
+  ASSERT_NE(device, nullptr);
+  const auto* component = device->GetComponent("MOD_QBTRACER0");
+  ASSERT_NE(component, nullptr);
+  ASSERT_NE(component->GetPropertyList("masterid.proc"), nullptr);
+  EXPECT_TRUE(component->GetPropertyList("masterid.proc")->empty());
+  EXPECT_TRUE(session.master_ids().empty());
+}
+
+/// What `qbt2 decode --config FILE` does: the manager loads the file and writes each setting into
+/// the session, and the decoder then asks the manager.
+TEST(DeviceSession, AManagerLoadsSettingsIntoItAndAnswersFromIt) {
+  const std::filesystem::path folder = ::testing::TempDir();
+  std::ofstream(folder / "device_session.cfg") << "QBT2_3=DMA1;1;0x1000\nATBID=17\n";
+  ::setenv("KZ_TRACE_SETTINGS_DIR", folder.c_str(), 1);
+  DeviceSession session = described();
+  std::string error;
+  const std::unique_ptr<EktTrace::DeviceConfigManagerStm_t> manager(
+      EktTrace::DeviceConfigManagerStm_t::Construct(&session, session.device_name(), "STM", error));
+  ASSERT_NE(manager, nullptr) << error;
+  Kz::Dvt::Trace::ConfigPropertyValue value;
+  EXPECT_FALSE(manager->GetProperty("QBT2_3", value));
+  ASSERT_TRUE(manager->LoadConfiguration("device_session.cfg", Kz::Dvt::Trace::eTraceDataFileText4))
+      << manager->GetLastError();
+  std::filesystem::remove(folder / "device_session.cfg");
+
+  ASSERT_TRUE(manager->GetProperty("QBT2_3", value)) << manager->GetLastError();
+  EXPECT_EQ(value.text, "DMA1;1;0x1000");
+  EXPECT_EQ(value.type, 6U);
+  ASSERT_TRUE(manager->GetProperty("ATBID", value));
+  EXPECT_EQ(value.type, 2U);
+  EXPECT_EQ(value.value.unsignedValue, 17U);
+  EXPECT_FALSE(manager->GetProperty("QBT2_4", value));
+  EXPECT_THAT(manager->GetLastError(), HasSubstr("QBT2_4"));
+  EXPECT_THAT(session.master_ids(), ElementsAre(3U, 7U, 131U));
+
+  int first = 0;
+  int second = 0;
+  std::string name;
+  ASSERT_TRUE(manager->GetInfo(first, second, name));
+  EXPECT_EQ(first, -1);
+  EXPECT_EQ(name, "BOARD");
+}
+
+}  // namespace
+}  // namespace qbt2
