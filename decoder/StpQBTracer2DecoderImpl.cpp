@@ -14,6 +14,8 @@ StpQBTracer2Decoder::StpQBTracer2Decoder() {
            "Create STM StpQBTracer2Decoder");
   LoadDeviceDatabaseUtility();
   NameColumns(columns);
+  preparedRows.SetColumns(columns);
+  preparedRows.SetProbes(probes);
 }
 
 // The companion library stays loaded and its object alive: other units of the process may hold the
@@ -76,6 +78,9 @@ void StpQBTracer2Decoder::InitColumn(std::vector<SharedColumns>& shared, std::ui
   for (DecoderColumn& column : columns) {
     column.columnId = firstId + count;
     ++count;
+  }
+  preparedRows.SetColumns(columns);
+  for (const DecoderColumn& column : columns) {
     shared.push_back({column.name, column.columnId, false});
   }
 }

@@ -9,12 +9,16 @@
 #include "decoder/column_catalogue.h"
 #include "decoder/message_layout.h"
 #include "decoder/output_record.h"
+#include "decoder/prepared_rows.h"
 #include "decoder/probe_data.h"
 #include "decoder/sample_layout.h"
 #include "interfaces/decoder_unit_if.h"
 #include "interfaces/device_session_if.h"
 
 /// The decoder unit for QB Tracer 2 messages: one sample in, at most one row out.
+///
+/// A well-formed sample whose row fits takes a quick road (prepared_rows.h), every other one the
+/// checked road; both write the same bytes.
 ///
 /// The class is the whole state of a unit; its operations live in one file per concern
 /// (sample_intake, statistics_messages, transaction_message, output_record, usecase_loading,
@@ -68,7 +72,9 @@ class StpQBTracer2Decoder : public Kz::Dvt::Trace::CDecoderUnitIF {
   /// False, with the reason in the log, when the sample is no complete run of words.
   bool CollectWords(MessageWords& message);
   void CheckWordEnd(std::uint8_t length) const;
+  /// The checked road of a sample: every field through the writers below.
   void DecodeSample();
+  bool TakePreparedRow();
 
   /// Each writes one row, or nothing when the number of words is not its own or zero suppression
   /// drops the message. Throw DecodeError when the output does not hold the row.
@@ -109,4 +115,5 @@ class StpQBTracer2Decoder : public Kz::Dvt::Trace::CDecoderUnitIF {
   bool zeroSuppress = false;
   std::uint32_t clockRate = 0;
   DecoderColumns columns;
+  PreparedRows preparedRows;
 };

@@ -102,6 +102,14 @@ inline constexpr std::array kTransactionFields{
     MessageField{eQbt2Column::ChannelId, {{5, 0, 12}}},
 };
 
+/// The fields of the kind that has `kWords` words.
+template <std::size_t kWords>
+inline constexpr auto& kMessageFields = kThroughputFields;
+template <>
+inline constexpr auto& kMessageFields<kLatencyWords> = kLatencyFields;
+template <>
+inline constexpr auto& kMessageFields<kTransactionWords> = kTransactionFields;
+
 /// The column that shows message word `word` as it came.
 constexpr eQbt2Column RawWordColumn(std::size_t word) {
   return static_cast<eQbt2Column>(static_cast<std::size_t>(eQbt2Column::RawMsg0) + word);

@@ -1,10 +1,10 @@
 #include "decoder/output_record.h"
 
 #include <cstring>
-#include <sstream>
 
 #include "decoder/StpQBTracer2DecoderImpl.h"
 #include "decoder/decoder_log.h"
+#include "decoder/row_texts.h"
 
 using Kz::Dvt::Trace::DecodeError;
 
@@ -69,9 +69,7 @@ void StpQBTracer2Decoder::OutputStringToBuffer(const std::string* text, std::uin
 }
 
 std::string StpQBTracer2Decoder::convert_int_to_hex_string(std::uint32_t value) const {
-  std::ostringstream text;
-  text << std::hex << value;
-  return text.str();
+  return HexDigits(value);
 }
 
 std::uint8_t StpQBTracer2Decoder::ColumnPosition(eQbt2Column column) const {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <sstream>
 #include <string>
 
 #include "decoder/message_layout.h"
@@ -8,6 +9,13 @@
 
 /// The texts and the one computed value of a row that both roads to it share: the row writers and
 /// the prepared rows. Pure functions.
+
+/// Lowercase hexadecimal digits without prefix or leading zeros; "0" for zero.
+inline std::string HexDigits(std::uint32_t value) {
+  std::ostringstream text;
+  text << std::hex << value;
+  return text.str();
+}
 
 inline constexpr const char* kTransactionDescription = "Transaction logging";
 

@@ -10,11 +10,15 @@ using Kz::Dvt::Trace::DecodeError;
 void StpQBTracer2Decoder::ProcessSamples(std::uint32_t /*unused*/, std::uint8_t* input,
                                          std::uint32_t capacity, std::uint8_t* output,
                                          std::uint32_t& bytesProduced) {
+  inputBuffer = input;
+  currentProbeId = input[kSampleProbeIdOffset];
+  outputCursor = output;
+  outputCapacity = capacity;
+  if (TakePreparedRow()) {
+    bytesProduced = bytesWritten;
+    return;
+  }
   try {
-    inputBuffer = input;
-    currentProbeId = input[kSampleProbeIdOffset];
-    outputCursor = output;
-    outputCapacity = capacity;
     DecodeSample();
   } catch (const DecodeError&) {
     QBT2_LOG(kLogAboveTwo, KZ_DVT::uLogKindError, kDecoderLogStyle,
@@ -32,6 +36,21 @@ void StpQBTracer2Decoder::ProcessSamples(std::uint32_t /*unused*/, std::uint8_t*
     return;
   }
   bytesProduced = bytesWritten;
+}
+
+// Leaves the unit as the checked road would.
+bool StpQBTracer2Decoder::TakePreparedRow() {
+  const std::uint32_t payload = LoadLittleEndian32(inputBuffer + kSamplePayloadCountOffset);
+  const std::uint32_t rowBytes =
+      zeroSuppress ? 0 : preparedRows.Write(inputBuffer, payload, outputCapacity, outputCursor);
+  if (rowBytes == 0) {
+    return false;
+  }
+  payloadBytes = payload;
+  readIndex = kSampleHeaderBytes + payload;
+  outputCursor += rowBytes;
+  bytesWritten = rowBytes;
+  return true;
 }
 
 void StpQBTracer2Decoder::DecodeSample() {

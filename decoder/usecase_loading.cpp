@@ -82,6 +82,7 @@ void StpQBTracer2Decoder::LoadUsecase() {
   AskAndIgnore("ZeroSupress");
   clockRate = 0;
   AskAndIgnore("ClockRate");
+  preparedRows.ForgetProbes();
   probes.clear();
   // One working record for all masters: a master without a usable line keeps what the one before
   // left in it. Deliberate; readers look at `recordFound` first.
@@ -96,6 +97,7 @@ void StpQBTracer2Decoder::LoadUsecase() {
     }
     probes.push_back(record);
   }
+  preparedRows.SetProbes(probes);
 }
 
 // Hosts without the companion library are the rule, so a missing utility is skipped, and one that

@@ -44,6 +44,16 @@ struct StpQBTracer2DecoderPeer {
     return unit.convert_int_to_hex_string(value);
   }
 
+  /// Sends every sample down the checked road until the next load.
+  void ForgetPreparedRows() { unit.preparedRows.ForgetProbes(); }
+  [[nodiscard]] bool TakesPreparedRow(std::uint8_t* input, std::uint8_t* output,
+                                      std::uint32_t capacity) {
+    unit.inputBuffer = input;
+    unit.outputCursor = output;
+    unit.outputCapacity = capacity;
+    return unit.TakePreparedRow();
+  }
+
   /// Starts an output as ProcessSamples does.
   void StartOutput(std::uint8_t* output, std::uint32_t capacity) {
     unit.outputCursor = output;
