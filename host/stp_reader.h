@@ -2,9 +2,11 @@
 
 #include <algorithm>
 #include <array>
+#include <bit>
 #include <concepts>
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <span>
 
 #include "host/stp_opcodes.h"
@@ -99,6 +101,82 @@ std::size_t find_async_end(std::span<const std::uint8_t> data, std::size_t at,
 /// The first nibble from `at` on that is not F, or the end; adds the F nibbles to `f_run`.
 std::size_t skip_f_run(std::span<const std::uint8_t> data, std::size_t at, std::uint64_t& f_run);
 
+/// 15 nibbles from `at` on (16 at the start of a byte), the first one lowest. Reads 8 bytes.
+inline std::uint64_t nibbles_from(const std::uint8_t* data, std::size_t at) {
+  std::uint64_t word = 0;
+  std::memcpy(&word, data + at / 2, sizeof word);
+  if constexpr (std::endian::native == std::endian::big) word = __builtin_bswap64(word);
+  return word >> (at % 2 * 4);
+}
+
+/// Turns the order of all 16 nibbles round, so that the first one becomes the most significant.
+constexpr std::uint64_t reverse_nibbles(std::uint64_t word) {
+  constexpr std::uint64_t kLowNibbles = 0x0F0F0F0F0F0F0F0F;
+  word = __builtin_bswap64(word);
+  return (word & kLowNibbles) << 4 | (word >> 4 & kLowNibbles);
+}
+
+constexpr std::uint32_t reverse_nibbles_32(std::uint32_t word) {
+  constexpr std::uint32_t kLowNibbles = 0x0F0F0F0F;
+  word = __builtin_bswap32(word);
+  return (word & kLowNibbles) << 4 | (word >> 4 & kLowNibbles);
+}
+
+/// The packets that make up the bulk of a stream each have a piece of code of their own in the fast
+/// loop. Named by opcode: level (1: behind an F) and nibble.
+enum class FastPath : std::uint8_t {
+  kNone,   // the careful way
+  kSmall,  // by the table: up to 4 payload nibbles
+  kNull,
+  kD32,
+  kD32Ts,
+  kD32M,
+  kD32Mts,
+  kD64,
+  kD64Ts,
+  kD64M,
+  kD64Mts,
+  kFlag,
+  kFlagTs,
+};
+
+constexpr FastPath fast_path(const StpOpcode& opcode) {
+  using enum FastPath;
+  if (opcode.form != StpForm::kPacket) return kNone;
+  const bool marked = opcode.marked;
+  const bool timed = opcode.timestamped;
+  switch (opcode.kind) {
+    case StpKind::kD32:
+      return marked ? timed ? kD32Mts : kD32M : timed ? kD32Ts : kD32;
+    case StpKind::kD64:
+      return marked ? timed ? kD64Mts : kD64M : timed ? kD64Ts : kD64;
+    case StpKind::kFlag:
+      return timed ? kFlagTs : kFlag;
+    case StpKind::kM8:
+    case StpKind::kM16:
+    case StpKind::kC8:
+    case StpKind::kC16:
+    case StpKind::kD4:
+    case StpKind::kD8:
+    case StpKind::kD16:
+      return kSmall;
+    case StpKind::kNull:
+      return timed ? kNone : kNull;
+    default:
+      return kNone;
+  }
+}
+
+/// By a byte that holds an opcode's first nibble below its second.
+inline constexpr std::array<FastPath, 256> kFastPaths = [] {
+  std::array<FastPath, 256> paths{};
+  for (std::size_t byte = 0; byte < paths.size(); ++byte) {
+    const std::size_t first = byte % 16;
+    paths[byte] = fast_path(first == 0xF ? kStpOpcodes[1][byte / 16] : kStpOpcodes[0][first]);
+  }
+  return paths;
+}();
+
 constexpr std::uint64_t from_gray(std::uint64_t gray) {
   for (unsigned shift = 1; shift < 64; shift *= 2) gray ^= gray >> shift;
   return gray;
@@ -168,6 +246,10 @@ class StpReader {
   template <StpSink Sink>
   std::size_t consume(std::span<const std::uint8_t> data, std::size_t at, std::size_t stop,
                       bool is_end, Sink& sink);
+  // The same for the bulk of the packets; stops in front of the first one that needs a closer look.
+  template <StpSink Sink>
+  std::size_t consume_fast(std::span<const std::uint8_t> data, std::size_t at, std::size_t stop,
+                           Sink& sink);
   template <StpSink Sink>
   std::size_t search(std::span<const std::uint8_t> data, std::size_t at, Sink& sink);
   template <StpSink Sink>
@@ -239,6 +321,8 @@ std::size_t StpReader::consume(std::span<const std::uint8_t> data, std::size_t a
       at = search(data, at, sink);
       continue;
     }
+    at = consume_fast(data, at, stop, sink);
+    if (at >= stop) break;
     const detail::StpParse parse = detail::parse_packet(data, at, is_end);
     switch (parse.outcome) {
       case detail::StpParse::kPacket:
@@ -258,6 +342,176 @@ std::size_t StpReader::consume(std::span<const std::uint8_t> data, std::size_t a
     }
   }
   return at;
+}
+
+namespace detail {
+
+/// The fast loop's state, held in registers: what a packet changes, and where it stands.
+struct FastState {
+  const std::uint8_t* data;
+  std::size_t at;
+  std::uint64_t window;  // the nibbles from `at` on
+  StpContext context;
+  std::uint64_t origin;
+  std::uint64_t packets;
+  std::uint64_t after_async;
+};
+
+inline constexpr std::uint64_t kLargestFastTimestamp = 12;
+
+/// Whether the packet that ends before nibble `end` needs the careful way: if F F follows, that may
+/// be an ASYNC which began within the packet.
+inline bool advance(FastState& state, std::size_t end) {
+  const std::uint64_t next = nibbles_from(state.data, end);
+  if ((next & 0xFF) == 0xFF) return false;
+  state.at = end;
+  state.window = next;
+  ++state.packets;
+  return true;
+}
+
+/// Takes the time stamp whose size nibble stands at `end`, and moves `end` behind it; false where
+/// it is longer than a fast one.
+inline bool take_timestamp(const FastState& state, std::size_t& end, std::uint64_t& sent,
+                           unsigned& nibbles) {
+  nibbles = (state.data[end / 2] >> (end % 2 * 4)) & 0xFU;
+  if (nibbles > kLargestFastTimestamp) return false;
+  sent = reverse_nibbles(nibbles_from(state.data, end + 1)) >> 4 >> (60 - 4 * nibbles);
+  end += 1 + nibbles;
+  return true;
+}
+
+/// Reads the packet at state.at, whose opcode is kStpOpcodes[Level][Nibble]; false and nothing
+/// changed where it needs the careful way.
+template <std::size_t Level, std::size_t Nibble, typename Sink>
+[[gnu::always_inline]] inline bool read_known(FastState& state, Sink& sink) {
+  constexpr const StpOpcode& kOpcode = kStpOpcodes[Level][Nibble];
+  constexpr std::size_t kOpcodeNibbles = Level + 1;
+  constexpr std::size_t kHead = kOpcodeNibbles + kOpcode.payload_nibbles;
+  const std::size_t at = state.at;
+  const std::uint64_t window = state.window;
+  std::size_t end = at + kHead;
+  std::uint64_t sent = 0;
+  unsigned timestamp_nibbles = 0;
+  if constexpr (kOpcode.timestamped) {
+    if (!take_timestamp(state, end, sent, timestamp_nibbles)) return false;
+  }
+  if (!advance(state, end)) return false;
+  StpPacket packet;
+  if constexpr (kOpcode.timestamped) advance_timestamp(state.context, sent, timestamp_nibbles);
+  if constexpr (kOpcode.kind == StpKind::kNull) {
+    if (state.origin + at == state.after_async) ++state.after_async;
+  }
+  if constexpr (kOpcode.payload_nibbles == 8) {
+    packet.value = reverse_nibbles_32(static_cast<std::uint32_t>(window >> (4 * kOpcodeNibbles)));
+  } else if constexpr (kOpcode.payload_nibbles == 16) {
+    const std::uint64_t first = nibbles_from(state.data, at + kOpcodeNibbles) & 0xFFFFFFFF;
+    const std::uint64_t second = nibbles_from(state.data, at + kOpcodeNibbles + 8);
+    packet.value = reverse_nibbles(first | second << 32);
+  }
+  packet.nibble_offset = state.origin + at;
+  packet.timestamp = state.context.timestamp;
+  packet.master = state.context.master;
+  packet.channel = state.context.channel;
+  packet.kind = kOpcode.kind;
+  packet.value_nibbles = kOpcode.payload_nibbles;
+  packet.marked = kOpcode.marked;
+  packet.has_timestamp = kOpcode.timestamped;
+  sink.on_packet(packet);
+  return true;
+}
+
+/// The same for FastPath::kSmall.
+template <typename Sink>
+inline bool read_small(FastState& state, Sink& sink) {
+  const std::uint64_t first = state.window & 0xF;
+  const bool prefixed = first == 0xF;
+  const StpOpcode& opcode =
+      prefixed ? kStpOpcodes[1][state.window >> 4 & 0xF] : kStpOpcodes[0][first];
+  const std::size_t head = prefixed ? 2U : 1U;
+  const unsigned payload = opcode.payload_nibbles;
+  StpPacket packet;
+  packet.nibble_offset = state.origin + state.at;
+  packet.value = reverse_nibbles(state.window >> (4 * head)) >> (64 - 4 * payload);
+  std::size_t end = state.at + head + payload;
+  std::uint64_t sent = 0;
+  unsigned timestamp_nibbles = 0;
+  if (opcode.timestamped && !take_timestamp(state, end, sent, timestamp_nibbles)) return false;
+  if (!advance(state, end)) return false;
+  StpContext& context = state.context;
+  if (opcode.timestamped) advance_timestamp(context, sent, timestamp_nibbles);
+  const auto value = static_cast<std::uint16_t>(packet.value);
+  if (opcode.kind == StpKind::kM8 || opcode.kind == StpKind::kM16) {
+    context.master = value;
+    context.channel = 0;
+  } else if (opcode.kind == StpKind::kC8) {
+    context.channel = static_cast<std::uint16_t>((context.channel & 0xFF00) | value);
+  } else if (opcode.kind == StpKind::kC16) {
+    context.channel = value;
+  }
+  packet.timestamp = context.timestamp;
+  packet.master = context.master;
+  packet.channel = context.channel;
+  packet.kind = opcode.kind;
+  packet.value_nibbles = opcode.payload_nibbles;
+  packet.marked = opcode.marked;
+  packet.has_timestamp = opcode.timestamped;
+  sink.on_packet(packet);
+  return true;
+}
+
+template <typename Sink>
+[[gnu::always_inline]] inline bool read_fast(FastState& state, Sink& sink) {
+  switch (kFastPaths[state.window & 0xFF]) {
+    case FastPath::kD32:
+      return read_known<0, 0x6>(state, sink);
+    case FastPath::kD32Ts:
+      return read_known<1, 0x6>(state, sink);
+    case FastPath::kD32M:
+      return read_known<1, 0xA>(state, sink);
+    case FastPath::kD32Mts:
+      return read_known<0, 0xA>(state, sink);
+    case FastPath::kD64:
+      return read_known<0, 0x7>(state, sink);
+    case FastPath::kD64Ts:
+      return read_known<1, 0x7>(state, sink);
+    case FastPath::kD64M:
+      return read_known<1, 0xB>(state, sink);
+    case FastPath::kD64Mts:
+      return read_known<0, 0xB>(state, sink);
+    case FastPath::kFlag:
+      return read_known<1, 0xE>(state, sink);
+    case FastPath::kFlagTs:
+      return read_known<0, 0xE>(state, sink);
+    case FastPath::kNull:
+      return read_known<0, 0x0>(state, sink);
+    case FastPath::kSmall:
+      return read_small(state, sink);
+    case FastPath::kNone:
+      break;
+  }
+  return false;
+}
+
+}  // namespace detail
+
+template <StpSink Sink>
+std::size_t StpReader::consume_fast(std::span<const std::uint8_t> data, std::size_t at,
+                                    std::size_t stop, Sink& sink) {
+  // The longest packet read here has 31 nibbles, and 8 bytes are looked at from its end on.
+  constexpr std::size_t kReach = 24;
+  if (data.size() < kReach + 1) return at;
+  const std::size_t limit = std::min(stop, (data.size() - kReach) * 2);
+  if (at >= limit) return at;
+  detail::FastState state{data.data(), at,      detail::nibbles_from(data.data(), at),
+                          context_,    origin_, counters_.packets,
+                          after_async_};
+  while (state.at < limit && detail::read_fast(state, sink)) {
+  }
+  context_ = state.context;
+  counters_.packets = state.packets;
+  after_async_ = state.after_async;
+  return state.at;
 }
 
 template <StpSink Sink>

@@ -107,22 +107,28 @@ TEST(StpReader, ReadsEachPacketKind) {
   };
   for (const Case& c : cases) {
     SCOPED_TRACE(c.nibbles);
-    // Behind it a D16, so that a wrong length shows, and what makes whole bytes of it.
-    for (const std::string tail : {"5 ABCD", "5 ABCD 0"}) {
-      const Reading reading(stream(kAsync + c.nibbles + tail));
-      const std::vector<StpPacket> packets = reading.packets();
-      ASSERT_GE(packets.size(), 3U);
-      EXPECT_EQ(name(packets[1]), c.name);
-      EXPECT_EQ(packets[1].value, c.value);
-      EXPECT_EQ(packets[1].timestamp, c.timestamp);
-      EXPECT_EQ(packets[1].value_nibbles, c.value_nibbles);
-      EXPECT_EQ(packets[1].nibble_offset, 22U);
-      EXPECT_EQ(name(packets[2]), "D16");
-      EXPECT_EQ(packets[2].value, 0xABCDU);
-      EXPECT_TRUE(reading.on_boundary);
-      EXPECT_EQ(reading.reader.counters().packets, packets.size());
-      EXPECT_EQ(reading.reader.counters().bytes_skipped(), 0U);
-      EXPECT_EQ(reading.reader.counters().sync_losses, 0U);
+    // In both halves of a byte, at the end of a stream and far from it. The D16 behind it shows
+    // whether its length was right.
+    for (const std::string& before : {std::string(), std::string("0")}) {
+      for (const std::size_t more : {0, 100}) {
+        const Reading reading(
+            stream(kAsync + before + c.nibbles + "5 ABCD" + std::string(more, '0')));
+        const std::vector<StpPacket> packets = reading.packets();
+        const std::size_t index = 1 + before.size();
+        ASSERT_GE(packets.size(), index + 2);
+        const StpPacket& packet = packets[index];
+        EXPECT_EQ(name(packet), c.name);
+        EXPECT_EQ(packet.value, c.value);
+        EXPECT_EQ(packet.timestamp, c.timestamp);
+        EXPECT_EQ(packet.value_nibbles, c.value_nibbles);
+        EXPECT_EQ(packet.nibble_offset, 22 + before.size());
+        EXPECT_EQ(name(packets[index + 1]), "D16");
+        EXPECT_EQ(packets[index + 1].value, 0xABCDU);
+        EXPECT_TRUE(reading.on_boundary);
+        EXPECT_EQ(reading.reader.counters().packets, packets.size());
+        EXPECT_EQ(reading.reader.counters().bytes_skipped(), 0U);
+        EXPECT_EQ(reading.reader.counters().sync_losses, 0U);
+      }
     }
   }
 }
