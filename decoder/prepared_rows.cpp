@@ -26,7 +26,9 @@ std::uint64_t RowValue(const std::uint32_t* words) {
   using Tail = RowTail<kWords>;
   constexpr eQbt2Column kColumn = Tail::kColumns[kIndex];
   if constexpr (kIndex < Tail::kFields.size()) {
-    return Extract(words, Tail::kFields[kIndex].value);
+    // A constant of its own, so that shifts and masks become immediate operands.
+    constexpr SplitValue kValue = Tail::kFields[kIndex].value;
+    return Extract(words, kValue);
   } else if constexpr (kColumn == eQbt2Column::AvgLength) {
     return AverageLength(words);
   } else {
