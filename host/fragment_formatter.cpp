@@ -134,7 +134,7 @@ FragmentFormatter::Shape FragmentFormatter::make_shape(const Presence& presence)
     shape.steps.push_back({from, size, fields_[n]});
   }
   // A record of one empty cell would be an empty line, which readers of CSV skip.
-  if (text.empty()) text += rendered(style_.render, "");
+  if (shape.steps.empty() && text.empty()) text += rendered(style_.render, "");
   text += style_.close;
   std::tie(shape.close_begin, shape.close_size) = end_fragment();
   shape.max_bytes = text.size() + shape.steps.size() * kMaxNumberChars + kCopyBytes;

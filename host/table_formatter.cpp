@@ -12,37 +12,48 @@ namespace {
 
 constexpr std::size_t kUnlimited = std::numeric_limits<std::size_t>::max();
 constexpr std::size_t kGap = 2;              // blanks between columns
-constexpr std::size_t kMinValuesWidth = 24;  // below, the values column is of no use
+constexpr std::size_t kMinValuesWidth = 20;  // below, the values column is of no use
 constexpr std::size_t kAddressDigits = 12;   // of a 48-bit address
 constexpr std::string_view kEllipsis = "\xE2\x80\xA6";
 
 /// The values column stands behind all fields.
 constexpr FieldIndex kValuesField = kUnlimited;
 
-struct BuiltinWidth {
+struct BuiltinLayout {
   std::size_t width;
-  std::size_t min_width;
+  std::size_t min_width;  ///< less than width: a text that may be cut to fit the terminal
+  bool is_text;
 };
 // In the order of BuiltinField. Offsets and ticks of a long capture fit; larger ones are still
-// written whole. The longest description is that of latency statistics with a period of 8 digits.
-constexpr std::array<BuiltinWidth, kBuiltinFieldCount> kBuiltinWidths{{
-    {12, 12},  // offset
-    {16, 16},  // timestamp
-    {20, 20},  // time_ns
-    {5, 5},    // probe
-    {16, 12},  // master
-    {5, 5},    // type: "Value"
-    {11, 11},  // kind: "transaction"
-    {49, 16},  // description
-    {14, 14},  // address: 0x and 12 digits
+// written whole. The longest description is that of a throughput row with a period of 8 digits.
+constexpr std::array<BuiltinLayout, kBuiltinFieldCount> kBuiltinLayouts{{
+    {12, 12, false},  // offset
+    {14, 14, false},  // timestamp
+    {20, 20, false},  // time_ns
+    {5, 5, false},    // probe
+    {16, 12, true},   // master
+    {5, 5, true},     // type: "Value"
+    {11, 11, true},   // kind: "transaction"
+    {49, 16, true},   // description
+    {14, 14, false},  // address: 0x and 12 digits
 }};
 
-// Left to right, and which of them give way first where the terminal is narrow.
+// Left to right.
 constexpr std::array kDefaultFields{BuiltinField::kOffset, BuiltinField::kTimestamp,
                                     BuiltinField::kTimeNs, BuiltinField::kMaster,
                                     BuiltinField::kKind,   BuiltinField::kAddress};
-constexpr std::array kFirstToDrop{BuiltinField::kTimeNs, BuiltinField::kOffset,
-                                  BuiltinField::kAddress, BuiltinField::kTimestamp};
+
+/// Which of them give way, in this order, where the values column would be narrower than this.
+struct Droppable {
+  BuiltinField field;
+  std::size_t values_width;
+};
+constexpr std::array<Droppable, 4> kFirstToDrop{{
+    {BuiltinField::kTimeNs, 48},
+    {BuiltinField::kOffset, 40},
+    {BuiltinField::kAddress, kMinValuesWidth},
+    {BuiltinField::kTimestamp, kMinValuesWidth},
+}};
 
 // What tells most of a row of each kind; the other columns follow in catalogue order.
 constexpr std::array<std::string_view, 16> kTellingKeys{
@@ -86,11 +97,12 @@ void append_run(char c, std::size_t count, TextBuffer& out) {
 
 TableFormatter::TableFormatter(const ColumnCatalogue& catalogue, const FormatOptions& options)
     : catalogue_(&catalogue), limited_(options.terminal_columns != 0), texts_(append_table_text) {
-  if (options.fields.empty())
+  if (options.fields.empty()) {
     choose_columns(options.terminal_columns);
-  else
+  } else {
     for (const FieldIndex field : options.fields) columns_.push_back(make_column(field));
-  if (limited_) narrow_texts(options.terminal_columns);
+    if (limited_) narrow_texts(options.terminal_columns);
+  }
   make_pairs();
 }
 
@@ -98,54 +110,52 @@ TableFormatter::Column TableFormatter::make_column(FieldIndex field) const {
   Column column;
   column.field = field;
   column.title = shown(field_name(*catalogue_, field));
+  const std::size_t title_width = width_of(column.title);
   if (field < kBuiltinFieldCount) {
-    column.width = kBuiltinWidths[field].width;
-    column.min_width = kBuiltinWidths[field].min_width;
-    const bool is_text =
-        field == index_of(BuiltinField::kMaster) || field == index_of(BuiltinField::kType) ||
-        field == index_of(BuiltinField::kKind) || field == index_of(BuiltinField::kDescription);
-    column.align = is_text ? Align::kLeft : Align::kRight;
+    const BuiltinLayout& layout = kBuiltinLayouts[field];
+    column.width = std::max(layout.width, title_width);
+    column.min_width = std::max(layout.min_width, title_width);
+    column.align = layout.is_text ? Align::kLeft : Align::kRight;
   } else {
-    column.width = widest_number(catalogue_->columns.at(field - kBuiltinFieldCount).size_bytes);
+    const ColumnDescription& described = catalogue_->columns.at(field - kBuiltinFieldCount);
+    column.width = std::max(widest_number(described.size_bytes), title_width);
+    column.min_width = column.width;
     column.align = Align::kRight;
   }
-  column.width = std::max(column.width, width_of(column.title));
-  column.min_width = std::max(column.min_width, width_of(column.title));
   return column;
 }
 
 /// The default table: as many of the fields as leave the values column room, then the values.
 void TableFormatter::choose_columns(std::size_t terminal_columns) {
   for (const BuiltinField field : kDefaultFields) columns_.push_back(make_column(index_of(field)));
+  if (limited_) drop_columns(terminal_columns);
   Column values;
   values.field = kValuesField;
   values.title = "values";
   values.width = kUnlimited;
   if (limited_) {
-    values.width = kMinValuesWidth;
-    columns_.push_back(values);
-    for (const BuiltinField field : kFirstToDrop) {
-      if (total_width() <= terminal_columns) break;
-      std::erase_if(columns_,
-                    [&](const Column& column) { return column.field == index_of(field); });
-    }
-    narrow_texts(terminal_columns);
-    columns_.pop_back();
-    const std::size_t used = total_width() + kGap;
+    narrow_texts(terminal_columns - std::min(terminal_columns, kMinValuesWidth + kGap));
+    const std::size_t used = total_width(&Column::width) + kGap;
     values.width = std::max(kMinValuesWidth, terminal_columns - std::min(used, terminal_columns));
   }
   columns_.push_back(values);
 }
 
+void TableFormatter::drop_columns(std::size_t terminal_columns) {
+  for (const Droppable& droppable : kFirstToDrop) {
+    const std::size_t needed = total_width(&Column::min_width) + kGap + droppable.values_width;
+    if (needed <= terminal_columns) return;
+    std::erase_if(columns_,
+                  [&](const Column& column) { return column.field == index_of(droppable.field); });
+  }
+}
+
 /// Takes what is too much from the texts, the widest first. What then still does not fit is left
 /// to the terminal to wrap: the user chose these columns, and numbers are never cut.
 void TableFormatter::narrow_texts(std::size_t terminal_columns) {
-  while (total_width() > terminal_columns) {
+  while (total_width(&Column::width) > terminal_columns) {
     const auto spare = [](const Column& column) {
-      return column.width > column.min_width && column.align == Align::kLeft &&
-                     column.field != kValuesField
-                 ? column.width
-                 : 0;
+      return column.width > column.min_width ? column.width : 0;
     };
     const auto widest =
         std::max_element(columns_.begin(), columns_.end(),
@@ -171,10 +181,10 @@ void TableFormatter::make_pairs() {
   }
 }
 
-std::size_t TableFormatter::total_width() const {
-  std::size_t width = columns_.empty() ? 0 : (columns_.size() - 1) * kGap;
-  for (const Column& column : columns_) width += column.width;
-  return width;
+std::size_t TableFormatter::total_width(std::size_t Column::*width) const {
+  std::size_t total = columns_.empty() ? 0 : (columns_.size() - 1) * kGap;
+  for (const Column& column : columns_) total += column.*width;
+  return total;
 }
 
 bool TableFormatter::shows(FieldIndex field) const {

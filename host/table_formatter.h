@@ -29,7 +29,7 @@ class TableFormatter final : public RowFormatter {
   struct Column {
     FieldIndex field = 0;
     std::string title;
-    std::size_t width = 0;      ///< characters; kUnlimited: as wide as its content
+    std::size_t width = 0;      ///< characters; the largest size_t: as wide as its content
     std::size_t min_width = 0;  ///< how far a text may be narrowed to fit the terminal
     Align align = Align::kLeft;
   };
@@ -46,9 +46,10 @@ class TableFormatter final : public RowFormatter {
 
   Column make_column(FieldIndex field) const;
   void choose_columns(std::size_t terminal_columns);
+  void drop_columns(std::size_t terminal_columns);
   void narrow_texts(std::size_t terminal_columns);
   void make_pairs();
-  std::size_t total_width() const;
+  std::size_t total_width(std::size_t Column::*width) const;
   bool shows(FieldIndex field) const;
 
   void append_cell(const Column& column, const Cell& cell, std::size_t& blanks, TextBuffer& out);
