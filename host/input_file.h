@@ -1,0 +1,48 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <span>
+#include <string>
+#include <vector>
+
+/// An input that is read once from front to back: a file, a pipe or standard input ("-"). The first
+/// bytes can be looked at before they are read. One thread.
+namespace qbt2 {
+
+class InputFile {
+ public:
+  /// Opens `path`; throws Error(kInput) with the system's reason, also for a directory.
+  explicit InputFile(std::string path);
+  ~InputFile();
+  InputFile(const InputFile&) = delete;
+  InputFile& operator=(const InputFile&) = delete;
+
+  /// The path as given; "standard input" for "-". For messages.
+  const std::string& name() const { return name_; }
+  bool is_regular() const { return is_regular_; }
+  /// Size of a regular file when it was opened; 0 for a pipe.
+  std::uint64_t size_bytes() const { return size_bytes_; }
+
+  /// The next bytes, up to `bytes` of them (fewer only at the end of the input), without taking
+  /// them. Valid until the next call.
+  std::span<const std::uint8_t> peek(std::size_t bytes);
+  /// Takes up to buffer.size() bytes; 0 means the end. Throws Error(kInput) where reading fails.
+  std::size_t read(std::span<std::uint8_t> buffer);
+  /// Back to the first byte; for regular files only.
+  void rewind();
+
+ private:
+  std::size_t read_some(std::span<std::uint8_t> buffer);
+
+  std::string name_;
+  int descriptor_ = -1;
+  bool owned_ = false;
+  bool is_regular_ = false;
+  std::uint64_t size_bytes_ = 0;
+  std::uint64_t position_ = 0;
+  std::vector<std::uint8_t> ahead_;  // peeked and not yet taken
+  std::size_t ahead_taken_ = 0;
+};
+
+}  // namespace qbt2
