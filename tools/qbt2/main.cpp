@@ -1,0 +1,55 @@
+#include <CLI/CLI.hpp>
+#include <csignal>
+#include <cstdio>
+#include <exception>
+#include <vector>
+
+#include "host/error.h"
+#include "tools/qbt2/columns_command.h"
+#include "tools/qbt2/command.h"
+#include "tools/qbt2/decode_command.h"
+#include "tools/qbt2/generate_command.h"
+
+namespace {
+
+using qbt2::tool::Command;
+
+int run_chosen(const std::vector<Command>& commands) {
+  for (const Command& command : commands) {
+    if (command.app->parsed()) return command.run();
+  }
+  return qbt2::tool::kExitFailed;
+}
+
+/// CLI11's own answer, with its many exit codes folded into ours: help and version are fine,
+/// everything else is a mistake in the call.
+int exit_for_parse(const CLI::App& app, const CLI::ParseError& error) {
+  if (app.exit(error) == 0) return qbt2::tool::kExitOk;
+  return qbt2::tool::kExitFailed;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  // A reader that closes our pipe is told by write() failing, not by a signal's death.
+  std::signal(SIGPIPE, SIG_IGN);
+  CLI::App app{"Decodes QB Tracer 2 bus traffic from STP captures into rows.", "qbt2"};
+  app.set_version_flag("--version", "qbt2 " QBT2_VERSION);
+  app.require_subcommand(1);
+  const std::vector<Command> commands = {
+      qbt2::tool::add_decode_command(app),
+      qbt2::tool::add_columns_command(app),
+      qbt2::tool::add_generate_command(app),
+  };
+  try {
+    app.parse(argc, argv);
+    return run_chosen(commands);
+  } catch (const CLI::ParseError& error) {
+    return exit_for_parse(app, error);
+  } catch (const qbt2::Error& error) {
+    std::fprintf(stderr, "qbt2: %s\n", error.what());
+  } catch (const std::exception& error) {
+    std::fprintf(stderr, "qbt2: unexpected: %s\n", error.what());
+  }
+  return qbt2::tool::kExitFailed;
+}
