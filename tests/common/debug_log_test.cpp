@@ -2,6 +2,7 @@
 
 #include <pthread.h>
 
+#include <latch>
 #include <regex>
 #include <stdexcept>
 #include <thread>
@@ -220,7 +221,9 @@ TEST(DebugLog, ThreadsNeverShareALine) {
     const std::string path = home / "log.txt";
     SetEnvironment(home, "64", path.c_str());
     debug_log_init();
-    const auto write = [](char letter) {
+    std::latch both_ready(2);
+    const auto write = [&](char letter) {
+      both_ready.arrive_and_wait();
       for (int i = 0; i < kRecords; ++i) {
         debug_log_msg(LOG_MSG_PLATFORM, "a.cpp", i, "f", "%s", std::string(300, letter).c_str());
       }

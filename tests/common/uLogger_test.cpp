@@ -1,5 +1,7 @@
 #include "common/source/source_utilities/uLogger.h"
 
+#include <algorithm>
+#include <latch>
 #include <regex>
 #include <thread>
 
@@ -154,13 +156,16 @@ TEST(ULogger, FileIsTriedAgainByEachRecord) {
 }
 
 TEST(ULogger, ThreadsNeverShareALine) {
-  constexpr int kRecords = 300;
+  constexpr int kRecords = 1000;
   const TempDirectory directory;
   const std::string path = directory / "log.txt";
   uLogger logger(path.c_str(), false);
+  std::latch both_ready(2);
   const auto write = [&](char letter) {
+    both_ready.arrive_and_wait();
     for (int i = 0; i < kRecords; ++i) {
-      logger.Log("%s", std::string(300, letter).c_str());
+      // Digits enough that one record is still being formatted when the next one comes.
+      logger.Log("%c%.2000f%c", letter, 1.0 / 3, letter);
     }
   };
   std::thread other(write, 'b');
@@ -168,10 +173,12 @@ TEST(ULogger, ThreadsNeverShareALine) {
   other.join();
   const std::vector<std::string> lines = ReadLines(path);
   EXPECT_EQ(lines.size(), 2U * kRecords);
-  for (const std::string& line : lines) {
-    EXPECT_TRUE(line == "M      " + std::string(300, 'a') ||
-                line == "M      " + std::string(300, 'b'))
-        << line;
+  for (const std::string letter : {"a", "b"}) {
+    const auto is_whole = [&](const std::string& line) {
+      return line.size() == 7 + 1 + 2002 + 1 && line.starts_with("M      " + letter + "0.333") &&
+             line.ends_with(letter);
+    };
+    EXPECT_EQ(std::count_if(lines.begin(), lines.end(), is_whole), kRecords) << letter;
   }
 }
 
