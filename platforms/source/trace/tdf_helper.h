@@ -99,6 +99,8 @@ class QBT2_API DeviceIdentifier_t {
   struct DeviceEntry_t {
     std::string name;
     std::uint32_t id = 0;
+
+    bool operator==(const DeviceEntry_t&) const = default;
   };
 
   struct ProcEntry_t {
@@ -109,6 +111,8 @@ class QBT2_API DeviceIdentifier_t {
     std::uint32_t traceId = 0;
     std::uint32_t mapValue = 0;
     std::string outFile;
+
+    bool operator==(const ProcEntry_t&) const = default;
   };
 
   struct DevIdData_t {

@@ -56,12 +56,17 @@ std::uint32_t ReadNumber(const std::string& text) {
   return number.value_or(0);
 }
 
-// One record of a line. Texts are taken with their blanks, since they were written with them.
+// One record of a line. Names lose the blanks at their ends: the first one of a line has lost them
+// already, with the line's value, and the lines must agree on a name. Other texts keep them.
 class Record {
  public:
   explicit Record(std::string_view text) : m_fields(SplitAt(text, kFieldEnd)) {}
 
-  std::string Name(std::size_t index) const { return Field(index, kUnknownName); }
+  std::string Name(std::size_t index) const {
+    std::string name = Field(index, kUnknownName);
+    clean_string(name);
+    return name;
+  }
   std::string Text(std::size_t index) const { return Field(index, ""); }
   std::uint32_t Number(std::size_t index) const { return ReadNumber(Field(index, kNoNumber)); }
 

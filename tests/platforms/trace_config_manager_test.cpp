@@ -1,0 +1,359 @@
+#include "platforms/source/trace/device_config_manager.h"
+
+#include <gmock/gmock.h>
+
+#include <functional>
+#include <memory>
+#include <optional>
+#include <stdexcept>
+
+#include "platforms/source/trace/device_config_manager_stm.h"
+#include "tests/platforms/trace_testing.h"
+
+namespace {
+
+using namespace trace_testing;
+using namespace EktTrace;
+using Kz::Dvt::Trace::ConfigPropertyValue;
+using Kz::Dvt::Trace::eTraceDataFileTdf;
+using Kz::Dvt::Trace::eTraceDataFileText1;
+using Kz::Dvt::Trace::eTraceDataFileText2;
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
+
+struct FakeEntry : IPropertyEntry_t {
+  FakeEntry(std::string n, std::string v) : name(std::move(n)), value(std::move(v)) {}
+  const std::string& GetName() const override { return name; }
+  const std::string& GetValue() const override { return value; }
+  std::string name, value;
+};
+
+// Device, component, accessor and session in one: each part can be switched away.
+struct FakeSession : IDeviceSession_t,
+                     IDevice_t,
+                     IComponent_t,
+                     IConfigAccessor_t,
+                     Kz::Dvt::Trace::CDeviceIdentifier {
+  Kz::Dvt::Trace::CDeviceIdentifier* GetDeviceIdentifier() override {
+    MaybeThrow();
+    return hasIdentifier ? this : nullptr;
+  }
+  const IDevice_t* GetDeviceByName(const std::string& name) const override {
+    return name == "dev" ? this : nullptr;
+  }
+  const IComponent_t* GetComponent(const std::string& name) const override {
+    return hasComponent && name == "MOD_QBTRACER0" ? this : nullptr;
+  }
+  const std::vector<const IPropertyEntry_t*>* GetPropertyList(
+      const std::string& name) const override {
+    return hasMasters && name == "masterid.proc" ? &masters : nullptr;
+  }
+  IConfigAccessor_t* GetConfigAccessor(const std::string& device, const std::string& second,
+                                       std::string& error) override {
+    MaybeThrow();
+    if (!hasAccessor || device != "dev" || second != "second") {
+      error = "no accessor";
+      return nullptr;
+    }
+    return this;
+  }
+  bool ReadSetting(const std::string& name, std::string& value, std::string& error) override {
+    const auto found = live.find(name);
+    if (found == live.end()) {
+      error = readError;
+      return false;
+    }
+    value = found->second;
+    return true;
+  }
+  bool WriteSetting(const std::string& name, const std::string& value,
+                    std::string& error) override {
+    written.push_back(name + "=" + value);
+    error = "cannot write " + name;
+    return name != "bad";
+  }
+  void GetObjectFile(const std::string& device, std::string& path) override {
+    MaybeThrow();
+    path = device + ".elf";
+  }
+  bool GetDeviceInformation(const std::string& /*device*/, DeviceInformation_t& information,
+                            std::string& error) override {
+    MaybeThrow();
+    error = "info text";
+    information = {3, -4, "name"};
+    return hasInformation;
+  }
+  bool GetProperty(const std::string& /*device*/, const std::string& /*second*/,
+                   const std::string& name, std::string& value, std::uint32_t& kind,
+                   std::string& error) override {
+    MaybeThrow();
+    if (name == "missing") {
+      error = "no such property";
+      return false;
+    }
+    value = propertyText;
+    kind = propertyKind;
+    return true;
+  }
+  void MaybeThrow() const {
+    if (throwing) {
+      throwing();
+    }
+  }
+
+  bool hasIdentifier = true, hasComponent = true, hasMasters = true, hasAccessor = true,
+       hasInformation = true;
+  std::vector<const IPropertyEntry_t*> masters;
+  std::map<std::string, std::string> live;
+  std::string readError, propertyText;
+  std::uint32_t propertyKind = 5;
+  std::vector<std::string> written;
+  std::function<void()> throwing;
+};
+
+class ConfigManager : public InFolder {
+ protected:
+  using eConfigType = ConfigFile::DeviceConfig_t::eConfigType;
+  FakeSession m_session;
+  DeviceConfigManager_t m_manager{&m_session, "dev", ConfigFile::DeviceConfig_t::eStmConfig,
+                                  "second"};
+};
+
+TEST_F(ConfigManager, PropertiesConvertByTheSessionsKind) {
+  const struct {
+    std::uint32_t kind;
+    const char* text;
+    std::uint32_t type;
+    std::uint32_t value;  // over 0xAAAAAAAA; of a boolean the first byte counts
+  } cases[] = {
+      {0, "1", 5, 0xAAAAAA01},
+      {0, "0", 5, 0xAAAAAA00},
+      {0, "true", 5, 0xAAAAAA00},
+      {0, " 1", 5, 0xAAAAAA00},
+      {1, "-5", 1, 0xFFFFFFFB},
+      {1, " 12 apples", 1, 12},
+      {1, "abc", 1, 0xAAAAAAAA},
+      {1, "2147483648", 1, 0xAAAAAAAA},
+      {1, "", 1, 0xAAAAAAAA},
+      {2, "4294967295", 2, 0xFFFFFFFF},
+      {2, "4294967296", 2, 0xAAAAAAAA},
+      {2, "0x1F", 2, 0x1F},
+      {2, "010", 2, 8},
+      {3, "-4294967295", 1, 1},
+      {3, "9223372036854775808", 1, 0xAAAAAAAA},
+      {4, "0x123456789", 2, 0x23456789},
+      {4, "18446744073709551616", 2, 0xAAAAAAAA},
+      {5, "7", 6, 0xAAAAAAAA},
+      {6, "7", 2, 7},
+      {0xFFFFFFFF, "7", 2, 7},
+  };
+  for (const auto& c : cases) {
+    m_session.propertyKind = c.kind;
+    m_session.propertyText = c.text;
+    ConfigPropertyValue value;
+    value.value.unsignedValue = 0xAAAAAAAA;
+    EXPECT_TRUE(m_manager.GetProperty("any", value)) << c.kind << c.text;
+    EXPECT_EQ(value.type, c.type) << c.kind << ' ' << c.text;
+    EXPECT_EQ(value.text, c.text);
+    EXPECT_EQ(value.value.unsignedValue, c.value) << c.kind << ' ' << c.text;
+  }
+}
+
+TEST_F(ConfigManager, PropertyThatIsMissingIsLoggedAndLeavesTheRecord) {
+  ConfigPropertyValue value;
+  value.type = 99;
+  value.text = "before";
+  DebugLog::TakeRecords();
+  EXPECT_FALSE(m_manager.GetProperty("missing", value));
+  EXPECT_EQ(value.type, 99u);
+  EXPECT_EQ(value.text, "before");
+  EXPECT_EQ(m_manager.GetLastError(), "no such property");
+  EXPECT_THAT(DebugLog::TakeRecords(), ElementsAre("E GetProperty: no such property"));
+  EXPECT_TRUE(m_manager.GetProperty("any", value));
+  EXPECT_EQ(m_manager.GetLastError(), "");
+}
+
+TEST_F(ConfigManager, LiveSettingsAreReadOrDefaulted) {
+  m_manager.AddConfigEntry("b", eTraceAttributeAtbId);
+  m_manager.AddConfigEntry("a", eTraceAttributeAtbId);
+  m_manager.AddConfigEntry("a", eTraceAttributeProtocol);
+  EXPECT_EQ(m_manager.GetConfigEntries().size(), 2u);
+  EXPECT_EQ(m_manager.GetConfigEntries().at("a"), 65u);
+
+  m_session.live["b"] = "0x20";
+  m_session.readError = "not there";
+  m_session.propertyKind = 2;
+  m_session.propertyText = "7";
+  DebugLog::TakeRecords();
+  EXPECT_TRUE(m_manager.LoadConfigurationLive());
+  EXPECT_THAT(
+      DebugLog::TakeRecords(),
+      ElementsAre("MC ReadLive: Failed to access config setting a. Using default value",
+                  "E ReadLive: not there", "MC ReadLive: Accessed config setting b (0x20)"));
+  ConfigPropertyValue value;
+  EXPECT_TRUE(m_manager.GetProperty("b", value));  // what was read wins over the session's 7
+  EXPECT_EQ(value.text, "0x20");
+  EXPECT_EQ(value.value.unsignedValue, 32u);
+  EXPECT_TRUE(m_manager.GetProperty("a", value));
+  EXPECT_EQ(value.text, "Unknown");
+}
+
+TEST_F(ConfigManager, ConfigurationIsLoadedAppliedAndSaved) {
+  setenv("KZ_TRACE_SETTINGS_DIR", m_folder.c_str(), 1);
+  Put("s.txt", "ok=1\nbad=2\n");
+  DebugLog::TakeRecords();
+  EXPECT_TRUE(m_manager.LoadConfiguration("s.txt", eTraceDataFileText1));
+  EXPECT_THAT(m_session.written, ElementsAre("bad=2", "ok=1"));
+  EXPECT_THAT(
+      DebugLog::TakeRecords(),
+      ElementsAre("FE LoadConfiguration: ", "MP ApplyValues: Applying config setting bad = 2",
+                  "E ApplyValues: cannot write bad",
+                  "MP ApplyValues: Applying config setting ok = 1"));
+  EXPECT_EQ(m_manager.GetLastError(), "");
+
+  const std::string tdf = Put("a.tdf", "TDF2");
+  EXPECT_TRUE(m_manager.SaveConfiguration(tdf, eTraceDataFileTdf));
+  EXPECT_EQ(ReadFile(tdf), "TDF2" + Section("STMDECODERINFO", 1, "bad=2\nok=1\n"));
+
+  DebugLog::TakeRecords();
+  EXPECT_FALSE(m_manager.SaveConfiguration(At("no/x"), eTraceDataFileText2));
+  const std::string error = "Error opening file " + At("no/x") + " for writing";
+  EXPECT_EQ(m_manager.GetLastError(), error);
+  const auto records = DebugLog::TakeRecords();
+  ASSERT_GE(records.size(), 3u);
+  EXPECT_EQ(records.front(), "FE SaveConfiguration: ");
+  EXPECT_EQ(records[1], "MP SaveConfiguration: Saving config setting bad = 2");
+  EXPECT_EQ(records[records.size() - 2], "E SaveConfiguration: " + error);
+  EXPECT_EQ(records.back(), "FX SaveConfiguration: returns failure");
+
+  EXPECT_FALSE(m_manager.LoadConfiguration("s.txt", eTraceDataFileText2));
+  EXPECT_EQ(m_manager.GetLastError(), "File type is not supported");
+  m_session.hasAccessor = false;
+  EXPECT_FALSE(m_manager.LoadConfiguration("s.txt", eTraceDataFileText1));
+  EXPECT_EQ(m_manager.GetLastError(), "no accessor");
+}
+
+TEST_F(ConfigManager, InformationAndObjectFileComeFromTheSession) {
+  int first = 0;
+  int second = 0;
+  std::string text;
+  EXPECT_TRUE(m_manager.GetInfo(first, second, text));
+  EXPECT_EQ(first, 3);
+  EXPECT_EQ(second, -4);
+  EXPECT_EQ(text, "name");
+  EXPECT_EQ(m_manager.GetLastError(), "info text");
+  m_session.hasInformation = false;
+  first = 77;
+  EXPECT_FALSE(m_manager.GetInfo(first, second, text));
+  EXPECT_EQ(first, 77);
+  EXPECT_TRUE(m_manager.GetObjectFile("whatever", text));
+  EXPECT_EQ(text, "dev.elf");
+}
+
+TEST_F(ConfigManager, SessionThatThrowsIsAFailureAndNoMore) {
+  m_manager.AddConfigEntry("a", eTraceAttributeAtbId);
+  const std::function<void()> throwers[] = {[] { throw std::runtime_error("boom"); },
+                                            [] { throw 42; }};
+  const char* const texts[] = {"boom", "Unknown exception"};
+  for (int i = 0; i < 2; ++i) {
+    m_session.throwing = throwers[i];
+    ConfigPropertyValue value;
+    int number = 0;
+    std::string text;
+    EXPECT_FALSE(m_manager.GetProperty("any", value));
+    EXPECT_EQ(m_manager.GetLastError(), texts[i]);
+    EXPECT_FALSE(m_manager.GetInfo(number, number, text));
+    EXPECT_FALSE(m_manager.LoadConfiguration("s", eTraceDataFileText1));
+    EXPECT_TRUE(m_manager.LoadConfigurationLive());
+    EXPECT_TRUE(m_manager.GetObjectFile("any", text));
+    m_session.throwing = nullptr;
+    EXPECT_TRUE(m_manager.GetProperty("a", value));
+    EXPECT_EQ(value.text, "Unknown");  // the live read that threw left the default
+  }
+}
+
+// --- STM flavour ------------------------------------------------------------------------------
+
+std::unique_ptr<DeviceConfigManagerStm_t> MakeStm(IDeviceSession_t* session, std::string& error) {
+  return std::unique_ptr<DeviceConfigManagerStm_t>(
+      DeviceConfigManagerStm_t::Construct(session, "dev", "second", error));
+}
+
+TEST(StmConfigManager, RegistersFixedSettingsAndMasters) {
+  FakeSession session;
+  const FakeEntry cpu("CPU", "1");
+  const FakeEntry dma("DMA", "7");
+  const FakeEntry hex("HEX", "0x5");
+  session.masters = {&cpu, &dma, nullptr, &hex};
+  std::string error;
+  const auto manager = MakeStm(&session, error);
+  ASSERT_NE(manager, nullptr) << error;
+  const DeviceConfigManager_t::AttributeMap expected = [] {
+    DeviceConfigManager_t::AttributeMap map;
+    const std::pair<const char*, int> entries[] = {{"Instruction_Compress", 51},
+                                                   {"Data_Compress", 52},
+                                                   {"STM_data_flip", 39},
+                                                   {"HEAD_Present_0", 33},
+                                                   {"HEAD_Pointer_0", 35},
+                                                   {"HEAD_Present_1", 34},
+                                                   {"HEAD_Pointer_1", 36},
+                                                   {"STM_Buffer_Wrapped", 14},
+                                                   {"TWP_Protocol", 20},
+                                                   {"STM_DTC_fprocess_clock_hz", 21},
+                                                   {"STM_DTC_target_pins", 41},
+                                                   {"Needs_Preprocess", 38},
+                                                   {"STM_STP_Version", 37},
+                                                   {"STM_ATB_Id", 23},
+                                                   {"STM_HwDbgLib_Import", 42},
+                                                   {"Protocol", 65},
+                                                   {"ATBID", 23},
+                                                   {"QBT2_1", 66},
+                                                   {"QBT2_7", 66},
+                                                   {"QBT2_0x5", 66}};
+    for (const auto& [name, id] : entries) {
+      map[name] = static_cast<_eTraceAttributeId_t>(id);
+    }
+    return map;
+  }();
+  EXPECT_EQ(manager->GetConfigEntries(), expected);
+  for (const char* name : {"Protocol", "QBT2_1", "unregistered"}) {
+    EXPECT_EQ(manager->GetDefaultValue(name), "0") << name;
+  }
+  EXPECT_TRUE(manager->LoadConfigurationLive());
+  ConfigPropertyValue value;
+  EXPECT_TRUE(manager->GetProperty("QBT2_0x5", value));
+  EXPECT_EQ(value.text, "0");
+}
+
+TEST(StmConfigManager, MissingPartsOfTheModelAreNoError) {
+  for (int part = 0; part < 3; ++part) {
+    FakeSession session;
+    const FakeEntry cpu("CPU", "1");
+    session.masters = {&cpu};
+    session.hasIdentifier = part != 0;
+    session.hasComponent = part != 1;
+    session.hasMasters = part != 2;
+    std::string error;
+    const auto manager = MakeStm(&session, error);
+    ASSERT_NE(manager, nullptr) << part << error;
+    EXPECT_EQ(manager->GetConfigEntries().size(), 17u) << part;
+  }
+}
+
+TEST(StmConfigManager, ConstructTellsWhyItFailed) {
+  const std::string prefix = "Device Configuraton Manager could not be created: ";
+  std::string error;
+  DebugLog::TakeRecords();
+  EXPECT_EQ(MakeStm(nullptr, error), nullptr);
+  EXPECT_EQ(error, prefix + "Null device pointer");
+  EXPECT_THAT(DebugLog::TakeRecords(), ElementsAre("E Construct: " + error));
+  FakeSession session;
+  session.throwing = [] { throw std::out_of_range("range"); };
+  EXPECT_EQ(MakeStm(&session, error), nullptr);
+  EXPECT_EQ(error, prefix + "range");
+  session.throwing = [] { throw 1; };
+  EXPECT_EQ(MakeStm(&session, error), nullptr);
+  EXPECT_EQ(error, prefix + "Unknown exception ");
+}
+
+}  // namespace

@@ -1,0 +1,300 @@
+#include "platforms/source/trace/tdf_handler.h"
+
+#include <gmock/gmock.h>
+
+#include <functional>
+
+#include "common/source/errors/error_code.h"
+#include "platforms/source/trace/tdf_walker.h"
+#include "tests/platforms/trace_testing.h"
+
+namespace {
+
+using namespace trace_testing;
+using Kz::Dvt::Hwdbg::hwDbgError;
+using Kz::Dvt::Trace::eTdfFault;
+using Kz::Dvt::Trace::ListSections;
+using Kz::Dvt::Trace::TdfFault;
+using Kz::Dvt::Trace::TDFHandler;
+
+class TdfHandler : public InFolder {
+ protected:
+  // The text of the error that the call throws; empty when it throws none.
+  static std::string Failure(const std::function<void()>& call) {
+    try {
+      call();
+    } catch (const hwDbgError& error) {
+      EXPECT_EQ(error.GetSeverity(), 2u);
+      return error.GetErrorText();
+    }
+    return "";
+  }
+
+  static std::string Load(const std::string& path, const char* name, std::uint32_t version,
+                          std::uint32_t bufferSize = 4096) {
+    std::string buffer(bufferSize, '?');
+    std::uint32_t got = 99;
+    TDFHandler::LoadSectionData(path.c_str(), name, version, buffer.data(), bufferSize, got);
+    return buffer.substr(0, got);
+  }
+
+  static void Save(const std::string& path, const char* name, std::uint32_t version,
+                   const std::string& payload) {
+    std::uint32_t offset = 0;
+    std::uint32_t length = 0;
+    TDFHandler::SaveSectionHeader(path.c_str(), name, version, offset);
+    TDFHandler::SaveSectionData(path.c_str(), name, offset, payload.data(), 1,
+                                static_cast<std::uint32_t>(payload.size()), length);
+  }
+};
+
+TEST_F(TdfHandler, WritersMakeTheBytesOfTheFormat) {
+  const std::string path = At("a.tdf");
+  TDFHandler::CreateTDFFile(path.c_str());
+  EXPECT_EQ(ReadFile(path), "TDF2");
+
+  std::uint32_t offset = 99;
+  std::uint32_t length = 99;
+  TDFHandler::SaveSectionHeader(path.c_str(), "KZDecode", 1, offset);
+  EXPECT_EQ(offset, 4u);
+  EXPECT_EQ(ReadFile(path), "TDF2" + Section("KZDecode", 1, ""));
+
+  TDFHandler::SaveSectionData(path.c_str(), nullptr, offset, "0123456789", 1, 10, length);
+  EXPECT_EQ(length, 30u);
+  TDFHandler::SaveSectionData(path.c_str(), "any", offset, "abcdef", 3, 2, length);
+  EXPECT_EQ(length, 36u);
+  TDFHandler::SaveSectionHeader(path.c_str(), nullptr, 7, offset);
+  EXPECT_EQ(offset, 40u);
+  EXPECT_EQ(ReadFile(path),
+            "TDF2" + Section("KZDecode", 1, "0123456789abcdef") + Section("", 7, ""));
+
+  TDFHandler::CreateTDFFile(path.c_str());
+  EXPECT_EQ(ReadFile(path), "TDF2");
+}
+
+TEST_F(TdfHandler, ReadersTakeTheFirstSectionOfNameAndVersion) {
+  const std::string path =
+      Put("a.tdf", "TDF2" + Section("S", 1, "one") + Section("S", 2, "second") +
+                       Section("S", 2, "third") + Section("", 3, "no name"));
+  EXPECT_EQ(Load(path, "S", 1), "one");
+  EXPECT_EQ(Load(path, "S", 2), "second");
+  EXPECT_EQ(Load(path, "S", 2, 4), "seco");
+  EXPECT_EQ(Load(path, nullptr, 3), "no name");
+
+  std::uint32_t length = 0;
+  std::uint32_t position = 0;
+  TDFHandler::GetSectionDataLengthInBytes(path.c_str(), "S", 2, length);
+  EXPECT_EQ(length, 6u);
+  TDFHandler::GetSectionDataPosition(path.c_str(), "S", 2, position, length);
+  EXPECT_EQ(position, 4u + 16 + 13);
+  EXPECT_EQ(length, 6u);
+
+  EXPECT_EQ(Failure([&] { Load(path, "S", 3); }), "S section cannot be located in the file.");
+  EXPECT_EQ(Failure([&] { Load(path, "s", 1); }), "s section cannot be located in the file.");
+}
+
+TEST_F(TdfHandler, FailuresCarryTheirTexts) {
+  const std::string good = Put("good.tdf", "TDF2" + Section("S", 1, "data"));
+  const std::string bad = Put("bad.tdf", "TDF1" + Section("S", 1, "data"));
+  const std::string plain = Put("good.txt", "TDF2" + Section("S", 1, "data"));
+  std::filesystem::create_directory(At("folder.tdf"));
+  const std::string folder = At("folder.tdf");
+  const std::string missing = At("missing.tdf");
+  std::uint32_t a = 0;
+  std::uint32_t b = 0;
+  char buffer[8];
+  const auto create = [&](const char* p) { return [=] { TDFHandler::CreateTDFFile(p); }; };
+  const auto header = [&](const std::string& p) {
+    return [&, p] { TDFHandler::SaveSectionHeader(p.c_str(), "S", 1, a); };
+  };
+  const auto data = [&](const std::string& p, std::uint32_t offset, const void* bytes) {
+    return [&, p, offset, bytes] {
+      TDFHandler::SaveSectionData(p.c_str(), "S", offset, bytes, 1, 1, a);
+    };
+  };
+  const auto size = [&](const std::string& p, const char* name) {
+    return [&, p, name] { TDFHandler::GetSectionDataLengthInBytes(p.c_str(), name, 1, a); };
+  };
+  const auto load = [&](const std::string& p, void* to, std::uint32_t bytes) {
+    return [&, p, to, bytes] { TDFHandler::LoadSectionData(p.c_str(), "S", 1, to, bytes, a); };
+  };
+  const auto position = [&](const std::string& p, const char* name) {
+    return [&, p, name] { TDFHandler::GetSectionDataPosition(p.c_str(), name, 1, a, b); };
+  };
+  const std::string folderless = At("no/such.tdf");
+  const struct {
+    const char* what;
+    std::function<void()> call;
+    const char* text;
+  } cases[] = {
+      {"create null", create(nullptr), "Null file name to create TDF."},
+      {"create .txt", create(plain.c_str()), "TDF file extension must be .tdf."},
+      {"create in no folder", create(folderless.c_str()),
+       "Could not create TDF file as specified."},
+      {"header missing", header(missing), "File name passed to save file is not valid."},
+      {"header folder", header(folder), "Could not open TDF file as specified."},
+      {"data missing", data(missing, 4, "x"), "File name passed to save file is not valid."},
+      {"data offset 3", data(good, 3, "x"), "Section header offset to save data is not valid."},
+      {"data null", data(good, 4, nullptr), "No data to write TDF."},
+      {"data folder", data(folder, 4, "x"), "Could not open TDF file as specified."},
+      {"data behind the end", data(good, 400, "x"),
+       "Write I/O error - unable to determine section length."},
+      {"data at no section", data(good, 16, "x"),  // there the name and data say 0x74616453
+       "Section header offset to save data is not valid."},
+      {"size empty name", size("", "S"), "File name passed to load file is not valid."},
+      {"size folder", size(folder, "S"), "Invalid TDF format."},
+      {"size bad", size(bad, "S"), "Invalid TDF format."},
+      {"size .txt is fine", size(plain, "S"), ""},
+      {"size of none", size(good, "T"), "Section size cannot be located in the file."},
+      {"load missing", load(missing, buffer, 8), "File name passed to load is not valid."},
+      {"load .txt", load(plain, buffer, 8), "TDF file extension must be .tdf."},
+      {"load null", load(good, nullptr, 8), "No buffer allocated to load section data."},
+      {"load 0", load(good, buffer, 0), "No buffer allocated to load section data."},
+      {"load bad", load(bad, buffer, 8), "Invalid TDF format."},
+      {"position missing", position(missing, "S"), "File name passed to load is not valid."},
+      {"position .txt", position(plain, "S"), "TDF file extension must be .tdf."},
+      {"position bad", position(bad, "S"), "Invalid TDF format."},
+      {"position of none", position(good, "T"), "T section cannot be located in the file."},
+  };
+  for (const auto& c : cases) {
+    EXPECT_EQ(Failure(c.call), c.text) << c.what;
+  }
+  EXPECT_EQ(ReadFile(good), "TDF2" + Section("S", 1, "data"));
+}
+
+TEST_F(TdfHandler, NamesAndFilesAreTold) {
+  const struct {
+    const char* path;
+    const char* extension;
+    bool has;
+  } names[] = {
+      {"a.tdf", "tdf", true}, {"a.TdF", "tdf", true},    {".tdf", "tdf", true},
+      {"tdf", "tdf", false},  {"atdf", "tdf", false},    {"a.tdf2", "tdf", false},
+      {"", "tdf", false},     {"a.xtdf", "tdf", false},  {"a.", "", true},
+      {nullptr, "x", false},  {"a.tdf", nullptr, false},
+  };
+  for (const auto& n : names) {
+    EXPECT_EQ(TDFHandler::HasExtension(n.path, n.extension), n.has) << (n.path ? n.path : "null");
+  }
+  EXPECT_TRUE(TDFHandler::ISTDF(Put("a.tdf", "TDF2").c_str()));
+  EXPECT_FALSE(TDFHandler::ISTDF(Put("a.txt", "TDF2").c_str()));
+  EXPECT_FALSE(TDFHandler::ISTDF(Put("b.tdf", "TDF").c_str()));
+  EXPECT_FALSE(TDFHandler::ISTDF(At("missing.tdf").c_str()));
+  EXPECT_FALSE(TDFHandler::ISTDF(nullptr));
+  EXPECT_FALSE(TDFHandler::IsFileAvailable(nullptr));
+  EXPECT_FALSE(TDFHandler::IsFileAvailable(""));
+  EXPECT_TRUE(TDFHandler::IsFileAvailable(At("a.txt").c_str()));
+}
+
+TEST_F(TdfHandler, FileSizeIsSaneForEverything) {
+  EXPECT_EQ(FileSize(Put("a", "12345").c_str()), 5u);
+  EXPECT_EQ(FileSize(Put("empty", "").c_str()), 0u);
+  EXPECT_EQ(FileSize(At("missing").c_str()), 0u);
+  EXPECT_EQ(FileSize(m_folder.c_str()), 0u);
+  EXPECT_EQ(FileSize(nullptr), 0u);
+  const std::string huge = Put("huge.tdf", "TDF2" + Section("S", 1, "data"));
+  std::filesystem::resize_file(huge, (std::uint64_t{1} << 32) + 100);  // sparse
+  EXPECT_EQ(FileSize(huge.c_str()), 0xFFFFFFFFu);
+  EXPECT_EQ(Load(huge, "S", 1), "data");
+  EXPECT_EQ(Failure([&] { Save(huge, "T", 1, "x"); }),
+            "TDF file is too large for another section.");
+}
+
+// Each hostile section stands behind a good one: it must stop the walk there, and nothing more.
+TEST_F(TdfHandler, WalkStopsAtWhatIsNoSection) {
+  const std::string good = Section("good", 1, "data");  // 20 bytes
+  const std::string wanted = Section("S", 1, "never");
+  const struct {
+    const char* what;
+    std::string bytes;
+    eTdfFault fault;
+  } cases[] = {
+      {"length 0", Word(0) + Word(1) + Text("S") + wanted, eTdfFault::LengthZero},
+      {"length of the fixed header only", Word(12) + Word(1) + Text("S") + wanted,
+       eTdfFault::LengthTooShort},
+      {"length 11", Word(11) + Word(1) + Text("") + wanted, eTdfFault::LengthTooShort},
+      {"length over the limit", Word(0x8000001) + Word(1) + Text("S"), eTdfFault::LengthTooLarge},
+      {"length that would wrap", Word(0xFFFFFFF0) + Word(1) + Text("X") + wanted,
+       eTdfFault::LengthTooLarge},
+      {"name over the limit", Word(5000) + Word(1) + Text(std::string(4096, 'n')) + wanted,
+       eTdfFault::NameTooLong},
+      {"name length that would wrap", Word(20) + Word(1) + Word(0xFFFFFFFF) + wanted,
+       eTdfFault::NameTooLong},
+      {"name cut", Word(100) + Word(1) + Word(50) + "S", eTdfFault::HeaderCut},
+      {"header cut", Word(13) + Word(1) + "\x01", eTdfFault::HeaderCut},
+      {"payload cut", Word(100) + Word(2) + Text("S") + "bytes", eTdfFault::PayloadCut},
+  };
+  for (const auto& c : cases) {
+    const std::string path = Put("a.tdf", "TDF2" + good + c.bytes);
+    TdfFault fault;
+    const auto sections = ListSections(path, fault);
+    EXPECT_EQ(fault.kind, c.fault) << c.what << ": " << fault.reason;
+    EXPECT_EQ(fault.offset, 24u) << c.what;
+    EXPECT_EQ(sections.size(), c.fault == eTdfFault::PayloadCut ? 2u : 1u) << c.what;
+    EXPECT_EQ(Failure([&] { Load(path, "S", 1); }), "S section cannot be located in the file.")
+        << c.what;
+    EXPECT_EQ(Load(path, "good", 1), "data") << c.what;
+  }
+  const std::string longest(4095, 'n');
+  EXPECT_EQ(Load(Put("a.tdf", "TDF2" + Section(longest, 1, "x")), longest.c_str(), 1), "x");
+}
+
+TEST_F(TdfHandler, CutPayloadGivesTheBytesThatAreThere) {
+  const std::string path = Put("a.tdf", "TDF2" + Word(0x8000000) + Word(1) + Text("S") + "12345");
+  std::uint32_t length = 0;
+  TDFHandler::GetSectionDataLengthInBytes(path.c_str(), "S", 1, length);
+  EXPECT_EQ(length, 5u);
+  EXPECT_EQ(Load(path, "S", 1), "12345");
+}
+
+TEST_F(TdfHandler, WalkerListsSectionsAndTellsWhatIsNoTdf) {
+  const std::string name("a\0b", 3);
+  const std::string path = Put("a.tdf", "TDF2" + Section(name, 3, "xy") + Section("", 4, ""));
+  TdfFault fault;
+  const auto sections = ListSections(path, fault);
+  EXPECT_FALSE(fault) << fault.reason;
+  ASSERT_EQ(sections.size(), 2u);
+  EXPECT_EQ(sections[0].name, name);
+  EXPECT_EQ(sections[0].version, 3u);
+  EXPECT_EQ(sections[0].offset, 4u);
+  EXPECT_EQ(sections[0].length, 17u);
+  EXPECT_EQ(sections[0].payloadOffset, 19u);
+  EXPECT_EQ(sections[0].payloadLength, 2u);
+  EXPECT_EQ(sections[1].offset, 21u);
+  EXPECT_EQ(sections[1].payloadLength, 0u);
+
+  EXPECT_TRUE(ListSections(At("missing.tdf"), fault).empty());
+  EXPECT_EQ(fault.kind, eTdfFault::CannotOpen);
+  EXPECT_TRUE(ListSections(m_folder, fault).empty());
+  EXPECT_EQ(fault.kind, eTdfFault::NoIdentifier);
+}
+
+// At whatever byte the disk is full: the error of the step that wrote there, and what was in the
+// file before is still read.
+TEST_F(TdfHandler, FullDiskIsReportedByTheStepThatMetIt) {
+  const std::string before = "TDF2" + Section("old", 1, "kept");  // 23 bytes
+  const std::string payload(10, 'p');
+  const std::size_t start = before.size();
+  for (std::size_t limit = start; limit <= start + 12 + 1 + 10; ++limit) {
+    const std::string path = Put("a.tdf", before);
+    std::string failure;
+    {
+      const FileSizeLimit full(limit);
+      failure = Failure([&] { Save(path, "S", 1, payload); });
+    }
+    const std::size_t room = limit - start;
+    const char* expected = room < 4    ? "Write error -  TDF section header size."
+                           : room < 13 ? "Write error -  TDF section name and version."
+                           : room < 23 ? "Write I/O error - unable to write section data."
+                                       : "";
+    EXPECT_EQ(failure, expected) << limit;
+    EXPECT_EQ(Load(path, "old", 1), "kept") << limit;
+  }
+  std::filesystem::create_symlink("/dev/full", At("x.tdf"));
+  EXPECT_EQ(Failure([&] { TDFHandler::CreateTDFFile(At("x.tdf").c_str()); }),
+            "Write error -  TDF file identifier.");
+  EXPECT_EQ(Failure([&] { Save(At("x.tdf"), "S", 1, payload); }),
+            "Write error -  TDF section header size.");
+}
+
+}  // namespace
