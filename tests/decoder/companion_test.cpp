@@ -14,26 +14,12 @@ std::string Calls() {
 }
 
 /// Notes its questions among the companion's calls.
-class NotingManager final : public Kz::Dvt::Trace::CDeviceConfigManager {
+class NotingManager final : public FakeConfigManager {
  public:
-  void RegisterEventHandler(Kz::Dvt::Trace::CDeviceConfigEvents* /*handler*/) override {}
-  bool GetInfo(int& /*first*/, int& /*second*/, std::string& /*text*/) override { return false; }
-  bool LoadConfigurationLive() override { return false; }
-  bool LoadConfiguration(const std::string& /*path*/,
-                         Kz::Dvt::Trace::eTraceDataFileType /*type*/) override {
-    return false;
-  }
-  bool SaveConfiguration(const std::string& /*path*/,
-                         Kz::Dvt::Trace::eTraceDataFileType /*type*/) override {
-    return false;
-  }
-  bool GetProperty(const std::string& name,
-                   Kz::Dvt::Trace::ConfigPropertyValue& /*value*/) override {
+  bool GetProperty(const std::string& name, Kz::Dvt::Trace::ConfigPropertyValue& value) override {
     setenv("COMPANION_CALLS", (Calls() + name + ";").c_str(), 1);
-    return false;
+    return FakeConfigManager::GetProperty(name, value);
   }
-  bool GetObjectFile(const std::string& /*name*/, std::string& /*path*/) override { return false; }
-  [[nodiscard]] std::string GetLastError() const override { return {}; }
 };
 
 class CompanionTest : public testing::Test {
