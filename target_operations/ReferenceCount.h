@@ -38,7 +38,9 @@ enum _ClassID : unsigned int {
 /// Root of all interfaces. The order of the operations is the order of the slots in the virtual
 /// table, which hosts rely on: AddRef 0, Release 1, QueryInterface 2. The destructor stands fourth
 /// and takes two slots (3: destroys, 4: destroys and frees the storage), so an interface derived
-/// from this one begins at slot 5.
+/// from this one begins at slot 5. As bases are virtual, these three operations are called on the
+/// IReferenceCount of an object, not through the table of another of its interfaces, where their
+/// slots are null; compilers do so by themselves (docs/property-tree.md has the offsets).
 class QBT2_API IReferenceCount {
  public:
   /// Adds a reference; the new count.

@@ -1,0 +1,215 @@
+// Who is alive when: attaching, cloning and releasing in every order, in trees of library nodes and
+// of a host's, with and without memory. Every test ends with the allocations it began with.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <array>
+#include <string>
+#include <vector>
+
+#include "tests/target_operations/property_fixtures.h"
+
+namespace property_tests {
+namespace {
+
+class PropertyLifetime : public testing::Test {
+ protected:
+  void TearDown() override { EXPECT_EQ(LiveBlocks(), m_before); }
+
+ private:
+  std::size_t m_before = LiveBlocks();
+};
+
+TEST_F(PropertyLifetime, AHeldChildOutlivesItsParentAsARoot) {
+  auto parent = Node("parent");
+  const auto child = Attach(*parent, Node("child"));
+  Attach(*child, Node("grandchild"));
+  EXPECT_EQ(CountOf(*child), 2U);
+  parent = nullptr;
+  EXPECT_EQ(CountOf(*child), 1U);
+  EXPECT_EQ(child->GetParentProperty(), nullptr);
+  EXPECT_EQ(child->GetNumSubProperties(), 1U);
+  // And moves in elsewhere.
+  const auto other = Node("other");
+  Attach(*other, child);
+  EXPECT_EQ(Adopt(child->GetParentProperty()).Get(), other.Get());
+}
+
+TEST_F(PropertyLifetime, RemovedChildrenKeepTheirParentPointer) {
+  const auto parent = Node("parent");
+  const auto child = Attach(*parent, Node("child"));
+  parent->RemoveAllSubProperties();
+  EXPECT_EQ(CountOf(*child), 1U);
+  EXPECT_EQ(Adopt(child->GetParentProperty()).Get(), parent.Get());
+  child->SetParent(nullptr);
+}
+
+TEST_F(PropertyLifetime, AnyOrderOfRelease) {
+  std::array<int, 4> order{0, 1, 2, 3};
+  do {
+    std::array<ReferenceHandle<IProperty>, 4> held;
+    const auto root = Node("root");
+    auto inner = Attach(*root, Boolean("inner", true));
+    auto leaf = Attach(*inner, Node("leaf"));
+    held = {Adopt<IProperty>(Node("root").Detach()), Adopt<IProperty>(inner.Detach()),
+            Adopt<IProperty>(leaf.Detach()), Adopt<IProperty>(root->Clone())};
+    Property::AddChild(held[0].Get(), Share(held[1].Get()).Detach());
+    for (const int index : order) held[static_cast<std::size_t>(index)] = nullptr;
+  } while (std::next_permutation(order.begin(), order.end()));
+}
+
+/// Writes its name when it dies, and copies itself when it is cloned.
+struct Witness : Property {
+  Witness(const char* name, std::string& log) : Property(Named(name)), m_log(log) {}
+  Witness(const Witness& other)
+      : IReferenceCount(),
+        IProperty(),
+        IAttachableProperty(),
+        Property(other),
+        m_log(other.m_log) {}
+  ~Witness() override { m_log += std::string(Property::GetName()) + ' '; }
+  IProperty* Clone() override {
+    m_log += "clone-" + std::string(GetName()) + ' ';
+    return new Witness(*this);
+  }
+  void DisableAllLevel(bool disabled) override {
+    m_log += "disable-" + std::string(GetName()) + ' ';
+    Property::DisableAllLevel(disabled);
+  }
+  std::string& m_log;
+};
+
+TEST_F(PropertyLifetime, NodesDieParentFirstAndInOrder) {
+  std::string log;
+  {
+    auto root = Node("root");
+    const auto first =
+        Attach(*root, ReferenceHandle<Property>(Adopt<Property>(new Witness("1", log))));
+    Attach(*first, Adopt<Property>(new Witness("1.1", log)));
+    const auto plain = Attach(*root, Node("plain"));
+    Attach(*plain, Adopt<Property>(new Witness("2.1", log)));
+    Attach(*plain, Adopt<Property>(new Witness("2.2", log)));
+    root->AddChild(nullptr);
+    Attach(*root, Adopt<Property>(new Witness("3", log)));
+    static_cast<void>(Adopt(root->Clone()));
+  }
+  // The copy dies at once, the tree with the end of the block, each in this order.
+  EXPECT_EQ(log,
+            "clone-1 clone-1.1 clone-2.1 clone-2.2 clone-3 "
+            "1 1.1 2.1 2.2 3 1 1.1 2.1 2.2 3 ");
+}
+
+TEST_F(PropertyLifetime, AHostsOperationsAreCalled) {
+  std::string log;
+  const auto root = Node("root");
+  const auto plain = Attach(*root, Node("plain"));
+  const auto witness = Attach(*plain, Adopt<Property>(new Witness("w", log)));
+  const auto below = Attach(*witness, Node("below"));
+  root->DisableAllLevel(true);
+  EXPECT_EQ(log, "disable-w ");
+  EXPECT_TRUE(below->IsDisabled());
+  log.clear();
+  log.shrink_to_fit();
+}
+
+/// Lets go of a tree of its own in its destructor, and looks whether it is gone then.
+struct Owner : Property {
+  Owner(Property* tree, std::string& log) : Property(Named("owner")), m_tree(tree), m_log(log) {}
+  ~Owner() override {
+    m_tree->Release();
+    m_log += "released ";
+  }
+  Property* m_tree;
+  std::string& m_log;
+};
+
+TEST_F(PropertyLifetime, ATreeReleasedByADestructorIsGoneAtOnce) {
+  std::string log;
+  {
+    auto tree = Node("tree");
+    Attach(*Attach(*tree, Node("inner")), Adopt<Property>(new Witness("leaf", log)));
+    const auto root = Node("root");
+    const auto owner = Adopt<Property>(new Owner(tree.Detach(), log));
+    Attach(*Attach(*root, Node("inner")), owner);
+    Attach(*owner, Adopt<Property>(new Witness("child", log)));
+  }
+  EXPECT_EQ(log, "leaf released child ");
+}
+
+/// Counts the calls that reach a host's boolean.
+struct HostSwitch : BooleanProperty {
+  HostSwitch(const char* name, bool value, std::string& log)
+      : BooleanProperty(Named(name), value), m_log(log) {}
+  void SetValue(bool value) override {
+    m_log += std::string(GetName()) + (value ? "=1 " : "=0 ");
+    BooleanProperty::SetValue(value);
+  }
+  void UpdateSelf() override {
+    m_log += std::string(GetName()) + "? ";
+    BooleanProperty::UpdateSelf();
+  }
+  std::string& m_log;
+};
+
+TEST_F(PropertyLifetime, AHostsSwitchesSeeEveryCall) {
+  std::string log;
+  log.reserve(200);
+  {
+    // host group > (a > (a1, a2), b), all on
+    const auto group = Adopt<BooleanProperty>(new HostSwitch("group", true, log));
+    const auto a = Attach(*group, Boolean("a", true));
+    Attach(*a, Adopt<BooleanProperty>(new HostSwitch("a1", true, log)));
+    Attach(*a, Boolean("a2", true));
+    Attach(*group, Boolean("b", true));
+    group->SetValue(false);
+    // a2 switches a off for good, which asks the group; so do a itself and b.
+    EXPECT_EQ(log, "group=0 a1=0 group? group? group? ");
+    EXPECT_FALSE(a->GetValue());
+    log.clear();
+    group->SetValue(true);
+    EXPECT_EQ(log, "group=1 a1=1 ");
+  }
+}
+
+/// A tree of each kind, four levels deep.
+ReferenceHandle<Property> MixedTree() {
+  auto root = Node("root");
+  Property* node = root.Get();
+  for (int level = 0; level < 3; ++level) {
+    node->AddKeyName(PropertyKey("a key name beyond the short strings", 1));
+    node->AddChild(StringProperty::Construct(Named("s"), "v", {"v", "w"},
+                                             {ValueAttribute("", 1, 1, false, "")}));
+    node->AddChild(IntegerProperty::Construct(Named("i"), 1, true));
+    node->AddChild(LocationProperty2::Construct(Named("l"), 1));
+    node->AddChild(new HostProperty);
+    node = Attach(*node, Boolean("b", true)).Get();
+  }
+  return root;
+}
+
+TEST_F(PropertyLifetime, ACloneThatRunsOutOfMemoryLeavesNothing) {
+  const auto source = MixedTree();
+  const std::size_t before = LiveBlocks();
+  std::size_t successes = 0;
+  for (bool failed = true; failed; ++successes) {
+    ReferenceHandle<IProperty> copy;
+    try {
+      const FailingAllocations failing(successes);
+      copy = Adopt(source->Clone());
+      failed = false;
+    } catch (const std::bad_alloc&) {
+      EXPECT_EQ(LiveBlocks(), before) << "after " << successes << " allocations";
+    }
+  }
+  EXPECT_GT(successes, 40U);
+  EXPECT_EQ(LiveBlocks(), before);
+}
+
+TEST_F(PropertyLifetime, DestructionNeedsNoMemory) {
+  auto root = MixedTree();
+  const FailingAllocations failing(0);
+  root = nullptr;
+}
+
+}  // namespace
+}  // namespace property_tests
