@@ -1,5 +1,6 @@
 #pragma once
 
+#include <bitset>
 #include <cstdint>
 #include <map>
 #include <string_view>
@@ -28,6 +29,8 @@ struct AssemblyCounts {
   std::uint64_t ignored_packets = 0;      ///< D4, D8 and D16
   std::uint64_t source_errors = 0;        ///< MERR and GERR packets
   std::map<std::uint64_t, std::uint64_t> messages_of_words;  ///< complete messages by length
+
+  std::bitset<65536> masters;  ///< those with a complete message
 
   /// Messages of a length that the decoder knows: 2, 4 or 6 words.
   std::uint64_t messages_of_known_length() const;

@@ -160,6 +160,7 @@ void MessageAssembler::end(Source& source, const Time& time) {
     ++messages_of_words_[source.words];
     if (wanted_masters_.test(master_of(source.key))) emit(source, time);
   }
+  if (!source.stray) counts_.masters.set(master_of(source.key));
   close(source);
 }
 

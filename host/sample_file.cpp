@@ -108,6 +108,7 @@ void SampleFileReader::count_sample(std::span<const std::uint8_t> sample) {
   const std::uint64_t words = payload_bytes(sample) / kSampleWordBytes;
   counts_.assembly.words += words;
   ++counts_.assembly.messages;
+  counts_.assembly.masters.set(sample[kProbeOffset]);
   ++counts_.assembly.messages_of_words[words];
 }
 

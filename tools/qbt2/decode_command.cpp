@@ -1,6 +1,8 @@
 #include "tools/qbt2/decode_command.h"
 
+#include <bitset>
 #include <chrono>
+#include <map>
 #include <memory>
 #include <string>
 #include <vector>
@@ -8,6 +10,7 @@
 #include "host/decode_pool.h"
 #include "host/decode_statistics.h"
 #include "host/decoder_library.h"
+#include "host/decoder_setup.h"
 #include "host/error.h"
 #include "host/input_file.h"
 #include "host/output_file.h"
@@ -32,6 +35,7 @@ class DecodeRun {
   int run();
 
  private:
+  void load_settings();
   void open_captures();
   CaptureFormat format_of(InputFile& file) const;
   CaptureOptions options_for(const InputFile& file);
@@ -42,6 +46,7 @@ class DecodeRun {
   void take_rows(DecodeJob& job);
   void write(std::string_view text);
   void check_capture(const Capture& capture);
+  void compare_masters();
   bool done() const { return pipe_closed_ || statistics_.decode.rows() >= options_.limit; }
   std::uint64_t rows_left() const { return options_.limit - statistics_.decode.rows(); }
   int exit_status() const;
@@ -52,6 +57,7 @@ class DecodeRun {
   std::unique_ptr<ProgressBar> progress_;
   std::unique_ptr<Reporter> reporter_;
   std::unique_ptr<DecoderLibrary> library_;
+  std::unique_ptr<DecoderSetup> setup_;  // outlives the units in the pool
   ColumnCatalogue catalogue_;
   std::unique_ptr<RowFormatter> formatter_;  // for what stands before and behind the rows
   std::unique_ptr<DecodePool> pool_;
@@ -59,22 +65,29 @@ class DecodeRun {
   DecodeStatistics statistics_;
   std::uint64_t bytes_before_ = 0;  // of the captures already done, for the progress bar
   bool pipe_closed_ = false;
+  bool has_samples_ = false;
   bool nothing_found_ = false;
 };
 
 int DecodeRun::run() {
   const auto start = std::chrono::steady_clock::now();
+  load_settings();
   open_captures();
   make_pool();
   if (arguments_.format != "none") output_ = std::make_unique<OutputFile>(arguments_.output);
   decode_captures();
-  progress_->clear();
+  if (!done()) compare_masters();
   reporter_->summarise();
   if (output_ && !pipe_closed_) output_->commit();
   statistics_.seconds =
       std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
   if (arguments_.stats) std::fputs(statistics_.to_text().c_str(), stderr);
   return exit_status();
+}
+
+void DecodeRun::load_settings() {
+  setup_ = std::make_unique<DecoderSetup>(arguments_.config, arguments_.device);
+  if (!options_.capture.source_id) options_.capture.source_id = setup_->atb_id();
 }
 
 void DecodeRun::open_captures() {
@@ -89,8 +102,9 @@ void DecodeRun::open_captures() {
       std::make_unique<ProgressBar>(options_.show_progress, all_sizes_known ? total_bytes : 0);
   reporter_ = std::make_unique<Reporter>(*progress_);
   for (Capture& capture : captures_) {
-    capture.reader =
-        make_capture_reader(*capture.file, format_of(*capture.file), options_for(*capture.file));
+    const CaptureFormat format = format_of(*capture.file);
+    has_samples_ |= format == CaptureFormat::kSamples;
+    capture.reader = make_capture_reader(*capture.file, format, options_for(*capture.file));
   }
 }
 
@@ -131,7 +145,7 @@ void DecodeRun::make_pool() {
   for (unsigned i = 0; i < options_.threads; ++i) {
     units.push_back(library_->create_unit());
     catalogue_ = read_catalogue(*units.back());
-    units.back()->DataReset();
+    setup_->apply(*units.back());
   }
   std::vector<std::unique_ptr<DecodeWorker>> workers;
   for (DecoderLibrary::Unit& unit : units) {
@@ -202,6 +216,34 @@ void DecodeRun::check_capture(const Capture& capture) {
     reporter_->notice(file, "the source lost trace " +
                                 std::to_string(counts.assembly.source_errors) +
                                 " times (MERR and GERR packets)");
+  }
+}
+
+/// What in the settings does not fit the captures, or cannot be used at all.
+void DecodeRun::compare_masters() {
+  if (!setup_->has_settings()) return;
+  const std::string& file = arguments_.config.empty() ? arguments_.device : arguments_.config;
+  for (const std::string& warning : setup_->warnings()) reporter_->notice(file, warning);
+  // Samples know only the low 8 bits of a master's id; the decoder looks at no more of any.
+  const std::bitset<65536>& seen = statistics_.capture.assembly.masters;
+  const std::uint32_t known_bits = has_samples_ ? 0xFF : 0xFFFF'FFFF;
+  std::map<std::uint32_t, std::uint32_t> configured;
+  std::map<std::uint32_t, std::uint32_t> by_probe;
+  for (const std::uint32_t id : setup_->master_ids()) {
+    configured.emplace(id & known_bits, id);
+    by_probe.emplace(id & 0xFF, id);
+    if ((id & known_bits) >= seen.size() || !seen.test(id & known_bits)) {
+      reporter_->notice(file, "master " + std::to_string(id) + " has settings but no traffic");
+    }
+  }
+  for (std::uint32_t id = 0; id < seen.size(); ++id) {
+    if (!seen.test(id) || configured.contains(id)) continue;
+    std::string text = "master " + std::to_string(id) + " has traffic but no settings";
+    if (const auto same = by_probe.find(id & 0xFF); same != by_probe.end()) {
+      text += "; its rows go by master " + std::to_string(same->second) +
+              ", which has the same low 8 bits";
+    }
+    reporter_->notice(file, text);
   }
 }
 

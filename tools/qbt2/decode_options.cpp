@@ -81,6 +81,9 @@ void DecodeArguments::add_to(CLI::App& app) {
                  "How a message ends: auto, flag, marker-first, marker-last or timestamp-last")
       ->check(CLI::IsMember({"auto", "flag", "marker-first", "marker-last", "timestamp-last"}))
       ->capture_default_str();
+  app.add_option("--config", config,
+                 "Settings that name the masters: a .tdf, or lines of KEY=VALUE");
+  app.add_option("--device", device, "Device description (JSON) that answers for the device model");
   app.add_option("--master", masters,
                  "Rows of this master only, by its full id; repeat for more (default: all)")
       ->allow_extra_args(false);

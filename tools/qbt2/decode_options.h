@@ -17,6 +17,8 @@ struct DecodeArguments {
   std::string input = "auto";
   std::string atb_id;
   std::string framing = "auto";
+  std::string config;
+  std::string device;
   std::vector<std::string> masters;
   std::string clock_hz;
   std::string format = "table";
