@@ -1,5 +1,8 @@
 // Device descriptions: the example file means what it says, and every kind of bad file is refused
 // with the file, the place and the reason.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
 #include <filesystem>
 #include <fstream>
 #include <string>

@@ -1,4 +1,7 @@
 // The device session as a configuration manager and a decoder see it.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
 #include <cstdint>
 #include <cstdlib>
 #include <filesystem>

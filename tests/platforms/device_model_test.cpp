@@ -1,5 +1,8 @@
 // The device model as a host builds and asks it: names, property lists, module maps, trace ids,
 // system trace kinds, and what a refused addition leaves behind.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
 #include <cstdint>
 #include <limits>
 #include <memory>
@@ -24,6 +27,7 @@ std::unique_ptr<Component_t> Component(const std::string& local, const std::stri
 
 std::vector<std::string> Names(const std::vector<const Component_t*>& components) {
   std::vector<std::string> names;
+  names.reserve(components.size());
   for (const Component_t* component : components) names.push_back(component->GetName());
   return names;
 }

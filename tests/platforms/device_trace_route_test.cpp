@@ -1,4 +1,7 @@
 // Trace routes: which receiver trace of a component ends in, and by which way, on drawn topologies.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
@@ -40,6 +43,7 @@ std::unique_ptr<DeviceBase_t> Device(const std::string& components, const std::s
 
 std::vector<std::string> Texts(const std::vector<TraceRoute_t>& routes) {
   std::vector<std::string> texts;
+  texts.reserve(routes.size());
   for (const TraceRoute_t& route : routes) texts.push_back(route.GetText());
   return texts;
 }
