@@ -20,7 +20,6 @@
 namespace EktTrace::ConfigFile {
 
 using namespace Kz::Dvt::Trace::TdfFormat;
-using Kz::Dvt::Trace::ReadWord;
 using Kz::Dvt::Trace::StdioFile;
 using Kz::Dvt::Trace::TDFHandler;
 
