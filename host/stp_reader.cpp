@@ -240,6 +240,7 @@ void StpReader::apply_effect(const StpOpcode& opcode, std::uint64_t value,
       break;
     case StpKind::kGerr:
       context_.master = 0;
+      context_.channel = 0;
       ++counters_.gerr_packets;
       break;
     case StpKind::kC8:

@@ -159,7 +159,7 @@ class ReferenceStpReader {
       channel_ = 0;
     }
     if (kind == StpKind::kMerr) channel_ = 0;
-    if (kind == StpKind::kGerr) master_ = 0;
+    if (kind == StpKind::kGerr) master_ = channel_ = 0;
     if (kind == StpKind::kC8) channel_ = static_cast<std::uint16_t>(channel_ / 256 * 256 + value);
     if (kind == StpKind::kC16) channel_ = static_cast<std::uint16_t>(value);
     emit(start, kind, value, width, marked, timed);

@@ -142,16 +142,16 @@ TEST(StpReader, KeepsMasterAndChannel) {
   const Case cases[] = {
       {"", 0, 0},
       {"F1 1234 F3 5678", 0x1234, 0x5678},
-      {"F1 1234 F3 5678 3 9A", 0x1234, 0x569A},              // C8: the low 8 bits
-      {"F3 5678 1 42", 0x42, 0},                             // M8 sets all of the master
-      {"F1 1234 1 42", 0x42, 0},                             //
-      {"1 42 F3 5678 2 00", 0x42, 0},                        // MERR
-      {"1 42 F3 5678 F2 00", 0, 0x5678},                     // GERR
-      {"1 42 3 07" + kAsync, 0x42, 7},                       // ASYNC alone
-      {"1 42 3 07" + kAsync + "F00 3", 0, 0},                //
-      {"1 42 3 07" + kAsync + "00 F00 3", 0, 0},             // NULL says nothing
-      {"1 42 3 07" + kAsync + "FE F00 3", 0x42, 7},          // not the one behind an ASYNC
-      {"1 42 3 07 F00 4", 0x42, 7},                          //
+      {"F1 1234 F3 5678 3 9A", 0x1234, 0x569A},      // C8: the low 8 bits
+      {"F3 5678 1 42", 0x42, 0},                     // M8 sets all of the master
+      {"F1 1234 1 42", 0x42, 0},                     //
+      {"1 42 F3 5678 2 00", 0x42, 0},                // MERR
+      {"1 42 F3 5678 F2 00", 0, 0},                  // GERR: no master is known, so no channel is
+      {"1 42 3 07" + kAsync, 0x42, 7},               // ASYNC alone
+      {"1 42 3 07" + kAsync + "F00 3", 0, 0},        //
+      {"1 42 3 07" + kAsync + "00 F00 3", 0, 0},     // NULL says nothing
+      {"1 42 3 07" + kAsync + "FE F00 3", 0x42, 7},  // not the one behind an ASYNC
+      {"1 42 3 07 F00 4", 0x42, 7},                  //
       {"1 42 3 07" + kAsync + "F00 3 3 09 F00 4 FE", 0, 9},  //
       {"1 42 3 07" + kAsync + "F01 0 F00 3", 0x42, 7},       // NULL_TS is a packet of its own
   };
