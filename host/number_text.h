@@ -37,7 +37,7 @@ static_assert(sizeof(ByteDigits) == 4);
 /// "00" to "99".
 inline constexpr auto kDigitPairs = [] {
   std::array<char, 200> table{};
-  for (unsigned value = 0; value < 100; ++value) {
+  for (std::size_t value = 0; value < 100; ++value) {
     table[2 * value] = static_cast<char>('0' + value / 10);
     table[2 * value + 1] = static_cast<char>('0' + value % 10);
   }

@@ -31,7 +31,7 @@ constexpr std::array<BuiltinLayout, kBuiltinFieldCount> kBuiltinLayouts{{
     {14, 14, false},  // timestamp
     {20, 20, false},  // time_ns
     {5, 5, false},    // probe
-    {16, 12, true},   // master
+    {24, 12, true},   // master
     {5, 5, true},     // type: "Value"
     {11, 11, true},   // kind: "transaction"
     {49, 16, true},   // description

@@ -86,17 +86,20 @@ TEST_F(RowFormatterTest, ChosenFieldsComeInTheirOrder) {
 
 TEST_F(RowFormatterTest, TableWithoutLimitShowsEverything) {
   add_three_rows();
-  EXPECT_EQ(formatted("table", rows),
-            "      offset       timestamp               time_ns  master            kind         "
-            "       address  values\n"
-            "------------  --------------  --------------------  ----------------  -----------  "
-            "--------------  ------\n"
-            "          24                                        DDR               throughput   "
-            "                Bytes=100\n"
-            "1234567890123  18446744073709551615  18446744073709551614  GPU               latency  "
-            "                    Tracked=11259154 MaxWait=9\n"
-            "           0                                        a \"b\", c          transaction  "
-            "0xabcdef012345  RouteID=4095 Mode_=3 Wide=18446744073709551615\n");
+  EXPECT_EQ(
+      formatted("table", rows),
+      "      offset       timestamp               time_ns  master                    kind         "
+      "       address  values\n"
+      "------------  --------------  --------------------  ------------------------  -----------  "
+      "--------------  ------\n"
+      "          24                                        DDR                       throughput   "
+      "                Bytes=100\n"
+      "1234567890123  18446744073709551615  18446744073709551614  GPU                       "
+      "latency  "
+      "                    Tracked=11259154 MaxWait=9\n"
+      "           0                                        a \"b\", c                  transaction "
+      " "
+      "0xabcdef012345  RouteID=4095 Mode_=3 Wide=18446744073709551615\n");
 }
 
 TEST_F(RowFormatterTest, TableFitsTheTerminal) {
@@ -133,9 +136,9 @@ TEST_F(RowFormatterTest, TableShowsNothingThatATerminalActsUpon) {
   add(throughput(1, "\x1B[2J\a\t\x7F\xC2\x9B\xE2\x80\xAE\xFF.", 1));
   const auto fields = parse_field_list(catalogue, "master");
   const std::string mark(kReplacementCharacter);
-  EXPECT_EQ(formatted("table", rows, {fields, 0}), "master\n----------------\n" + mark + "[2J" +
-                                                       mark + mark + mark + mark + mark + mark +
-                                                       ".\n");
+  EXPECT_EQ(formatted("table", rows, {fields, 0}), "master\n------------------------\n" + mark +
+                                                       "[2J" + mark + mark + mark + mark + mark +
+                                                       mark + ".\n");
 }
 
 /// Records of cells, by RFC 4180 alone.
