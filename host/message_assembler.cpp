@@ -30,7 +30,12 @@ void store_le32(std::uint8_t* at, std::uint32_t value) {
 }  // namespace
 
 MessageAssembler::MessageAssembler(const AssemblerOptions& options)
-    : options_(options), clock_hz_(options.clock_hz), masters_(65536) {
+    : options_(options),
+      clock_hz_(options.clock_hz),
+      mark_delimits_(options.framing == Framing::kMarkerLast ||
+                     options.framing == Framing::kMarkerFirst),
+      timestamp_delimits_(options.framing == Framing::kTimestampLast),
+      masters_(65536) {
   if (options.masters.empty()) wanted_masters_.set();
   for (const std::uint16_t master : options.masters) wanted_masters_.set(master);
   recent_.fill(kNone);
@@ -62,6 +67,7 @@ MessageAssembler::Source* MessageAssembler::find_source(std::uint32_t key) {
 
 MessageAssembler::Source& MessageAssembler::make_source(std::uint32_t key) {
   std::uint32_t index = 0;
+  current_ = nullptr;  // the sources may move, and an old one may go
   if (sources_.size() < kMostSources) {
     index = static_cast<std::uint32_t>(sources_.size());
     sources_.emplace_back();
@@ -114,6 +120,7 @@ void MessageAssembler::on_flag(const StpPacket& packet) {
 
 void MessageAssembler::append_packet(Source& source, const StpPacket& packet) {
   if (!is_open(source)) begin(source, packet);
+  current_ = &source;
   append_word(source, static_cast<std::uint32_t>(packet.value));
   ++counts_.words;
   if (packet.kind != StpKind::kD64) return;
@@ -132,20 +139,11 @@ void MessageAssembler::begin(Source& source, const StpPacket& packet) {
   source.offset = options_.offsets != nullptr ? options_.offsets->input_offset(offset) : offset;
 }
 
-void MessageAssembler::append_word(Source& source, std::uint32_t word) {
-  if (source.words < kLongestMessageWords) {
-    std::uint8_t* const at =
-        source.sample.data() + kSampleHeaderBytes + kSampleWordBytes * source.words;
-    at[0] = sizeof word;
-    store_le32(at + 1, word);
-  }
-  ++source.words;
-}
-
 void MessageAssembler::close(Source& source) {
   --master_at(master_of(source.key)).open;
   --open_messages_;
   source.words = 0;
+  current_ = nullptr;
 }
 
 void MessageAssembler::end(Source& source, const Time& time) {
@@ -187,6 +185,7 @@ void MessageAssembler::on_source_error(const StpPacket& packet) {
     drop_all();
     return;
   }
+  current_ = nullptr;
   Master& master = master_at(packet.master);
   counts_.messages_incomplete += master.open;
   open_messages_ -= master.open;
@@ -197,6 +196,7 @@ void MessageAssembler::on_source_error(const StpPacket& packet) {
 void MessageAssembler::drop_all() {
   counts_.messages_incomplete += open_messages_;
   open_messages_ = 0;
+  current_ = nullptr;
   ++all_epoch_;
 }
 

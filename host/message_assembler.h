@@ -3,6 +3,7 @@
 #include <array>
 #include <bitset>
 #include <cstdint>
+#include <cstring>
 #include <unordered_map>
 #include <vector>
 
@@ -51,6 +52,13 @@ class MessageAssembler {
     newest_.known |= packet.has_timestamp;
     switch (packet.kind) {
       case StpKind::kD32:
+        if (continues_current(packet)) [[likely]] {
+          append_word(*current_, static_cast<std::uint32_t>(packet.value));
+          ++counts_.words;
+        } else {
+          on_words(packet, before);
+        }
+        break;
       case StpKind::kD64:
         on_words(packet, before);
         break;
@@ -91,6 +99,8 @@ class MessageAssembler {
 
  private:
   static constexpr std::uint32_t kNone = ~std::uint32_t{0};
+  /// A word and its length byte are stored as eight bytes, of which five count.
+  static constexpr std::size_t kStoreSlack = sizeof(std::uint64_t) - kSampleWordBytes;
 
   struct Time {
     std::uint64_t ticks = 0;
@@ -106,7 +116,9 @@ class MessageAssembler {
     std::uint32_t key = 0;
     std::uint32_t epoch = 0;
     bool stray = false;  // marker-first: words before the first marked packet
-    std::array<std::uint8_t, kSampleHeaderBytes + kSampleWordBytes * kLongestMessageWords> sample{};
+    std::array<std::uint8_t,
+               kSampleHeaderBytes + kSampleWordBytes * kLongestMessageWords + kStoreSlack>
+        sample{};
   };
 
   /// Dropping the words of a master, or of all, only raises an epoch, so that a stream full of MERR
@@ -124,6 +136,22 @@ class MessageAssembler {
     return static_cast<std::uint16_t>(key >> 16);
   }
 
+  /// Whether the packet only adds a word to the message that the last one was part of: nearly all
+  /// packets do.
+  bool continues_current(const StpPacket& packet) const {
+    return current_ != nullptr && key_of(packet) == current_->key &&
+           current_->words < kLongestMessageWords && !(packet.marked && mark_delimits_) &&
+           !(packet.has_timestamp && timestamp_delimits_);
+  }
+  static void append_word(Source& source, std::uint32_t word) {
+    if (source.words < kLongestMessageWords) {
+      const std::uint64_t pair = std::uint64_t{word} << 8 | sizeof word;
+      std::memcpy(source.sample.data() + kSampleHeaderBytes + kSampleWordBytes * source.words,
+                  &pair, sizeof pair);
+    }
+    ++source.words;
+  }
+
   void on_words(const StpPacket& packet, const Time& before);
   void on_flag(const StpPacket& packet);
   void on_source_error(const StpPacket& packet);
@@ -133,7 +161,6 @@ class MessageAssembler {
   bool is_open(const Source& source);
   void append_packet(Source& source, const StpPacket& packet);
   void begin(Source& source, const StpPacket& packet);
-  static void append_word(Source& source, std::uint32_t word);
   void end(Source& source, const Time& time);
   void close(Source& source);
   void emit(Source& source, const Time& time);
@@ -149,6 +176,9 @@ class MessageAssembler {
   std::uint64_t stray_messages_ = 0;
   std::uint64_t clock_hz_ = 0;
   Time newest_;
+  bool mark_delimits_;
+  bool timestamp_delimits_;
+  Source* current_ = nullptr;  // with an open message; null when there may be none
   std::vector<Source> sources_;
   std::size_t next_victim_ = 0;
   std::unordered_map<std::uint32_t, std::uint32_t> source_of_key_;
