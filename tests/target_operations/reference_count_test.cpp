@@ -1,5 +1,6 @@
 #include "target_operations/ReferenceCount.h"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <unistd.h>
 
@@ -8,7 +9,6 @@
 #include <fstream>
 #include <iterator>
 #include <memory>
-#include <regex>
 #include <set>
 #include <string>
 
@@ -144,10 +144,9 @@ std::string LogOfDestroying(const char* level, std::initializer_list<int> counts
 TEST(ReferenceCountLog, TellsOfReferencesLeft) {
   const std::string text = LogOfDestroying("1", {1, 3});
   const std::string record =
-      R"(\d\d:\d\d:\d\d:\d{3} \| calling ~ReferenceCount\(\) when m_nRefCount is still )";
-  EXPECT_TRUE(
-      std::regex_search(text, std::regex("\n W    " + record + "1\n    E " + record + "3\n$")))
-      << text;
+      "[0-9]{2}:[0-9]{2}:[0-9]{2}:[0-9]{3} \\| "
+      "calling ~ReferenceCount\\(\\) when m_nRefCount is still ";
+  EXPECT_THAT(text, testing::ContainsRegex("\n W    " + record + "1\n    E " + record + "3\n$"));
 }
 
 TEST(ReferenceCountLog, SilentAtLevelZero) {
