@@ -15,6 +15,8 @@ namespace {
 
 /// What is collected before the sink is called.
 constexpr std::size_t kPieceBytes = std::size_t{64} << 10;
+/// Smaller for frames: how much a piece grows in them is known only afterwards.
+constexpr std::size_t kFramesPieceBytes = std::size_t{8} << 10;
 
 StpEncoding encoding_of(const GeneratorOptions& options) {
   StpEncoding encoding = options.encoding;
@@ -139,6 +141,7 @@ void CaptureGenerator::run_stp(const Sink& sink, const Witness& witness) {
   Output output(options_, sink);
   StpMessageEncoder encoder(encoding_of(options_));
   const bool framed = options_.format == CaptureFormat::kFrames;
+  const std::size_t piece_bytes = framed ? kFramesPieceBytes : kPieceBytes;
   SourceMixer mixer(options_.atb_id, options_.other_sources, ~options_.traffic.seed);
   const auto wrap = [&](std::vector<std::uint8_t> stp) {
     return framed ? mixer.mix(stp) : std::move(stp);
@@ -149,7 +152,7 @@ void CaptureGenerator::run_stp(const Sink& sink, const Witness& witness) {
     if (witness) {
       witness({message.kind, message.master, message.words, place.timestamp, place.offset});
     }
-    if (encoder.bytes_waiting() >= kPieceBytes) {
+    if (encoder.bytes_waiting() >= piece_bytes) {
       output.write(wrap(encoder.take()), summary_.messages);
     }
   }

@@ -75,9 +75,10 @@ MasterBehaviour::MasterBehaviour(const MasterProfile& profile, std::uint32_t cop
       base_(profile.base + copy * kCopyStride),
       gap_(to_ticks(profile.gap_ns, clock_hz)),
       period_(to_ticks(profile.period_ns, clock_hz)) {
-  // Masters do not start in step.
-  now_ = random_.below(period_ / 8);
+  // Masters do not start in step, but all soon, so that a short capture shows each of them.
+  now_ = random_.below(gap_ * 8);
   frame_begin_ = now_;
+  if (profile.pattern == AccessPattern::kTiles) frame_begin_ -= period_;  // first frame at once
 }
 
 BusBurst MasterBehaviour::next() {

@@ -377,7 +377,10 @@ TEST_F(CaptureGeneratorTest, TheSeedSettlesEveryByteAndTheSizeEndsTheCapture) {
     options.traffic.seed = 2;
     EXPECT_NE(bytes_of(options), first) << shown(options);
     options.damaged_places = 0;
-    EXPECT_NEAR(static_cast<double>(bytes_of(options).size()), 150'000, 16'000) << shown(options);
+    const std::size_t size = bytes_of(options).size();
+    EXPECT_GE(size, 150'000U) << shown(options);
+    // The last message, in frames also what the last piece grew by.
+    EXPECT_LE(size, format == CaptureFormat::kFrames ? 154'000U : 150'100U) << shown(options);
   }
 }
 
