@@ -8,6 +8,8 @@
 #include <span>
 #include <vector>
 
+#include "host/formatter_frames.h"
+#include "host/frame_writer.h"
 #include "host/stp_reader.h"
 #include "host/stp_writer.h"
 #include "tests/host/opencsd_stm.h"
@@ -112,11 +114,12 @@ void run_reader(benchmark::State& state, const std::vector<std::uint8_t>& bytes)
       benchmark::Counter(static_cast<double>(packets), benchmark::Counter::kIsRate);
 }
 
-void run_opencsd(benchmark::State& state, const std::vector<std::uint8_t>& bytes) {
+void run_opencsd(benchmark::State& state, const std::vector<std::uint8_t>& bytes,
+                 bool frames = false) {
   std::uint64_t packets = 0;
   for (auto _ : state) {
     test::OpencsdStm lister(
-        false, 0x10,
+        frames, 0x10,
         [](void* context, std::uint64_t, const ocsd_stm_pkt&) {
           ++*static_cast<std::uint64_t*>(context);
         },
@@ -128,6 +131,67 @@ void run_opencsd(benchmark::State& state, const std::vector<std::uint8_t>& bytes
   state.counters["packets"] =
       benchmark::Counter(static_cast<double>(packets), benchmark::Counter::kIsRate);
 }
+
+/// The flagged messages in frames, alone or with two other sources that take turns every 64 bytes.
+const std::vector<std::uint8_t>& framed(bool alone) {
+  static const auto make = [](bool is_alone) {
+    FrameWriter writer;
+    const std::vector<std::uint8_t> other(64, 0x55);
+    std::span<const std::uint8_t> left(traffic<flagged_message>());
+    for (std::uint8_t turn = 0; !left.empty(); ++turn) {
+      const std::size_t size = std::min<std::size_t>(left.size(), 64);
+      writer.write(0x10, left.first(size));
+      left = left.subspan(size);
+      if (!is_alone) writer.write(static_cast<std::uint8_t>(0x11 + turn % 2), other);
+    }
+    writer.finish();
+    return writer.take();
+  };
+  static const std::vector<std::uint8_t> one = make(true);
+  static const std::vector<std::uint8_t> three = make(false);
+  return alone ? one : three;
+}
+
+/// Frames alone (`reads` false), or with the STP stream read that they hold.
+void run_frames(benchmark::State& state, bool alone, bool reads) {
+  const std::vector<std::uint8_t>& bytes = framed(alone);
+  std::uint64_t stream_bytes = 0;
+  for (auto _ : state) {
+    FrameDemultiplexer frames(0x10);
+    StpReader reader;
+    CountingSink sink;
+    std::span<const std::uint8_t> left(bytes);
+    while (!left.empty()) {
+      const std::size_t size = std::min(left.size(), kChunkBytes);
+      frames.push(left.first(size), [&](std::span<const std::uint8_t> block, std::uint64_t first) {
+        stream_bytes += block.size();
+        sink.sum += frames.input_offset(first);
+        if (reads) reader.push(block, sink);
+      });
+      left = left.subspan(size);
+    }
+    benchmark::DoNotOptimize(sink.sum);
+  }
+  if (stream_bytes == 0) state.SkipWithError("the frames do not hold the source");
+  state.SetBytesProcessed(static_cast<std::int64_t>(state.iterations() * bytes.size()));
+}
+
+void BM_Frames(benchmark::State& state) {
+  run_frames(state, true, false);
+}
+void BM_FramesOfThreeSources(benchmark::State& state) {
+  run_frames(state, false, false);
+}
+void BM_FramesAndStpReader(benchmark::State& state) {
+  run_frames(state, true, true);
+}
+void BM_OpencsdFrames(benchmark::State& state) {
+  run_opencsd(state, framed(true), true);
+}
+BENCHMARK(BM_Frames)->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_FramesOfThreeSources)->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_FramesAndStpReader)->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_OpencsdFrames)->Unit(benchmark::kMillisecond);
 
 #define QBT2_STP_BENCH(traffic_name)                                                \
   void BM_StpReader_##traffic_name(benchmark::State& state) {                       \
