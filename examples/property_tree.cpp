@@ -33,6 +33,7 @@ std::vector<ReferenceHandle<IProperty>> ChildrenOf(IProperty& node) {
   std::vector<IProperty*> children;
   Property::GetSubProperties(&node, children);
   std::vector<ReferenceHandle<IProperty>> owned;
+  owned.reserve(children.size());
   for (IProperty* const child : children) owned.push_back(Adopt(child));
   return owned;
 }

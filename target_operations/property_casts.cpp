@@ -22,7 +22,7 @@ Class* CastToClass(IProperty* property) {
 }  // namespace
 }  // namespace TargetOperations
 
-using namespace TargetOperations;  // NOLINT(google-build-using-namespace): plain-name functions
+using namespace TargetOperations;
 
 extern "C" {
 

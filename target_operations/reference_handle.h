@@ -20,7 +20,7 @@ template <class T>
 class ReferenceHandle {
  public:
   constexpr ReferenceHandle() noexcept = default;
-  // NOLINTNEXTLINE(google-explicit-constructor): nullptr is an empty handle
+  // Implicit: nullptr is an empty handle.
   constexpr ReferenceHandle(std::nullptr_t) noexcept {}
 
   /// Takes over a reference that the caller owns. Null gives an empty handle.

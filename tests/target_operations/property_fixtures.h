@@ -7,7 +7,7 @@
 /// Shared by the tests of the property tree.
 namespace property_tests {
 
-using namespace TargetOperations;  // NOLINT(google-build-using-namespace)
+using namespace TargetOperations;
 using ReferenceCounting::Adopt;
 using ReferenceCounting::ReferenceHandle;
 using ReferenceCounting::Share;

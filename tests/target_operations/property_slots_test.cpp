@@ -14,7 +14,7 @@
 
 namespace {
 
-using namespace TargetOperations;  // NOLINT(google-build-using-namespace)
+using namespace TargetOperations;
 using ReferenceCounting::Adopt;
 using ReferenceCounting::Query;
 
