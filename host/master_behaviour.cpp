@@ -134,7 +134,7 @@ void MasterBehaviour::copy_jobs(BusBurst& burst) {
   burst.write = toggle_;
   std::uint64_t& cursor = toggle_ ? place_ : source_;
   burst.address = base_ + (toggle_ ? second_region() : 0U) + cursor;
-  cursor = (cursor + burst.accesses * burst.access_bytes) % profile_->region_bytes;
+  cursor = (cursor + std::uint64_t{burst.accesses} * burst.access_bytes) % profile_->region_bytes;
   toggle_ = !toggle_;
   --left_;
 }
