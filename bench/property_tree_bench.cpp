@@ -38,7 +38,7 @@ ReferenceHandle<BooleanProperty> BooleanTree(Shape shape, std::int64_t nodes) {
 
 void Clone(benchmark::State& state, Shape shape) {
   const auto root = PlainTree(shape, state.range(0));
-  for (auto _ : state) {
+  while (state.KeepRunning()) {
     auto copy = Adopt(root->Clone());
     state.PauseTiming();
     copy = nullptr;
@@ -48,7 +48,7 @@ void Clone(benchmark::State& state, Shape shape) {
 }
 
 void Destroy(benchmark::State& state, Shape shape) {
-  for (auto _ : state) {
+  while (state.KeepRunning()) {
     state.PauseTiming();
     auto root = PlainTree(shape, state.range(0));
     state.ResumeTiming();
@@ -60,7 +60,7 @@ void Destroy(benchmark::State& state, Shape shape) {
 void IsEqual(benchmark::State& state, Shape shape) {
   const auto left = PlainTree(shape, state.range(0));
   const auto right = PlainTree(shape, state.range(0));
-  for (auto _ : state) {
+  while (state.KeepRunning()) {
     if (!left->IsEqual(*right)) state.SkipWithError("trees differ");
   }
   state.SetComplexityN(state.range(0));
@@ -68,14 +68,14 @@ void IsEqual(benchmark::State& state, Shape shape) {
 
 void DisableAllLevel(benchmark::State& state, Shape shape) {
   const auto root = PlainTree(shape, state.range(0));
-  for (auto _ : state) root->DisableAllLevel(true);
+  while (state.KeepRunning()) root->DisableAllLevel(true);
   state.SetComplexityN(state.range(0));
 }
 
 /// On and off again, so that every node changes twice.
 void BooleanSetValue(benchmark::State& state, Shape shape) {
   const auto root = BooleanTree(shape, state.range(0));
-  for (auto _ : state) {
+  while (state.KeepRunning()) {
     root->SetValue(true);
     root->SetValue(false);
   }
@@ -84,7 +84,7 @@ void BooleanSetValue(benchmark::State& state, Shape shape) {
 
 void BooleanUpdateSubProperties(benchmark::State& state, Shape shape) {
   const auto root = BooleanTree(shape, state.range(0));
-  for (auto _ : state) root->UpdateSubProperties();
+  while (state.KeepRunning()) root->UpdateSubProperties();
   state.SetComplexityN(state.range(0));
 }
 
