@@ -3,7 +3,7 @@
 #include "host/fragment_formatter.h"
 
 /// Rows as comma-separated values by RFC 4180: one header line with the names of all fields, one
-/// record a row, CR LF behind each, an empty cell where a row has no value. One thread.
+/// record a row, a line feed behind each, an empty cell where a row has no value. One thread.
 namespace qbt2 {
 
 class CsvFormatter final : public FragmentFormatter {

@@ -62,26 +62,26 @@ TEST_F(RowFormatterTest, CsvHasAllColumnsAndEmptyCells) {
   add_three_rows();
   EXPECT_EQ(formatted("csv", rows),
             "offset,timestamp,time_ns,probe,master,type,kind,description,address,"
-            "Bytes,Tracked,MaxWait,Mode_,RouteID,Wide\r\n"
-            "24,,,1,DDR,Value,throughput,per 0x10,,100,,,,,\r\n"
+            "Bytes,Tracked,MaxWait,Mode_,RouteID,Wide\n"
+            "24,,,1,DDR,Value,throughput,per 0x10,,100,,,,,\n"
             "1234567890123,18446744073709551615,18446744073709551614,2,GPU,Value,latency,waits,,"
-            ",11259154,9,,,\r\n"
+            ",11259154,9,,,\n"
             "0,,,255,\"a \"\"b\"\", c\",Value,transaction,logged,188900966474565,"
-            ",,,3,4095,18446744073709551615\r\n");
+            ",,,3,4095,18446744073709551615\n");
 }
 
 TEST_F(RowFormatterTest, ChosenFieldsComeInTheirOrder) {
   add_three_rows();
   const FormatOptions some{parse_field_list(catalogue, "RouteID,kind,Bytes,offset"), 0};
   EXPECT_EQ(formatted("csv", rows, some),
-            "RouteID,kind,Bytes,offset\r\n"
-            ",throughput,100,24\r\n"
-            ",latency,,1234567890123\r\n"
-            "4095,transaction,,0\r\n");
+            "RouteID,kind,Bytes,offset\n"
+            ",throughput,100,24\n"
+            ",latency,,1234567890123\n"
+            "4095,transaction,,0\n");
   const FormatOptions rare{parse_field_list(catalogue, "Wide"), 0};
   EXPECT_EQ(formatted("jsonl", rows, rare), "{}\n{}\n{\"Wide\":18446744073709551615}\n");
   // An empty line would be no record.
-  EXPECT_EQ(formatted("csv", rows, rare), "Wide\r\n\"\"\r\n\"\"\r\n18446744073709551615\r\n");
+  EXPECT_EQ(formatted("csv", rows, rare), "Wide\n\"\"\n\"\"\n18446744073709551615\n");
 }
 
 TEST_F(RowFormatterTest, TableWithoutLimitShowsEverything) {
@@ -155,8 +155,8 @@ std::vector<std::vector<std::string>> parse_csv(std::string_view text) {
       cell += text[n];
     else if (text[n] == ',')
       records.back().emplace_back();
-    else if (text.substr(n, 2) == "\r\n")
-      records.push_back({""}), ++n;
+    else if (text[n] == '\n')
+      records.push_back({""});
     else
       cell += text[n];
   }
