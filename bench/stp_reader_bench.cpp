@@ -96,7 +96,7 @@ struct DistantSink : CountingSink {
 template <typename Sink>
 void run_reader(benchmark::State& state, const std::vector<std::uint8_t>& bytes) {
   std::uint64_t packets = 0;
-  for (auto _ : state) {
+  while (state.KeepRunning()) {
     StpReader reader;
     Sink sink;
     std::span<const std::uint8_t> left(bytes);
@@ -117,7 +117,7 @@ void run_reader(benchmark::State& state, const std::vector<std::uint8_t>& bytes)
 void run_opencsd(benchmark::State& state, const std::vector<std::uint8_t>& bytes,
                  bool frames = false) {
   std::uint64_t packets = 0;
-  for (auto _ : state) {
+  while (state.KeepRunning()) {
     test::OpencsdStm lister(
         frames, 0x10,
         [](void* context, std::uint64_t, const ocsd_stm_pkt&) {
@@ -156,7 +156,7 @@ const std::vector<std::uint8_t>& framed(bool alone) {
 void run_frames(benchmark::State& state, bool alone, bool reads) {
   const std::vector<std::uint8_t>& bytes = framed(alone);
   std::uint64_t stream_bytes = 0;
-  for (auto _ : state) {
+  while (state.KeepRunning()) {
     FrameDemultiplexer frames(0x10);
     StpReader reader;
     CountingSink sink;

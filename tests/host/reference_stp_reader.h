@@ -140,7 +140,7 @@ class ReferenceStpReader {
     const unsigned coding = first % 8;
     if (coding < 2) throw Loss{StpSyncLoss::kStpVersion1};
     if (coding > 4) throw Loss{StpSyncLoss::kReservedVersion};
-    const std::uint64_t value = first < 8 ? first : first * 256 + take(2);
+    const std::uint64_t value = first < 8 ? first : std::uint64_t{first} * 256 + take(2);
     if (std::exchange(fresh_, false)) master_ = channel_ = 0;
     coding_ = coding;
     emit(start, StpKind::kVersion, value, first < 8 ? 1 : 3, false, false);
@@ -160,7 +160,7 @@ class ReferenceStpReader {
     }
     if (kind == StpKind::kMerr) channel_ = 0;
     if (kind == StpKind::kGerr) master_ = channel_ = 0;
-    if (kind == StpKind::kC8) channel_ = static_cast<std::uint16_t>(channel_ / 256 * 256 + value);
+    if (kind == StpKind::kC8) channel_ = static_cast<std::uint16_t>((channel_ & 0xFF00U) + value);
     if (kind == StpKind::kC16) channel_ = static_cast<std::uint16_t>(value);
     emit(start, kind, value, width, marked, timed);
   }

@@ -1,6 +1,8 @@
 #include "host/stp_reader.h"
 
+#include <initializer_list>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "gmock/gmock.h"
@@ -20,11 +22,13 @@ using test::StpRecorder;
 const std::string kAsync = "FFFFFFFFFFFFFFFFFFFFF0";
 
 /// Bytes of a stream given as hexadecimal nibbles in the order sent; blanks are for the eye.
-std::vector<std::uint8_t> stream(const std::string& nibbles) {
+std::vector<std::uint8_t> stream(std::initializer_list<std::string_view> parts) {
   StpWriter writer;
-  for (const char c : nibbles) {
-    if (c == ' ') continue;
-    writer.nibbles(static_cast<std::uint64_t>(c <= '9' ? c - '0' : c - 'A' + 10), 1);
+  for (const std::string_view part : parts) {
+    for (const char c : part) {
+      if (c == ' ') continue;
+      writer.nibbles(static_cast<std::uint64_t>(c <= '9' ? c - '0' : c - 'A' + 10), 1);
+    }
   }
   return writer.bytes();
 }
@@ -112,7 +116,7 @@ TEST(StpReader, ReadsEachPacketKind) {
     for (const std::string& before : {std::string(), std::string("0")}) {
       for (const std::size_t more : {0, 100}) {
         const Reading reading(
-            stream(kAsync + before + c.nibbles + "5 ABCD" + std::string(more, '0')));
+            stream({kAsync, before, c.nibbles, "5 ABCD", std::string(more, '0')}));
         const std::vector<StpPacket> packets = reading.packets();
         const std::size_t index = 1 + before.size();
         ASSERT_GE(packets.size(), index + 2);
@@ -157,7 +161,7 @@ TEST(StpReader, KeepsMasterAndChannel) {
   };
   for (const Case& c : cases) {
     SCOPED_TRACE(c.nibbles);
-    const std::vector<StpPacket> packets = Reading(stream(kAsync + c.nibbles + "C5")).packets();
+    const std::vector<StpPacket> packets = Reading(stream({kAsync, c.nibbles, "C5"})).packets();
     ASSERT_GE(packets.size(), 2U);
     const auto d4 = std::find_if(packets.rbegin(), packets.rend(),
                                  [](const StpPacket& p) { return p.kind == StpKind::kD4; });
@@ -195,7 +199,7 @@ TEST(StpReader, DecodesTimestamps) {
   };
   for (const Case& c : cases) {
     SCOPED_TRACE(c.nibbles);
-    const Reading reading(stream(kAsync + c.nibbles + "FE"));
+    const Reading reading(stream({kAsync, c.nibbles, "FE"}));
     EXPECT_EQ(reading.packets().back().timestamp, c.timestamp);
     EXPECT_EQ(reading.reader.newest_timestamp(), c.timestamp);
     EXPECT_EQ(reading.reader.counters().sync_losses, 0U);
@@ -232,7 +236,7 @@ TEST(StpReader, FindsBackAfterDamage) {
   };
   for (const Case& c : cases) {
     SCOPED_TRACE(c.nibbles);
-    const Reading reading(stream(kAsync + c.nibbles + "6 00000001" + kAsync + "6 00000002"));
+    const Reading reading(stream({kAsync, c.nibbles, "6 00000001", kAsync, "6 00000002"}));
     std::uint64_t losses = 0;
     for (const StpEvent& event : reading.recorder.events) {
       if (event.type != StpEvent::kSyncLost) continue;
@@ -289,9 +293,9 @@ TEST(StpReader, AsyncCutsPacketsShort) {
   };
   for (const Case& c : cases) {
     SCOPED_TRACE(c.nibbles);
-    const Reading reading(stream(kAsync + c.nibbles + kAsync + "C5"));
+    const Reading reading(stream({kAsync, c.nibbles, kAsync, "C5"}));
     std::string packets;
-    for (const StpPacket& packet : reading.packets()) packets += name(packet) + " ";
+    for (const StpPacket& packet : reading.packets()) packets.append(name(packet)).append(" ");
     // A NULL at the very end is the half byte that is left over.
     EXPECT_THAT(packets, testing::StartsWith("ASYNC " + c.packets + "ASYNC D4 "));
     EXPECT_EQ(reading.reader.counters().sync_losses, c.lost ? 1U : 0U);
@@ -319,7 +323,7 @@ TEST(StpReader, EndsAreNoDamage) {
   };
   for (const Case& c : cases) {
     SCOPED_TRACE(c.nibbles);
-    const Reading reading(stream(c.nibbles));
+    const Reading reading(stream({c.nibbles}));
     EXPECT_EQ(reading.reader.counters().bytes_skipped(), c.bytes_skipped);
     EXPECT_EQ(reading.on_boundary, c.on_boundary);
     EXPECT_EQ(reading.reader.counters().sync_losses, 0U);
@@ -327,7 +331,7 @@ TEST(StpReader, EndsAreNoDamage) {
 }
 
 TEST(StpReader, NibbleSwappedStreamIsNotGuessedAt) {
-  std::vector<std::uint8_t> bytes = stream(kAsync + "F003 6 12345678 0");
+  std::vector<std::uint8_t> bytes = stream({kAsync, "F003 6 12345678 0"});
   const Reading sound(bytes);
   EXPECT_EQ(sound.packets().size(), 4U);
   // With the halves of each byte swapped the ASYNC's end is no ASYNC, so nothing is.
