@@ -13,6 +13,7 @@
 namespace {
 
 using qbt2::tool::Command;
+#include "tools/qbt2/tdf_command.h"
 
 int run_chosen(const std::vector<Command>& commands) {
   for (const Command& command : commands) {
@@ -53,3 +54,4 @@ int main(int argc, char** argv) {
   }
   return qbt2::tool::kExitFailed;
 }
+      qbt2::tool::add_tdf_command(app),

@@ -1,0 +1,66 @@
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <optional>
+#include <span>
+#include <string>
+#include <string_view>
+#include <variant>
+
+#include "platforms/source/trace/tdf_helper.h"
+
+/// The trace header, the packed record of a "KZTrace" section, read from memory and from a plain
+/// file of KEY=VALUE lines. KzTrace_t::Load reads the files of older systems only and refuses what
+/// KzTrace_t::Save writes, so whoever wants to see a header that this system wrote needs a reader
+/// of his own: this one. docs/tdf.md has the layout. Pure functions; any thread.
+namespace qbt2 {
+
+using TraceHeaderRecord = EktTrace::ConfigFile::KzTrace_t::KzTraceData_t;
+
+struct TraceHeader {
+  TraceHeaderRecord record;
+  std::uint32_t time_stamp = 0;  ///< seconds since 1970: when the file was created
+  /// Items of the lists A to D; 0 in all that this system writes. What they hold is passed over.
+  std::array<std::uint32_t, 4> list_items{};
+};
+
+/// What ends a reading: the byte of the payload at which the part at fault begins, and why.
+struct TraceHeaderFault {
+  std::uint64_t offset = 0;
+  std::string reason;
+};
+
+/// Reads a payload of format version 20. No length and no count is believed that the bytes do not
+/// hold; bytes behind the record are a fault. Up to the fault `header` holds what was read.
+std::optional<TraceHeaderFault> read_trace_header(std::span<const std::uint8_t> payload,
+                                                  TraceHeader& header);
+
+/// The record's fields by the names that plain files and outputs give them, in declared order.
+struct TraceHeaderField {
+  using Member = std::variant<std::string TraceHeaderRecord::*, std::uint32_t TraceHeaderRecord::*,
+                              std::uint64_t TraceHeaderRecord::*>;
+  std::string_view name;
+  Member member;
+};
+inline constexpr std::array<TraceHeaderField, 12> kTraceHeaderFields = {{
+    {"deviceText", &TraceHeaderRecord::deviceText},
+    {"connectionName", &TraceHeaderRecord::connectionName},
+    {"headerValue1", &TraceHeaderRecord::headerValue1},
+    {"headerValue2", &TraceHeaderRecord::headerValue2},
+    {"headerValue3", &TraceHeaderRecord::headerValue3},
+    {"headerValue4", &TraceHeaderRecord::headerValue4},
+    {"headerValue5", &TraceHeaderRecord::headerValue5},
+    {"headerValue6", &TraceHeaderRecord::headerValue6},
+    {"headerValue7", &TraceHeaderRecord::headerValue7},
+    {"headerText3", &TraceHeaderRecord::headerText3},
+    {"headerText4", &TraceHeaderRecord::headerText4},
+    {"headerValue8", &TraceHeaderRecord::headerValue8},
+}};
+
+/// A plain header file: KEY=VALUE lines, blanks and tabs trimmed, empty lines and lines with a '#'
+/// in front passed over; a field without a line stays empty or 0. Numbers are decimal or 0x
+/// hexadecimal. Throws Error(kInput) naming `file` and the line for anything else.
+TraceHeaderRecord parse_trace_header_text(std::string_view text, const std::string& file);
+
+}  // namespace qbt2
