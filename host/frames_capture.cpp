@@ -77,12 +77,19 @@ bool FramesCaptureReader::next(SampleBatch& batch) {
 void FramesCaptureReader::finish(SampleBatch& batch) {
   ended_ = true;
   road_.finish(batch);
+  report_cut_frames();
   if (frames_.stream_bytes() != 0 || frames_.input_bytes() == 0 || !options_.on_notice) return;
   const std::vector<SourceBytes> others = frames_.sources();
   const std::string there = others.empty() ? "no source at all" : list_of(others);
   options_.on_notice(source_ == kPaddingSource
                          ? std::string("the frames hold no source at all")
                          : "the frames hold no byte of source " + hex(source_) + ", but " + there);
+}
+
+void FramesCaptureReader::report_cut_frames() const {
+  if (frames_.frames_cut() == 0 || !options_.on_notice) return;
+  options_.on_notice(std::to_string(frames_.frames_cut()) +
+                     " frames are cut short by a synchronisation word; their bytes are lost");
 }
 
 CaptureCounts FramesCaptureReader::counts() const {

@@ -34,6 +34,7 @@ class FramesCaptureReader : public CaptureReader {
   };
 
   void finish(SampleBatch& batch);
+  void report_cut_frames() const;
 
   InputFile& input_;
   CaptureOptions options_;

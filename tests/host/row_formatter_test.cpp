@@ -224,7 +224,7 @@ TEST_F(RowFormatterTest, TheBytesDoNotDependOnHowRowsAreBatched) {
     TextBuffer pieces;
     RowBatch all(catalogue, 4);
     for (std::uint32_t n = 0; n < 60; ++n) {
-      const std::string name = "m" + std::to_string(n % 7);
+      const std::string name(1, static_cast<char>('a' + n % 7));
       const Stream stream = n % 3 == 0   ? throughput(1, name, n)
                             : n % 3 == 1 ? latency(1, name, n, 1)
                                          : transaction(1, name, n, 1, 2, 3);
