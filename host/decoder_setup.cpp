@@ -40,8 +40,19 @@ class SettingsDirectoryScope {
   std::optional<std::string> saved_;
 };
 
-bool is_trace_data_file(const std::string& path) {
-  InputFile file(path);
+/// The configuration manager reads regular files only; opening a pipe to look at its first bytes
+/// might wait for ever.
+void refuse_pipe(const std::filesystem::path& path) {
+  std::error_code error;
+  const auto type = std::filesystem::status(path, error).type();
+  if (type == std::filesystem::file_type::fifo || type == std::filesystem::file_type::character) {
+    throw Error(ErrorCode::kInput, path.string(), "settings are read from a regular file only");
+  }
+}
+
+bool is_trace_data_file(const std::filesystem::path& path) {
+  refuse_pipe(path);
+  InputFile file(path.string());
   const auto head = file.peek(sizeof(std::uint32_t));
   constexpr std::string_view kIdentifier = "TDF2";
   return std::equal(head.begin(), head.end(), kIdentifier.begin(), kIdentifier.end());
@@ -62,11 +73,12 @@ DecoderSetup::DecoderSetup(const std::string& config_path, const std::string& de
 }
 
 void DecoderSetup::load_settings(const std::string& path) {
+  // Never "-", which would be taken for standard input.
+  const std::filesystem::path absolute = std::filesystem::absolute(path);
   bool loaded = false;
-  if (is_trace_data_file(path)) {
+  if (is_trace_data_file(absolute)) {
     loaded = manager_->LoadConfiguration(path, Kz::Dvt::Trace::eTraceDataFileTdf);
   } else {
-    const std::filesystem::path absolute = std::filesystem::absolute(path);
     const SettingsDirectoryScope scope(absolute.parent_path().string());
     loaded = manager_->LoadConfiguration(absolute.filename().string(),
                                          Kz::Dvt::Trace::eTraceDataFileText1);

@@ -39,7 +39,7 @@ InputFile::InputFile(std::string path) : name_(std::move(path)) {
   }
   if (S_ISDIR(status.st_mode)) {
     if (owned_) ::close(descriptor_);
-    throw Error(ErrorCode::kInput, name_, "is a directory, not a capture");
+    throw Error(ErrorCode::kInput, name_, "is a directory");
   }
   // Standard input may be a regular file that somebody has read part of: it counts as a stream.
   is_regular_ = owned_ && S_ISREG(status.st_mode);
