@@ -1,5 +1,6 @@
 #include "host/frames_capture.h"
 
+#include <algorithm>
 #include <array>
 #include <cstdio>
 #include <string>
@@ -39,14 +40,32 @@ std::vector<SourceBytes> find_sources(InputFile& input) {
   return frames.sources();
 }
 
+/// One damaged byte of a frame is enough to announce an id that nobody has: what has less than one
+/// percent of the largest source's data is not asked about.
+std::vector<SourceBytes> without_strays(std::vector<SourceBytes> sources) {
+  constexpr std::uint64_t kPercent = 100;
+  std::uint64_t largest = 0;
+  for (const SourceBytes& source : sources) largest = std::max(largest, source.bytes);
+  std::erase_if(sources,
+                [largest](const SourceBytes& source) { return source.bytes * kPercent < largest; });
+  return sources;
+}
+
 std::uint8_t choose_source(InputFile& input, const CaptureOptions& options) {
   if (options.source_id) return *options.source_id;
-  const std::vector<SourceBytes> sources = find_sources(input);
+  const std::vector<SourceBytes> all = find_sources(input);
+  const std::vector<SourceBytes> sources = without_strays(all);
+  if (sources.empty()) return kPaddingSource;
   if (sources.size() > 1) {
     throw Error(ErrorCode::kUsage, input.name(),
                 "holds the sources " + list_of(sources) + "; choose one with --atb-id");
   }
-  return sources.empty() ? kPaddingSource : sources.front().id;
+  const std::uint8_t source = sources.front().id;
+  if (all.size() > 1 && options.on_notice) {
+    options.on_notice("decoding source " + hex(source) + "; " + std::to_string(all.size() - 1) +
+                      " other ids have less than 1 % of its data each and are taken for damage");
+  }
+  return source;
 }
 
 }  // namespace
