@@ -1,6 +1,10 @@
+#include <fcntl.h>
+#include <unistd.h>
+
 #include <CLI/CLI.hpp>
 #include <csignal>
 #include <cstdio>
+#include <cstdlib>
 #include <exception>
 #include <vector>
 
@@ -9,17 +13,27 @@
 #include "tools/qbt2/command.h"
 #include "tools/qbt2/decode_command.h"
 #include "tools/qbt2/generate_command.h"
+#include "tools/qbt2/tdf_command.h"
 
 namespace {
 
 using qbt2::tool::Command;
-#include "tools/qbt2/tdf_command.h"
 
 int run_chosen(const std::vector<Command>& commands) {
   for (const Command& command : commands) {
     if (command.app->parsed()) return command.run();
   }
   return qbt2::tool::kExitFailed;
+}
+
+/// A stream that the caller has closed (`2>&-`) would give its number to the next file opened, and
+/// messages would end up in a capture. Opened the wrong way round, so that its use still fails.
+void open_missing_standard_streams() {
+  for (const int number : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
+    if (::fcntl(number, F_GETFD) >= 0) continue;
+    const int opened = ::open("/dev/null", number == STDIN_FILENO ? O_WRONLY : O_RDONLY);
+    if (opened != number) std::_Exit(qbt2::tool::kExitFailed);  // the lowest free number is given
+  }
 }
 
 /// CLI11's own answer, with its many exit codes folded into ours: help and version are fine,
@@ -34,6 +48,7 @@ int exit_for_parse(const CLI::App& app, const CLI::ParseError& error) {
 int main(int argc, char** argv) {
   // A reader that closes our pipe is told by write() failing, not by a signal's death.
   std::signal(SIGPIPE, SIG_IGN);
+  open_missing_standard_streams();
   CLI::App app{"Decodes QB Tracer 2 bus traffic from STP captures into rows.", "qbt2"};
   app.set_version_flag("--version", "qbt2 " QBT2_VERSION);
   app.require_subcommand(1);
@@ -41,6 +56,7 @@ int main(int argc, char** argv) {
       qbt2::tool::add_decode_command(app),
       qbt2::tool::add_columns_command(app),
       qbt2::tool::add_generate_command(app),
+      qbt2::tool::add_tdf_command(app),
   };
   try {
     app.parse(argc, argv);
@@ -54,4 +70,3 @@ int main(int argc, char** argv) {
   }
   return qbt2::tool::kExitFailed;
 }
-      qbt2::tool::add_tdf_command(app),
