@@ -79,6 +79,7 @@ Command add_columns_command(CLI::App& root) {
       ->capture_default_str();
   app->add_option("--plugin", arguments->plugin, "The decoder plug-in to load")
       ->capture_default_str();
+  refuse_empty_values(*app);
   return {app, [arguments] { return run_columns(*arguments); }};
 }
 

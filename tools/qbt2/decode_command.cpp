@@ -45,6 +45,7 @@ class DecodeRun {
   void decode_capture(std::size_t index);
   void take_rows(DecodeJob& job);
   void write(std::string_view text);
+  void write_header();
   void check_capture(const Capture& capture);
   void compare_masters();
   bool done() const { return pipe_closed_ || statistics_.decode.rows() >= options_.limit; }
@@ -64,6 +65,7 @@ class DecodeRun {
   std::unique_ptr<OutputFile> output_;
   DecodeStatistics statistics_;
   std::uint64_t bytes_before_ = 0;  // of the captures already done, for the progress bar
+  bool header_written_ = false;
   bool pipe_closed_ = false;
   bool has_samples_ = false;
   bool nothing_found_ = false;
@@ -77,7 +79,7 @@ int DecodeRun::run() {
   if (arguments_.format != "none") output_ = std::make_unique<OutputFile>(arguments_.output);
   decode_captures();
   if (!done()) compare_masters();
-  reporter_->summarise();
+  if (!pipe_closed_) reporter_->summarise();
   if (output_ && !pipe_closed_) output_->commit();
   statistics_.seconds =
       std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
@@ -158,12 +160,10 @@ void DecodeRun::make_pool() {
 }
 
 void DecodeRun::decode_captures() {
-  TextBuffer text;
-  if (formatter_) formatter_->header(text);
-  write(text.view());
   for (std::size_t i = 0; i < captures_.size() && !done(); ++i) decode_capture(i);
   pool_->finish();
-  text.clear();
+  write_header();
+  TextBuffer text;
   if (formatter_) formatter_->footer(text);
   write(text.view());
 }
@@ -191,11 +191,26 @@ void DecodeRun::take_rows(DecodeJob& job) {
     reporter_->trouble("rejected samples", file, rejection.offset,
                        "master " + std::to_string(rejection.master) + ": " + rejection.reason);
   }
+  reporter_->trouble_unseen("rejected samples",
+                            job.counts.samples_rejected - job.rejections.size());
+  if (job.text.view().empty()) return;
+  write_header();
   write(job.text.view());
+}
+
+/// Not before the first row, so that on a terminal the line about the framing stands above the
+/// table and not inside it.
+void DecodeRun::write_header() {
+  if (header_written_ || !formatter_) return;
+  header_written_ = true;
+  TextBuffer text;
+  formatter_->header(text);
+  write(text.view());
 }
 
 void DecodeRun::write(std::string_view text) {
   if (!output_ || pipe_closed_ || text.empty()) return;
+  if (options_.rows_on_terminal) progress_->clear();
   pipe_closed_ = !output_->write(text);
 }
 
@@ -212,10 +227,13 @@ void DecodeRun::check_capture(const Capture& capture) {
     reporter_->notice(file, "holds no ASYNC packet: nothing in it can be decoded");
     nothing_found_ = true;
   }
+  if (counts.assembly.messages == 0 && counts.assembly.words != 0) {
+    reporter_->notice(file, std::to_string(counts.assembly.words) +
+                                " words, but no complete message; another --framing may fit");
+  }
   if (counts.assembly.source_errors != 0) {
-    reporter_->notice(file, "the source lost trace " +
-                                std::to_string(counts.assembly.source_errors) +
-                                " times (MERR and GERR packets)");
+    reporter_->notice(file, "the source lost trace (MERR and GERR packets: " +
+                                std::to_string(counts.assembly.source_errors) + ")");
   }
 }
 

@@ -8,6 +8,7 @@
 
 #include "host/decoder_library.h"
 #include "host/error.h"
+#include "tools/qbt2/command.h"
 #include "tools/qbt2/numbers.h"
 #include "tools/qbt2/terminal.h"
 
@@ -61,10 +62,15 @@ unsigned parse_threads(const std::string& text) {
   return threads;
 }
 
-/// NO_COLOR asks for plain output; a bar that redraws itself is none.
-bool wants_progress(const std::string& word) {
-  if (word == "auto") return standard_error_is_terminal() && std::getenv("NO_COLOR") == nullptr;
-  return word == "always";
+/// NO_COLOR (when not empty) asks for plain output; a bar that redraws itself is none.
+bool wants_plain_output() {
+  const char* const value = std::getenv("NO_COLOR");
+  return value != nullptr && *value != '\0';
+}
+
+bool wants_progress(const std::string& word, bool rows_on_terminal) {
+  if (word != "auto") return word == "always";
+  return standard_error_is_terminal() && !rows_on_terminal && !wants_plain_output();
 }
 
 }  // namespace
@@ -103,6 +109,7 @@ void DecodeArguments::add_to(CLI::App& app) {
       ->check(CLI::IsMember({"auto", "always", "never"}))
       ->capture_default_str();
   app.add_option("--threads", threads, "Threads to decode with (default: one a core)");
+  refuse_empty_values(app);
 }
 
 DecodeOptions DecodeOptions::from(const DecodeArguments& arguments) {
@@ -113,6 +120,7 @@ DecodeOptions DecodeOptions::from(const DecodeArguments& arguments) {
   if (!arguments.atb_id.empty()) {
     options.capture.source_id =
         static_cast<std::uint8_t>(parse_number("--atb-id", arguments.atb_id, kLargestAtbId));
+    refuse(options.capture.source_id == 0, "--atb-id: 0 is padding, not a source");
   }
   options.capture.masters = parse_masters(arguments.masters);
   if (!arguments.clock_hz.empty()) {
@@ -123,7 +131,9 @@ DecodeOptions DecodeOptions::from(const DecodeArguments& arguments) {
   options.threads = parse_threads(arguments.threads);
   // Rows past a limit must not be formatted, and only one thread at a time knows where it lies.
   if (options.limit != UINT64_MAX) options.threads = 1;
-  options.show_progress = wants_progress(arguments.progress);
+  options.rows_on_terminal =
+      arguments.output == "-" && arguments.format != "none" && standard_output_is_terminal();
+  options.show_progress = wants_progress(arguments.progress, options.rows_on_terminal);
   return options;
 }
 

@@ -40,6 +40,7 @@ struct DecodeOptions {
   std::uint64_t limit = UINT64_MAX;
   unsigned threads = 1;
   bool show_progress = false;
+  bool rows_on_terminal = false;  ///< rows and a progress bar would share the screen
 
   /// Throws Error(kUsage).
   static DecodeOptions from(const DecodeArguments& arguments);

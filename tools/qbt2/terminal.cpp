@@ -22,8 +22,12 @@ void print_line(std::string_view file, std::string_view text) {
 
 std::size_t terminal_columns() {
   winsize size{};
-  if (::isatty(STDOUT_FILENO) == 0 || ::ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) != 0) return 0;
+  if (!standard_output_is_terminal() || ::ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) != 0) return 0;
   return size.ws_col;
+}
+
+bool standard_output_is_terminal() {
+  return ::isatty(STDOUT_FILENO) != 0;
 }
 
 bool standard_error_is_terminal() {
@@ -66,13 +70,26 @@ void ProgressBar::clear() {
   drawn_ = false;
 }
 
+Reporter::Lines& Reporter::lines_of(std::string_view kind) {
+  const auto found = lines_of_kind_.find(kind);
+  if (found != lines_of_kind_.end()) return found->second;
+  return lines_of_kind_[std::string(kind)];
+}
+
 void Reporter::trouble(std::string_view kind, std::string_view file, std::uint64_t offset,
                        std::string_view reason) {
-  auto found = lines_of_kind_.find(kind);
-  if (found == lines_of_kind_.end()) found = lines_of_kind_.emplace(std::string(kind), 0).first;
-  if (++found->second > kLinesOfAKind) return;
+  Lines& lines = lines_of(kind);
+  if (lines.shown == kLinesOfAKind) {
+    ++lines.hidden;
+    return;
+  }
+  ++lines.shown;
   progress_.clear();
   print_line(file, "byte " + std::to_string(offset) + ": " + std::string(reason));
+}
+
+void Reporter::trouble_unseen(std::string_view kind, std::uint64_t lines) {
+  if (lines != 0) lines_of(kind).hidden += lines;
 }
 
 void Reporter::notice(std::string_view file, std::string_view text) {
@@ -83,9 +100,9 @@ void Reporter::notice(std::string_view file, std::string_view text) {
 void Reporter::summarise() {
   progress_.clear();
   for (const auto& [kind, lines] : lines_of_kind_) {
-    if (lines <= kLinesOfAKind) continue;
+    if (lines.hidden == 0) continue;
     std::fprintf(stderr, "qbt2: %llu more lines about %s are not shown\n",
-                 static_cast<unsigned long long>(lines - kLinesOfAKind), kind.c_str());
+                 static_cast<unsigned long long>(lines.hidden), kind.c_str());
   }
 }
 

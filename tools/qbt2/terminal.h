@@ -12,6 +12,7 @@ namespace qbt2::tool {
 
 /// Columns of the terminal that standard output is, 0 when it is none.
 std::size_t terminal_columns();
+bool standard_output_is_terminal();
 bool standard_error_is_terminal();
 
 /// One line that shows how far a run is, redrawn in place. Draws nothing unless switched on.
@@ -48,6 +49,8 @@ class Reporter {
   /// "qbt2: FILE: byte N: reason", at most kLinesOfAKind of each `kind`.
   void trouble(std::string_view kind, std::string_view file, std::uint64_t offset,
                std::string_view reason);
+  /// Counts `lines` of trouble of which nothing is known but their number.
+  void trouble_unseen(std::string_view kind, std::uint64_t lines);
   /// "qbt2: FILE: text", always shown.
   void notice(std::string_view file, std::string_view text);
   /// One line for each kind of trouble that was cut off.
@@ -56,8 +59,14 @@ class Reporter {
   static constexpr std::uint64_t kLinesOfAKind = 20;
 
  private:
+  struct Lines {
+    std::uint64_t shown = 0;
+    std::uint64_t hidden = 0;
+  };
+  Lines& lines_of(std::string_view kind);
+
   ProgressBar& progress_;
-  std::map<std::string, std::uint64_t, std::less<>> lines_of_kind_;
+  std::map<std::string, Lines, std::less<>> lines_of_kind_;
 };
 
 }  // namespace qbt2::tool
