@@ -1,0 +1,508 @@
+// `qbt2 decode` on what is damaged, wrong or in the way: what it says, and what it leaves behind.
+#include <fcntl.h>
+#include <pty.h>
+#include <sys/ioctl.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <set>
+
+#include "tests/tools/tool_test.h"
+
+namespace qbt2::test {
+namespace {
+
+using testing::AllOf;
+using testing::HasSubstr;
+using testing::Not;
+using testing::StartsWith;
+
+class DecodeTrouble : public ToolTest {
+ protected:
+  std::string small_capture() const {
+    return put("small.stp", stp("FFFFFFFFFFFFFFFFFFFFF0 F003 105 6 00000064 6 00000019 FE"));
+  }
+};
+
+// ---- damage ----
+
+/// Offset of the first byte of each row.
+std::map<std::uint64_t, std::string> by_offset(const std::string& rows) {
+  std::map<std::uint64_t, std::string> lines;
+  for (const std::string& line : lines_of(rows)) {
+    lines[std::strtoull(line.c_str() + strlen("{\"offset\":"), nullptr, 10)] = line;
+  }
+  return lines;
+}
+
+/// Where a synchronisation begins at or behind `from`: ten bytes FF, an F and the 0.
+std::size_t next_async(const std::string& bytes, std::size_t from) {
+  for (std::size_t at = from; at + 11 < bytes.size(); ++at) {
+    const bool ones = bytes.compare(at, 10, std::string(10, '\xFF')) == 0;
+    if (ones && (bytes[at + 10] & 0xFF) == 0x0F) return at;
+    // In the middle of a byte: F, ten bytes FF, 0.
+    if (ones && (bytes[at - 1] & 0xF0) == 0xF0 && (bytes[at + 10] & 0x0F) == 0) return at - 1;
+  }
+  return bytes.size();
+}
+
+TEST_F(DecodeTrouble, DamageCostsNoRowOutsideOfIt) {
+  const std::string path = generate("capture", {"--size", "300k", "--async-every", "2000"});
+  const ToolResult clean = decode({path, "--format", "jsonl"});
+  std::string bytes = get("capture");
+  std::vector<std::pair<std::size_t, std::size_t>> places;  // from the damage to the next ASYNC
+  for (const std::size_t at : {20'011U, 90'500U, 150'003U, 299'000U}) {
+    // Too many F for any packet, and no 0 behind them that would make them an ASYNC.
+    bytes.replace(at, 24, std::string(23, '\xFF') + '\x22');
+    places.emplace_back(at, next_async(bytes, at + 24));
+  }
+  const ToolResult damaged =
+      decode({put("damaged", bytes), "--format", "jsonl", "--stats", "--threads", "2"});
+  EXPECT_EQ(damaged.status, 1);
+  auto values = statistics(damaged.err);
+  EXPECT_EQ(values["stp_sync_losses"], places.size());
+  EXPECT_EQ(values["bytes"], bytes.size());
+  EXPECT_EQ(values["stp_bytes"], bytes.size());
+  EXPECT_EQ(values["bytes_skipped"] / 4 / 2000, 0U) << values["bytes_skipped"];
+
+  const auto before = by_offset(clean.out);
+  const auto after = by_offset(damaged.out);
+  constexpr std::size_t kLongestMessageBytes = 60;
+  std::size_t spared = 0;
+  for (const auto& [offset, line] : before) {
+    const bool hit = std::any_of(places.begin(), places.end(), [&](const auto& place) {
+      return offset + kLongestMessageBytes > place.first && offset < place.second;
+    });
+    if (hit) continue;
+    ++spared;
+    const auto found = after.find(offset);
+    ASSERT_NE(found, after.end()) << line;
+    ASSERT_EQ(found->second, line);
+  }
+  EXPECT_GT(spared, before.size() * 9 / 10);
+  for (const auto& [at, end] : places) {
+    const std::string line = "qbt2: " + path.substr(0, path.rfind('/')) + "/damaged: byte ";
+    bool told = false;
+    for (std::size_t byte = at; byte < at + 24; ++byte) {
+      told |= damaged.err.find(line + std::to_string(byte) + ": ") != std::string::npos;
+    }
+    EXPECT_TRUE(told) << at << damaged.err;
+  }
+}
+
+TEST_F(DecodeTrouble, GeneratedDamageNeverHangsAndKeepsTheBooks) {
+  for (const char* input : {"stp", "frames", "samples"}) {
+    const std::vector<std::string> options = {"--input", input, "--messages", "20k"};
+    std::vector<std::string> more = options;
+    more.insert(more.end(), {"--damage", "30"});
+    const ToolResult clean = decode({generate("clean", options), "--input", input, "--format",
+                                     "jsonl", "--columns", "RawQBT2_0,RawQBT2_1,RawQBT2_5"});
+    const ToolResult result =
+        decode({generate("damaged", more), "--input", input, "--format", "jsonl", "--columns",
+                "RawQBT2_0,RawQBT2_1,RawQBT2_5", "--stats"});
+    EXPECT_FALSE(result.timed_out);
+    EXPECT_EQ(result.status, 1) << input << result.err.substr(0, 500);
+    auto values = statistics(result.err);
+    EXPECT_EQ(values["bytes"], std::filesystem::file_size(at("damaged")));
+    if (std::string(input) == "samples") continue;  // damage ends the file: nothing tells the rest
+    EXPECT_EQ(values["bytes_framing"] + values["bytes_other_sources"] + values["stp_bytes"],
+              values["bytes"]);
+    const std::vector<std::string> kept = lines_of(result.out);
+    const std::vector<std::string> all = lines_of(clean.out);
+    std::multiset<std::string> expected(all.begin(), all.end());
+    std::size_t good = 0;
+    for (const std::string& line : kept) {
+      const auto found = expected.find(line);
+      if (found == expected.end()) continue;
+      expected.erase(found);
+      ++good;
+    }
+    EXPECT_GT(good, all.size() * 6 / 10) << input;
+    EXPECT_LT(kept.size() - good, 60U) << input;  // two a place
+  }
+}
+
+TEST_F(DecodeTrouble, RejectedAndCutSamplesAreToldAndTheRunGoesOn) {
+  std::string short_pair = sample(7, {1});  // seven payload bytes: the second word is not there
+  short_pair[4] = 7;
+  short_pair += std::string(2, '\x04');
+  const std::string good = sample(5, {0x64, 0x19});
+  const std::string told = "master 7: the decoder rejects the sample (kind 2, detail 0)\n";
+  const struct {
+    std::string bytes;
+    int status;
+    std::size_t rows;
+    std::vector<std::string> lines;
+  } cases[] = {
+      {good + short_pair + good, 1, 2, {"byte 18: " + told}},
+      {good + good.substr(0, 17), 1, 1, {"byte 18: the last sample is cut short\n"}},
+      {good + good.substr(0, 7), 1, 1, {"byte 18: the last sample is cut short\n"}},
+      {good + std::string(7, '\xFF') + good, 1, 1, {"byte 18: a sample claims "}},
+      // No row is no damage: an empty message, one of three words, a length byte other than 4.
+      {good + sample(5, {}) + sample(5, {1, 2, 3}) + good, 0, 2, {}},
+  };
+  for (const auto& c : cases) {
+    const ToolResult result =
+        decode({"-", "--input", "samples", "--format", "jsonl", "--stats"}, c.bytes);
+    EXPECT_EQ(result.status, c.status) << result.err;
+    EXPECT_EQ(lines_of(result.out).size(), c.rows) << result.err;
+    EXPECT_EQ(statistics(result.err)["bytes"], c.bytes.size());
+    EXPECT_EQ(result.err.find("qbt2: ") != std::string::npos, !c.lines.empty()) << result.err;
+    for (const std::string& line : c.lines) {
+      EXPECT_THAT(result.err, HasSubstr("qbt2: standard input: " + line));
+    }
+  }
+}
+
+TEST_F(DecodeTrouble, OfEachTroubleTwentyLinesAreShownAndTheRestCounted) {
+  std::string short_pair = sample(7, {1});
+  short_pair[4] = 7;
+  short_pair += std::string(2, '\x04');
+  std::string bytes;
+  for (int i = 0; i < 9'000; ++i) bytes += short_pair;  // more than one piece of reading
+  const ToolResult result = decode({"-", "--input", "samples", "--format", "none"}, bytes);
+  EXPECT_EQ(result.status, 1);
+  const auto lines = lines_of(result.err);
+  ASSERT_EQ(lines.size(), 21U) << result.err;
+  EXPECT_THAT(lines[19], HasSubstr("byte 285: "));  // 15 bytes each
+  EXPECT_EQ(lines[20], "qbt2: 8980 more lines about rejected samples are not shown");
+}
+
+TEST_F(DecodeTrouble, CapturesThatHoldNothing) {
+  const std::string padding(32, '\0');
+  const std::string words = stp("FFFFFFFFFFFFFFFFFFFFF0 F003 105 6 00000064 6 00000019");
+  const struct {
+    std::string bytes;
+    std::vector<std::string> options;
+    int status;
+    const char* line;
+  } cases[] = {
+      {"", {}, 1, "is empty"},
+      {"", {"--input", "frames"}, 1, "is empty"},
+      {"", {"--input", "samples"}, 1, "is empty"},
+      {std::string(40, '\x11'), {"--input", "stp"}, 1, "holds no ASYNC packet: nothing in it can"},
+      {padding, {"--input", "frames"}, 1, "the frames hold no source at all"},
+      {padding,
+       {"--input", "frames", "--atb-id", "9"},
+       1,
+       "the frames hold no byte of source 0x09"},
+      {words, {"--framing", "flag"}, 0, "2 words, but no complete message; another --framing may"},
+  };
+  for (const auto& c : cases) {
+    std::vector<std::string> arguments = c.options;
+    arguments.insert(arguments.end(), {"-", "--format", "jsonl"});
+    const ToolResult result = decode(arguments, c.bytes);
+    EXPECT_EQ(result.status, c.status) << c.line << result.err;
+    EXPECT_EQ(result.out, "") << c.line;
+    EXPECT_THAT(result.err, StartsWith(std::string("qbt2: standard input: ") + c.line));
+    EXPECT_EQ(lines_of(result.err).size(), 1U) << result.err;
+  }
+}
+
+TEST_F(DecodeTrouble, SeveralSourcesNeedAChoice) {
+  const std::string path =
+      generate("capture", {"--input", "frames", "--other-sources", "2", "--messages", "2000"});
+  const ToolResult open = decode({path, "-o", at("rows")});
+  EXPECT_EQ(open.status, 2);
+  EXPECT_THAT(open.err, HasSubstr("holds the sources 0x01, 0x02, 0x10; choose one with --atb-id"));
+  EXPECT_FALSE(std::filesystem::exists(at("rows")));
+  const ToolResult chosen = decode({path, "--atb-id", "16", "--format", "csv"});
+  EXPECT_EQ(chosen.status, 0);
+  EXPECT_EQ(lines_of(chosen.out).size(), 2001U);
+  // The generator's settings name the source; --atb-id goes before them.
+  EXPECT_EQ(lines_of(decode({path, "--config", path + ".cfg", "--format", "csv"}).out).size(),
+            2001U);
+  const ToolResult absent =
+      decode({path, "--config", path + ".cfg", "--atb-id", "0x33", "--format", "jsonl"});
+  EXPECT_EQ(absent.status, 1);
+  EXPECT_EQ(absent.out, "");
+  EXPECT_THAT(absent.err,
+              HasSubstr("the frames hold no byte of source 0x33, but 0x01, 0x02, 0x10"));
+}
+
+// ---- what ends a run ----
+
+TEST_F(DecodeTrouble, WhatCannotBeDoneIsToldInOneLineAndLeavesNothingBehind) {
+  const std::string good = small_capture();
+  const std::string text = put("text", "This is no capture, whatever its name says.\n");
+  const std::string config = put("bad.tdf", "TDF2\x01");
+  const std::string no_json = put("bad.json", "{");
+  const std::string rows = at("rows");
+  const struct {
+    std::vector<std::string> arguments;
+    std::string line;  // CLI11's own answers have a second one
+  } cases[] = {
+      {{}, "CAPTURE is required"},
+      {{at("missing")}, "qbt2: " + at("missing") + ": cannot open: No such file or directory"},
+      {{folder_}, "qbt2: " + folder_ + ": is a directory"},
+      {{good, at("missing")}, "qbt2: " + at("missing") + ": cannot open: No such file"},
+      {{text}, "qbt2: " + text + ": byte 0: is no capture that can be recognised"},
+      {{good, text}, "qbt2: " + text + ": byte 0: is no capture"},
+      {{"-", "-"}, "qbt2: standard input (-) can be read only once"},
+      {{good, "--input", "stp", "--atb-id", "1"}, "qbt2: --atb-id goes with --input frames"},
+      {{good, "--input", "samples", "--framing", "flag"}, "qbt2: --framing goes with STP"},
+      {{good, "--input", "samples", "--clock-hz", "1"}, "qbt2: --clock-hz goes with STP"},
+      {{good, "--format", "none"}, "qbt2: -o contradicts --format none"},
+      {{good, "--input", "wav"}, "--input: wav not in {auto,samples,stp,frames}"},
+      {{good, "--framing", "last"}, "--framing: last not in"},
+      {{good, "--format", "xml"}, "--format: xml not in"},
+      {{good, "--nonsense"}, "The following argument was not expected: --nonsense"},
+      {{good, "--columns", "Byts"}, "qbt2: unknown column 'Byts'; the nearest is 'Bytes'"},
+      {{good, "--columns", "Bytes,"}, "qbt2: "},
+      {{good, "--columns", "Bytes,bytes"}, "qbt2: "},
+      {{good, "--columns", ""}, "--columns: empty value"},
+      {{good, "--limit", ""}, "--limit: empty value"},
+      {{good, "--config", ""}, "--config: empty value"},
+      {{good, "--plugin", ""}, "--plugin: empty value"},
+      {{""}, "CAPTURE: empty value"},
+      {{good, "--limit", "ten"}, "qbt2: --limit: 'ten' is not a number (decimal, or hexadecimal"},
+      {{good, "--limit", "1k"}, "qbt2: --limit: '1k' is not a number"},
+      {{good, "--limit", "-1"}, "qbt2: --limit: '-1' is not a number"},
+      {{good, "--limit", "0x"}, "qbt2: --limit: '0x' is not a number"},
+      {{good, "--limit", "18446744073709551616"},
+       "qbt2: --limit: 18446744073709551616 is too large"},
+      {{good, "--master", "0x10000"}, "qbt2: --master: 0x10000 is too large (at most 65535)"},
+      {{good, "--atb-id", "128"}, "qbt2: --atb-id: 128 is too large (at most 127)"},
+      {{good, "--atb-id", "0"}, "qbt2: --atb-id: 0 is padding, not a source"},
+      {{good, "--clock-hz", "0"}, "qbt2: --clock-hz: at least 1"},
+      {{good, "--threads", "0"}, "qbt2: --threads: at least 1"},
+      {{good, "--threads", "257"}, "qbt2: --threads: 257 is too large (at most 256)"},
+      {{good, "--config", at("missing")}, "qbt2: " + at("missing") + ": cannot open: No such file"},
+      {{good, "--config", folder_}, "qbt2: " + folder_ + ": is a directory"},
+      {{good, "--config", config}, "qbt2: " + config + ": no settings: "},
+      {{good, "--config", "/dev/null"}, "qbt2: /dev/null: settings are read from a regular file"},
+      {{good, "--device", at("missing")}, "qbt2: " + at("missing") + ": "},
+      {{good, "--device", no_json}, "qbt2: " + no_json + ": byte "},
+      {{good, "--plugin", at("none.so")}, "qbt2: " + at("none.so") + ": cannot load the decoder"},
+      {{good, "--plugin", text}, "qbt2: " + text + ": cannot load the decoder plug-in: "},
+      {{good, "--plugin", "libm.so.6"},
+       "qbt2: libm.so.6: is no decoder plug-in, entry point Create"},
+  };
+  const std::size_t files_before = files();
+  for (const auto& c : cases) {
+    std::vector<std::string> arguments = c.arguments;
+    arguments.insert(arguments.end(), {"-o", rows});
+    const ToolResult result = decode(arguments);
+    EXPECT_EQ(result.status, 2) << c.line << result.err;
+    EXPECT_EQ(result.out, "") << c.line;
+    EXPECT_THAT(result.err, StartsWith(c.line));
+    EXPECT_EQ(lines_of(result.err).size(), c.line.starts_with("qbt2: ") ? 1U : 2U) << result.err;
+    EXPECT_EQ(files(), files_before) << c.line;
+  }
+  EXPECT_EQ(decode({good, "--format", "none", "--columns", "Bytes"}).err,
+            "qbt2: --columns contradicts --format none, which writes nothing\n");
+}
+
+TEST_F(DecodeTrouble, OutputsThatCannotBeWritten) {
+  const std::string path = generate("capture", {"--messages", "3000"});
+  const struct {
+    std::string output;
+    std::string line;
+  } cases[] = {
+      {"/dev/full", "qbt2: /dev/full: No space left on device\n"},
+      {at("missing/rows"), "qbt2: " + at("missing/rows") + ": No such file or directory\n"},
+      {folder_, "qbt2: " + folder_ + ": Is a directory\n"},
+      {path + "/rows", "qbt2: " + path + "/rows: Not a directory\n"},
+  };
+  const std::size_t files_before = files();
+  for (const auto& c : cases) {
+    for (const char* threads : {"1", "3"}) {
+      const ToolResult result = decode({path, "-o", c.output, "--threads", threads});
+      EXPECT_EQ(result.status, 2) << c.output;
+      EXPECT_THAT(result.err, HasSubstr(c.line));
+      EXPECT_EQ(files(), files_before) << c.output;
+    }
+  }
+}
+
+TEST_F(DecodeTrouble, AnInputThatCannotBeReadOrOpened) {
+  if (geteuid() == 0) GTEST_SKIP() << "root reads everything";
+  const std::string path = small_capture();
+  std::filesystem::permissions(path, std::filesystem::perms::none);
+  const ToolResult result = decode({path});
+  EXPECT_EQ(result.status, 2);
+  EXPECT_EQ(result.err, "qbt2: " + path + ": cannot open: Permission denied\n");
+}
+
+TEST_F(DecodeTrouble, AReaderThatGoesEndsTheRunQuietly) {
+  const std::string path = generate("capture", {"--messages", "100k"});
+  for (const char* threads : {"1", "4"}) {
+    ToolRun run;
+    run.arguments = {"decode", path, "--format", "csv", "--threads", threads, "--framing", "flag"};
+    run.close_output_after = 1;
+    const ToolResult result = run_tool(run);
+    EXPECT_EQ(result.status, 0);
+    EXPECT_EQ(result.err, "");
+    EXPECT_THAT(result.out, StartsWith("offset,"));
+  }
+  ToolRun columns;
+  columns.arguments = {"columns"};
+  columns.close_output_after = 0;
+  EXPECT_EQ(run_tool(columns).status, 0);
+}
+
+/// Runs a command under a shell, which can close streams; $QBT2 is the program.
+ToolResult run_in_shell(const std::string& command) {
+  ::setenv("QBT2", QBT2_TOOL_PATH, 1);
+  FILE* const pipe = ::popen(("(" + command + ") 2>/dev/null").c_str(), "r");
+  ToolResult result;
+  std::array<char, 4096> piece;
+  while (const std::size_t got = std::fread(piece.data(), 1, piece.size(), pipe)) {
+    result.out.append(piece.data(), got);
+  }
+  const int status = ::pclose(pipe);
+  result.status = WIFEXITED(status) ? WEXITSTATUS(status) : 128;
+  return result;
+}
+
+TEST_F(DecodeTrouble, ClosedStreams) {
+  const std::string good = small_capture();
+  const struct {
+    std::string command;
+    int status;
+    std::string rows;
+  } cases[] = {
+      {"$QBT2 decode " + good + " >&-", 2, ""},
+      {"$QBT2 columns >&-", 2, ""},
+      {"$QBT2 decode - <&-", 2, ""},
+      // What goes to the missing standard error must not end up in the file that got its number.
+      {"$QBT2 generate -o " + at("made") +
+           " --messages 10 2>&- && $QBT2 decode --framing flag --format jsonl "
+           "--columns offset --limit 1 " +
+           at("made") + " 2>&-",
+       0, "{\"offset\":30}\n"},
+  };
+  for (const auto& c : cases) {
+    const ToolResult result = run_in_shell(c.command);
+    EXPECT_EQ(result.status, c.status) << c.command;
+    EXPECT_EQ(result.out, c.rows) << c.command;
+  }
+}
+
+// ---- terminals ----
+
+struct TerminalResult {
+  int status = -1;
+  std::string text;
+};
+
+/// The program with a terminal of so many columns as all its streams; rows go to `output` if given.
+TerminalResult run_on_terminal(unsigned short columns, std::vector<std::string> arguments,
+                               const char* output = nullptr) {
+  winsize size{40, columns, 0, 0};
+  int terminal = -1;
+  const pid_t child = forkpty(&terminal, nullptr, nullptr, &size);
+  if (child == 0) {
+    if (output != nullptr) {
+      const int file = ::open(output, O_WRONLY | O_CREAT | O_TRUNC, 0600);
+      ::dup2(file, STDOUT_FILENO);
+    }
+    arguments.insert(arguments.begin(), QBT2_TOOL_PATH);
+    std::vector<char*> pointers;
+    for (std::string& argument : arguments) pointers.push_back(argument.data());
+    pointers.push_back(nullptr);
+    ::execv(QBT2_TOOL_PATH, pointers.data());
+    ::_exit(127);
+  }
+  TerminalResult result;
+  std::array<char, 4096> piece;
+  for (ssize_t got = 0; (got = ::read(terminal, piece.data(), piece.size())) > 0;) {
+    result.text.append(piece.data(), static_cast<std::size_t>(got));
+  }
+  ::close(terminal);
+  int status = 0;
+  ::waitpid(child, &status, 0);
+  result.status = WIFEXITED(status) ? WEXITSTATUS(status) : 128;
+  return result;
+}
+
+std::size_t characters(const std::string& line) {
+  return static_cast<std::size_t>(
+      std::count_if(line.begin(), line.end(), [](char c) { return (c & 0xC0) != 0x80; }));
+}
+
+TEST_F(DecodeTrouble, TheTableFitsTheTerminal) {
+  const std::string path = generate("capture", {"--messages", "500"});
+  for (const std::uint16_t columns : std::initializer_list<std::uint16_t>{60, 80, 120, 200}) {
+    const TerminalResult result =
+        run_on_terminal(columns, {"decode", path, "--config", path + ".cfg"});
+    EXPECT_EQ(result.status, 0);
+    EXPECT_THAT(result.text, Not(HasSubstr("\033")));  // no bar among rows
+    std::vector<std::string> lines = lines_of(result.text);
+    ASSERT_EQ(lines.size(), 503U) << columns;
+    EXPECT_THAT(lines.front(), HasSubstr("framing flag"));
+    lines.erase(lines.begin());
+    for (std::string& line : lines) {
+      line.pop_back();  // the terminal's CR
+      ASSERT_LE(characters(line), columns) << line;
+    }
+    EXPECT_EQ(characters(lines[1]), columns) << lines[1];  // the rule takes the whole width
+  }
+}
+
+TEST_F(DecodeTrouble, TheProgressBarIsDrawnOnlyWhereItIsWanted) {
+  const std::string path = generate("capture", {"--messages", "200k"});
+  const auto has_bar = [](const std::string& text) {
+    return text.find("\r\033[K[#") != std::string::npos;
+  };
+  const std::vector<std::string> count = {"decode", path, "--format", "csv"};
+  const auto with = [&](const char* word) {
+    std::vector<std::string> arguments = count;
+    arguments.insert(arguments.end(), {"--progress", word, "-o", "/dev/null"});
+    return arguments;
+  };
+  EXPECT_TRUE(has_bar(run_on_terminal(80, with("auto")).text));
+  EXPECT_TRUE(has_bar(run_on_terminal(80, count, "/dev/null").text));
+  EXPECT_FALSE(has_bar(run_on_terminal(80, with("never")).text));
+  EXPECT_TRUE(has_bar(run_tool(with("always")).err));
+  EXPECT_FALSE(has_bar(run_tool(with("auto")).err));
+  ::setenv("NO_COLOR", "1", 1);
+  EXPECT_FALSE(has_bar(run_on_terminal(80, with("auto")).text));
+  ::setenv("NO_COLOR", "", 1);  // empty counts as not set
+  EXPECT_TRUE(has_bar(run_on_terminal(80, with("auto")).text));
+  ::unsetenv("NO_COLOR");
+  const std::string text = run_on_terminal(80, with("auto")).text;
+  EXPECT_EQ(text.substr(text.size() - 4), "\r\033[K") << "the bar is wiped at the end";
+}
+
+// ---- help ----
+
+TEST(ToolHelp, EveryCommandTellsItsOptions) {
+  const struct {
+    std::vector<std::string> arguments;
+    std::vector<const char*> words;
+  } cases[] = {
+      {{"--help"}, {"decode", "columns", "generate", "--version"}},
+      {{"decode", "--help"},
+       {"CAPTURE", "--input", "--atb-id", "--framing", "--config", "--device", "--master",
+        "--clock-hz", "--format", "--output", "--columns", "--limit", "--stats", "--plugin",
+        "--progress", "--threads"}},
+      {{"columns", "--help"}, {"--format", "--plugin"}},
+      {{"generate", "--help"}, {"--output", "--messages", "--seed", "--damage"}},
+  };
+  for (const auto& c : cases) {
+    const ToolResult result = run_tool(c.arguments);
+    EXPECT_EQ(result.status, 0);
+    EXPECT_EQ(result.err, "");
+    EXPECT_THAT(result.out, Not(HasSubstr("\033")));
+    for (const char* word : c.words) EXPECT_THAT(result.out, HasSubstr(word));
+  }
+  EXPECT_THAT(run_tool({"--version"}).out, StartsWith("qbt2 "));
+  EXPECT_EQ(run_tool(std::vector<std::string>{}).status, 2);
+}
+
+TEST(ColumnsCommand, ListsTheCatalogue) {
+  const auto table = lines_of(run_tool({"columns"}).out);
+  ASSERT_EQ(table.size(), 46U);
+  EXPECT_THAT(table[6], AllOf(HasSubstr(" 5  MaxWait"), HasSubstr("Max Wait"), HasSubstr(" 16  ")));
+  const auto objects = lines_of(run_tool({"columns", "--format", "jsonl"}).out);
+  ASSERT_EQ(objects.size(), 45U);
+  EXPECT_EQ(
+      objects[4],
+      R"({"column":4,"key":"Matched","name":"Matched Transactions","bits":32,)"
+      R"("description":"Total number of matched transactions recorded per sampling window."})");
+  EXPECT_EQ(run_tool({"columns", "--plugin", "libm.so.6"}).status, 2);
+}
+
+}  // namespace
+}  // namespace qbt2::test

@@ -1,0 +1,106 @@
+#pragma once
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <stdlib.h>
+
+#include <algorithm>
+#include <cstdint>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <map>
+#include <sstream>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "tests/tools/run_tool.h"
+
+/// What the tests of the program share: a folder of their own, and captures put together by hand.
+namespace qbt2::test {
+
+/// A STP stream from its nibbles in the order of sending, written as hexadecimal digits; blanks are
+/// for the reader only. The low half of a byte comes first. An odd number gets a NULL packet.
+inline std::string stp(std::string_view digits) {
+  std::string nibbles;
+  std::copy_if(digits.begin(), digits.end(), std::back_inserter(nibbles),
+               [](char c) { return c != ' '; });
+  if (nibbles.size() % 2 != 0) nibbles += '0';
+  std::string bytes;
+  for (std::size_t i = 0; i < nibbles.size(); i += 2) {
+    bytes += static_cast<char>(std::stoi(std::string{nibbles[i + 1], nibbles[i]}, nullptr, 16));
+  }
+  return bytes;
+}
+
+inline std::string le32(std::uint32_t value) {
+  std::string bytes;
+  for (int shift = 0; shift < 32; shift += 8) bytes += static_cast<char>(value >> shift & 0xFF);
+  return bytes;
+}
+
+inline std::string sample(std::uint8_t probe, const std::vector<std::uint32_t>& words) {
+  std::string bytes = {0, static_cast<char>(probe), 0, 0};
+  bytes += le32(static_cast<std::uint32_t>(5 * words.size()));
+  for (const std::uint32_t word : words) bytes.append("\x04").append(le32(word));
+  return bytes;
+}
+
+inline std::vector<std::string> lines_of(const std::string& text) {
+  std::vector<std::string> lines;
+  std::istringstream stream(text);
+  for (std::string line; std::getline(stream, line);) lines.push_back(line);
+  return lines;
+}
+
+/// The "name: value" lines of --stats.
+inline std::map<std::string, std::uint64_t> statistics(const std::string& text) {
+  std::map<std::string, std::uint64_t> values;
+  for (const std::string& line : lines_of(text)) {
+    const std::size_t colon = line.find(": ");
+    if (line.starts_with("qbt2: ") || colon == std::string::npos) continue;
+    values[line.substr(0, colon)] = std::strtoull(line.c_str() + colon + 2, nullptr, 10);
+  }
+  return values;
+}
+
+class ToolTest : public testing::Test {
+ protected:
+  ToolTest() {
+    std::string folder = testing::TempDir() + "qbt2-tool-XXXXXX";
+    folder_ = mkdtemp(folder.data());
+  }
+  ~ToolTest() override { std::filesystem::remove_all(folder_); }
+
+  std::string at(const std::string& name) const { return folder_ + "/" + name; }
+  std::string put(const std::string& name, const std::string& bytes) const {
+    std::ofstream(at(name), std::ios::binary) << bytes;
+    return at(name);
+  }
+  std::string get(const std::string& name) const {
+    std::ostringstream text;
+    text << std::ifstream(at(name), std::ios::binary).rdbuf();
+    return text.str();
+  }
+  std::size_t files() const {
+    const std::filesystem::directory_iterator entries(folder_);
+    return static_cast<std::size_t>(std::distance(begin(entries), end(entries)));
+  }
+
+  static ToolResult decode(std::vector<std::string> arguments, const std::string& input = {}) {
+    arguments.insert(arguments.begin(), "decode");
+    return run_tool(arguments, input);
+  }
+  /// A capture by the program's own generator, and its settings beside it.
+  std::string generate(const std::string& name, std::vector<std::string> options) const {
+    options.insert(options.begin(), {"generate", "-o", at(name), "--settings", at(name + ".cfg")});
+    const ToolResult made = run_tool(options);
+    EXPECT_EQ(made.status, 0) << made.err;
+    return at(name);
+  }
+
+  std::string folder_;
+};
+
+}  // namespace qbt2::test
