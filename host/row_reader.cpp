@@ -110,8 +110,7 @@ std::size_t RowReader::read(std::span<const std::uint8_t> stream, const RowHead&
                             RowBatch& rows, RecordFault& fault) {
   fault = {};
   if (rows.full()) rows.grow();
-  Shape* shape = shape_for(stream);
-  if (shape != nullptr && matches(*shape, stream)) {
+  if (Shape* const shape = matching_shape(stream)) {
     if (shape->text_generation != rows.texts().generation()) read_texts_again(*shape, rows.texts());
     read_values(*shape, stream, rows);
     take_from_host(rows.head(rows.size()), head);
@@ -119,6 +118,12 @@ std::size_t RowReader::read(std::span<const std::uint8_t> stream, const RowHead&
     return 1;
   }
   return read_rows(stream, head, rows, fault);
+}
+
+std::optional<RowKind> RowReader::recognise(std::span<const std::uint8_t> stream) const {
+  const Shape* const shape = matching_shape(stream);
+  if (shape == nullptr) return std::nullopt;
+  return shape->head.kind;
 }
 
 std::size_t RowReader::read_rows(std::span<const std::uint8_t> stream, const RowHead& head,
@@ -224,14 +229,17 @@ void RowReader::set_text(RowHead& row, Field field, std::uint32_t text) {
 }
 
 /// Probe and length pick the slot: the rows of one probe differ in length by their kind only.
-std::unique_ptr<RowReader::Shape>* RowReader::slot_for(std::span<const std::uint8_t> stream) {
-  if (stream.size() < kMinShapeBytes || stream.size() > kMaxShapeBytes) return nullptr;
-  return &shapes_[(stream[1] + stream.size()) % kShapeSlots];
+std::optional<std::size_t> RowReader::slot_for(std::span<const std::uint8_t> stream) {
+  if (stream.size() < kMinShapeBytes || stream.size() > kMaxShapeBytes) return std::nullopt;
+  return (stream[1] + stream.size()) % kShapeSlots;
 }
 
-RowReader::Shape* RowReader::shape_for(std::span<const std::uint8_t> stream) {
-  const auto* slot = slot_for(stream);
-  return slot == nullptr ? nullptr : slot->get();
+/// The shape that the stream has, or null.
+RowReader::Shape* RowReader::matching_shape(std::span<const std::uint8_t> stream) const {
+  const auto slot = slot_for(stream);
+  if (!slot) return nullptr;
+  Shape* const shape = shapes_[*slot].get();
+  return shape != nullptr && matches(*shape, stream) ? shape : nullptr;
 }
 
 bool RowReader::matches(const Shape& shape, std::span<const std::uint8_t> stream) {
@@ -285,10 +293,10 @@ void RowReader::visit_fields(std::span<const std::uint8_t> row, const Visit& vis
 }
 
 void RowReader::remember(std::span<const std::uint8_t> stream, const RowBatch& rows) {
-  auto* const slot = slot_for(stream);
-  if (slot == nullptr) return;
-  if (*slot == nullptr) *slot = std::make_unique<Shape>();
-  Shape& shape = **slot;
+  const auto slot = slot_for(stream);
+  if (!slot) return;
+  if (shapes_[*slot] == nullptr) shapes_[*slot] = std::make_unique<Shape>();
+  Shape& shape = *shapes_[*slot];
   shape.bytes.assign(stream.begin(), stream.end());
   shape.fixed.assign(stream.size(), 0xFF);
   for (auto& places : shape.places) places.clear();

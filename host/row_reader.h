@@ -3,6 +3,7 @@
 #include <array>
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <span>
 #include <string_view>
 #include <vector>
@@ -38,6 +39,10 @@ class RowReader {
   /// on a fault nothing is added and `fault` tells why. `rows` was made for the same catalogue.
   std::size_t read(std::span<const std::uint8_t> stream, const RowHead& head, RowBatch& rows,
                    RecordFault& fault);
+
+  /// For whoever only counts: the kind of the one row that read() would add, where the stream has
+  /// the shape of a row read before. Empty otherwise: read() must be asked.
+  std::optional<RowKind> recognise(std::span<const std::uint8_t> stream) const;
 
  private:
   enum class Field : std::uint8_t {
@@ -89,8 +94,8 @@ class RowReader {
                                RowBatch& rows);
   static void set_text(RowHead& row, Field field, std::uint32_t text);
 
-  std::unique_ptr<Shape>* slot_for(std::span<const std::uint8_t> stream);
-  Shape* shape_for(std::span<const std::uint8_t> stream);
+  static std::optional<std::size_t> slot_for(std::span<const std::uint8_t> stream);
+  Shape* matching_shape(std::span<const std::uint8_t> stream) const;
   void remember(std::span<const std::uint8_t> stream, const RowBatch& rows);
   static bool matches(const Shape& shape, std::span<const std::uint8_t> stream);
   template <std::size_t kSize>
