@@ -15,6 +15,7 @@
 #include <string_view>
 #include <vector>
 
+#include "tests/host/sample_bytes.h"
 #include "tests/tools/run_tool.h"
 
 /// What the tests of the program share: a folder of their own, and captures put together by hand.
@@ -31,19 +32,6 @@ inline std::string stp(std::string_view digits) {
   for (std::size_t i = 0; i < nibbles.size(); i += 2) {
     bytes += static_cast<char>(std::stoi(std::string{nibbles[i + 1], nibbles[i]}, nullptr, 16));
   }
-  return bytes;
-}
-
-inline std::string le32(std::uint32_t value) {
-  std::string bytes;
-  for (int shift = 0; shift < 32; shift += 8) bytes += static_cast<char>(value >> shift & 0xFF);
-  return bytes;
-}
-
-inline std::string sample(std::uint8_t probe, const std::vector<std::uint32_t>& words) {
-  std::string bytes = {0, static_cast<char>(probe), 0, 0};
-  bytes += le32(static_cast<std::uint32_t>(5 * words.size()));
-  for (const std::uint32_t word : words) bytes.append("\x04").append(le32(word));
   return bytes;
 }
 
