@@ -10,6 +10,11 @@ using Kz::Dvt::Trace::DecodeError;
 void StpQBTracer2Decoder::ProcessSamples(std::uint32_t /*unused*/, std::uint8_t* input,
                                          std::uint32_t capacity, std::uint8_t* output,
                                          std::uint32_t& bytesProduced) {
+  if (input == nullptr || output == nullptr) {
+    QBT2_LOG(kLogAboveTwo, KZ_DVT::uLogKindError, kDecoderLogStyle,
+             "StpQBTracer2Decoder: unknown error");
+    throw DecodeError{2, 0};
+  }
   inputBuffer = input;
   currentProbeId = input[kSampleProbeIdOffset];
   outputCursor = output;

@@ -61,7 +61,8 @@ class CDecoderUnitIF {
   /// columns of their kind.
   virtual void AddColumn(std::uint32_t id, bool enable) = 0;
   /// Decodes one sample into `output` (`capacity` bytes; more than 99 expected) and sets
-  /// `bytesProduced` (at least 1). Throws DecodeError; `bytesProduced` is then not set.
+  /// `bytesProduced` (at least 1). Throws DecodeError (null pointers: {2, 0}); `bytesProduced` is
+  /// then not set.
   virtual void ProcessSamples(std::uint32_t unused, std::uint8_t* input, std::uint32_t capacity,
                               std::uint8_t* output, std::uint32_t& bytesProduced) = 0;
   /// Reloads the use case from the configuration manager.

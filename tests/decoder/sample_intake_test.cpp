@@ -69,6 +69,17 @@ TEST_F(SampleIntakeTest, LogRecordsInFull) {
                             "Failed. index: 5, TotalBytes: 8\n"));
 }
 
+TEST_F(SampleIntakeTest, NullPointersAreRefused) {
+  Bytes sample = Sample(9, {1, 2});
+  Bytes output(400);
+  std::uint32_t produced = 77;
+  EXPECT_EQ(ErrorOf([&] { unit_->ProcessSamples(0, nullptr, 400, output.data(), produced); }),
+            "{2, 0}");
+  EXPECT_EQ(ErrorOf([&] { unit_->ProcessSamples(0, sample.data(), 400, nullptr, produced); }),
+            "{2, 0}");
+  EXPECT_EQ(produced, 77U);
+}
+
 TEST_F(SampleIntakeTest, LowCapacityIsTold) {
   const std::string text = "StpQBTracer2Decoder: output buffer size is low: ";
   Decode(Sample(9, {1}), 100);
