@@ -24,8 +24,9 @@ enum eFunctionType : std::uint32_t { eFunctionTypeDefault = 0 };
 /// How a host reads a column's value; the catalogue columns all answer 140.
 enum eInput : std::uint32_t { eInputUnsignedValue = 140 };
 
-/// The only exception that leaves ProcessSamples, thrown by value.
-struct DecodeError {
+/// The only exception that leaves ProcessSamples, thrown by value. Exported, so that a host's catch
+/// finds the one type, however its runtime compares types.
+struct QBT2_API DecodeError {
   std::uint32_t kind;    ///< 0 output problem, 2 input problem
   std::uint32_t detail;  ///< kind 0: bytes written so far, or bytes needed; otherwise 0
 };

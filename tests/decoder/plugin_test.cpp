@@ -79,8 +79,9 @@ TEST_F(PluginTest, DecodesThroughTheEntryPoints) {
 
 TEST_F(PluginTest, ExportedAndHiddenSymbols) {
   ASSERT_NE(library_, nullptr) << dlerror();
+  // The last one: typeinfo for Kz::Dvt::Trace::DecodeError.
   const char* const exported[] = {"CreateDecoderUnit", "DestroyDecoderUnit", "g_log_enable",
-                                  "g_log_level"};
+                                  "g_log_level", "_ZTIN2Kz3Dvt5Trace11DecodeErrorE"};
   for (const char* name : exported) {
     EXPECT_NE(dlsym(library_, name), nullptr) << name;
   }
