@@ -55,43 +55,6 @@ TEST(BooleanProperty, ValuesTravelDownAndOffTravelsUp) {
   EXPECT_EQ(tree.Values(), "00000");
 }
 
-TEST(BooleanProperty, OffReachesTheGroupsAboveTheSwitchedOne) {
-  BooleanTree tree(true);
-  tree.parent->SetValue(false);
-  EXPECT_EQ(tree.Values(), "00000");
-}
-
-TEST(BooleanProperty, ASiblingOfAnotherKindStopsBothDirections) {
-  BooleanTree tree(false);
-  tree.parent->AddChild(IntegerProperty::Construct(Named("integer"), 1, false));
-  tree.parent->SetValue(true);
-  EXPECT_EQ(tree.Values(), "01000");
-  tree.children[0]->SetValueNoUpdate(true);
-  tree.children[0]->SetValue(false);
-  tree.parent->UpdateSelf();
-  EXPECT_EQ(tree.Values(), "01000");
-  tree.parent->UpdateSubProperties();
-  EXPECT_EQ(tree.Values(), "01000");
-}
-
-TEST(BooleanProperty, UpdateSubPropertiesFillsGroupsThatAreOff) {
-  BooleanTree tree(false);
-  tree.grandparent->SetValueNoUpdate(true);
-  tree.children[1]->SetValueNoUpdate(true);
-  tree.grandparent->UpdateSubProperties();
-  EXPECT_EQ(tree.Values(), "11010") << "a group with a child on is left alone";
-  tree.children[1]->SetValueNoUpdate(false);
-  tree.parent->SetValueNoUpdate(false);
-  tree.grandparent->UpdateSubProperties();
-  EXPECT_EQ(tree.Values(), "11111");
-}
-
-TEST(BooleanProperty, UpdateSelfSwitchesOffANodeWithoutChildren) {
-  BooleanTree tree(true);
-  tree.children[0]->UpdateSelf();
-  EXPECT_EQ(tree.Values(), "11011");
-}
-
 TEST(BooleanProperty, SwitchedOffItOffersNoChildKey) {
   const auto node = Boolean("n", true);
   node->SetChildKey("key");
