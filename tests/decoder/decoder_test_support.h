@@ -29,6 +29,7 @@ struct StpQBTracer2DecoderPeer {
   auto& CurrentProbeId() { return unit.currentProbeId; }
   auto& ClockRate() { return unit.clockRate; }
   auto& Columns() { return unit.columns; }
+  [[nodiscard]] const auto& MasterIds() const { return unit.masterIds; }
   auto& Utility() { return unit.deviceDatabaseUtility; }
   [[nodiscard]] void* DestroyUtility() const { return unit.destroyDeviceDatabaseUtility; }
   [[nodiscard]] std::uint32_t BytesWritten() const { return unit.bytesWritten; }
