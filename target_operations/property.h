@@ -85,9 +85,10 @@ class QBT2_API Property : public ReferenceCount, public virtual IAttachablePrope
   /// Whether both trees have the same shape, names, kinds and typed values. Descriptions, flags,
   /// keys and tags do not count. Children that are no Property are equal only to themselves.
   ///
-  /// Leaves references behind on typed nodes, deliberately: each time a typed node is compared, it
-  /// and its counterpart keep one more (a LocationProperty2 two, as it is first tried as a
-  /// location). Plain nodes keep none. May overwrite the page of a LocationProperty2 in this tree.
+  /// Leaves references behind on typed nodes, deliberately: each time a typed node of this tree is
+  /// compared, it and its counterpart keep one more. A LocationProperty2 of this tree keeps two, as
+  /// it is first tried as a location; its counterpart keeps one. Plain nodes of this tree keep none
+  /// and leave none. May overwrite the page of a LocationProperty2 in this tree.
   virtual bool IsEqual(Property& other);
   /// Brings children and value in line; plain nodes have nothing to do.
   virtual void UpdateSelf();
