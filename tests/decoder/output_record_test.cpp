@@ -91,13 +91,6 @@ TEST_F(OutputRecordTest, FullBuffer) {
   }
 }
 
-TEST_F(OutputRecordTest, TextLongerThanTheRoomLeft) {
-  const std::string eleven = "elevenchars";
-  Start(10);
-  EXPECT_EQ(ErrorOf([&] { Peer().OutputString(&eleven, 1); }), "{0, 11}");
-  EXPECT_EQ(Peer().BytesWritten(), 0U);
-}
-
 TEST_F(OutputRecordTest, HexString) {
   EXPECT_EQ(Peer().Hex(0), "0");
   EXPECT_EQ(Peer().Hex(255), "ff");

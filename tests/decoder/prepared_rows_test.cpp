@@ -151,17 +151,6 @@ TEST_F(PreparedRowsTest, RandomSamples) {
   }
 }
 
-TEST_F(PreparedRowsTest, EveryCapacity) {
-  for (const std::uint8_t probe : Bytes{1, 3, 8}) {
-    for (const std::size_t words : {2U, 4U, 6U}) {
-      for (std::uint32_t capacity = 0; capacity <= 400 && !HasFailure(); ++capacity) {
-        ExpectSame(Sample(probe, Words(words, 0x5A5AA5A5)), capacity);
-      }
-    }
-  }
-  ExpectSame(Sample(1, {1, 2}), 0xFFFFFFFF);
-}
-
 // The comparison would hold as well if nothing took the quick road.
 TEST_F(PreparedRowsTest, WhatTakesTheQuickRoad) {
   struct {
