@@ -241,6 +241,7 @@ TEST_F(TdfCommandTest, WhatCannotBeWrittenLeavesNothingBehind) {
       {{"create", fresh, "--section", "A:1=" + blob, "--section", "A:1=" + blob}, "A 1 already"},
       {{"create", fresh, "--section", "A:1=" + at("none")}, "cannot open"},
       {{"create", fresh, "--section", "A:1=" + huge}, "would be 134217729 bytes long"},
+      {{"create", fresh, "--section", "=" + blob}, "is not NAME:VERSION=FILE"},
       {{"add", tdf}, "nothing to add"},
       {{"add", tdf, "--decoder-info", decoder}, "has a section KZDecode 1 already"},
       {{"add", tdf, "--section", "A:1=" + blob, "--section", "B:1=" + at("none")}, "cannot open"},

@@ -71,6 +71,7 @@ Command add_list(CLI::App& tdf) {
   app->add_option("--format", arguments->format, "How to print: table or json")
       ->check(CLI::IsMember({"table", "json"}))
       ->capture_default_str();
+  refuse_empty_values(*app);
   return {app, [arguments] { return run_list(*arguments); }};
 }
 
@@ -99,6 +100,7 @@ Command add_extract(CLI::App& tdf) {
   app->add_option("-o,--output", arguments->output, "Where to; - is standard output")
       ->capture_default_str();
   arguments->section.add_version_option(*app);
+  refuse_empty_values(*app);
   return {app, [arguments] { return run_extract(*arguments); }};
 }
 
@@ -155,6 +157,7 @@ Command add_verify(CLI::App& tdf) {
   app->add_option("--format", arguments->format, "How to print: text or json")
       ->check(CLI::IsMember({"text", "json"}))
       ->capture_default_str();
+  refuse_empty_values(*app);
   return {app, [arguments] { return run_verify(*arguments); }};
 }
 

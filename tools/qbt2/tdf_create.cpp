@@ -102,6 +102,7 @@ Command add_tdf_create(CLI::App& tdf) {
                   "Trace header: lines of KEY=VALUE (default: all texts empty, all numbers 0)");
   add_section_options(*app, *arguments);
   app->add_flag("--force", arguments->force, "Replace a file that is there already");
+  refuse_empty_values(*app);
   return {app, [arguments] { return run_create(*arguments); }};
 }
 
@@ -110,6 +111,7 @@ Command add_tdf_add(CLI::App& tdf) {
   const auto arguments = std::make_shared<BuildArguments>();
   app->add_option("FILE", arguments->file, "The trace data file to add to")->required();
   add_section_options(*app, *arguments);
+  refuse_empty_values(*app);
   return {app, [arguments] { return run_add(*arguments); }};
 }
 

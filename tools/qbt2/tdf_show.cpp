@@ -373,6 +373,7 @@ Command add_tdf_show(CLI::App& tdf) {
   app->add_option("--format", arguments->format, "How to print: text or json")
       ->check(CLI::IsMember({"text", "json"}))
       ->capture_default_str();
+  refuse_empty_values(*app);
   return {app, [arguments] { return run_show(*arguments); }};
 }
 
