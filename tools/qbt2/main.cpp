@@ -13,6 +13,7 @@
 #include "tools/qbt2/command.h"
 #include "tools/qbt2/decode_command.h"
 #include "tools/qbt2/generate_command.h"
+#include "tools/qbt2/info_command.h"
 #include "tools/qbt2/tdf_command.h"
 
 namespace {
@@ -57,6 +58,7 @@ int main(int argc, char** argv) {
       qbt2::tool::add_columns_command(app),
       qbt2::tool::add_generate_command(app),
       qbt2::tool::add_tdf_command(app),
+      qbt2::tool::add_info_command(app),
   };
   try {
     app.parse(argc, argv);
