@@ -242,8 +242,13 @@ TEST_F(TdfHandler, WalkStopsAtWhatIsNoSection) {
 TEST_F(TdfHandler, CutPayloadGivesTheBytesThatAreThere) {
   const std::string path = Put("a.tdf", "TDF2" + Word(0x8000000) + Word(1) + Text("S") + "12345");
   std::uint32_t length = 0;
+  std::uint32_t position = 0;
   TDFHandler::GetSectionDataLengthInBytes(path.c_str(), "S", 1, length);
-  EXPECT_EQ(length, 5u);
+  EXPECT_EQ(length, 0x8000000u - 13) << "as the header has it";
+  length = 0;
+  TDFHandler::GetSectionDataPosition(path.c_str(), "S", 1, position, length);
+  EXPECT_EQ(position, 17u);
+  EXPECT_EQ(length, 0x8000000u - 13);
   EXPECT_EQ(Load(path, "S", 1), "12345");
 }
 

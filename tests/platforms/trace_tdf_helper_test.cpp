@@ -268,6 +268,23 @@ TEST_F(TraceSections, DecoderInformationSkipsBadLines) {
   }
 }
 
+TEST_F(TraceSections, CutSectionTakesNoMoreMemoryThanItsFile) {
+  const std::string path =
+      Put("a.tdf", "TDF2" + Word(0x8000000) + Word(1) + Text("KZDecode") + "DECODER=X\nATBID=5");
+  TraceDecode_t::TraceDecodeData_t data;
+  std::string error;
+  const auto mostKilobytes = [] {
+    rusage usage = {};
+    getrusage(RUSAGE_SELF, &usage);
+    return usage.ru_maxrss;
+  };
+  const long before = mostKilobytes();
+  ASSERT_TRUE(TraceDecode_t(path).Load(data, error)) << error;
+  EXPECT_LT(mostKilobytes() - before, 64 * 1024) << "the header claims 128 MiB";
+  EXPECT_EQ(data.decoder, "X");
+  EXPECT_EQ(data.atbId, 5u);
+}
+
 // --- device identifier ------------------------------------------------------------------------
 
 using DevIdData_t = DeviceIdentifier_t::DevIdData_t;

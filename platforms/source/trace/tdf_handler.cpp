@@ -217,7 +217,9 @@ bool TDFHandler::SeekSectionData(std::FILE* stream, const char* name, std::uint3
     if (section.payloadOffset > kMaxUint32 || !SeekTo(stream, section.payloadOffset)) {
       return false;  // positions are 32 bits wide
     }
-    dataLength = static_cast<std::uint32_t>(section.payloadLength);
+    // What the header claims; how much of it a cut file still holds, LoadSectionData tells.
+    dataLength =
+        static_cast<std::uint32_t>(section.offset + section.length - section.payloadOffset);
     return true;
   }
   return false;

@@ -45,13 +45,14 @@ class QBT2_API TDFHandler {
                               const void* data, std::uint32_t itemSize, std::uint32_t itemCount,
                               std::uint32_t& sectionLength);
 
-  /// Payload bytes of the first section of this name and version. The bytes that are there: a
-  /// payload that the end of the file cuts counts up to that end. The file's extension is not
-  /// looked at.
+  /// Payload bytes of the first section of this name and version, as its header has them: at most
+  /// 128 MiB, and more than the file holds where its end cuts the payload. The file's extension is
+  /// not looked at.
   static void GetSectionDataLengthInBytes(const char* path, const char* name, std::uint32_t version,
                                           std::uint32_t& dataLength);
 
-  /// Copies the payload, or as much of it as the buffer takes, which is no error.
+  /// Copies the payload, or as much of it as the buffer takes, which is no error; nor is a payload
+  /// that the end of the file cuts. `bytesRead` is what really came.
   static void LoadSectionData(const char* path, const char* name, std::uint32_t version,
                               void* buffer, std::uint32_t bufferSize, std::uint32_t& bytesRead);
 

@@ -71,8 +71,9 @@ bool LoadSectionText(const std::string& fileName, const SectionKind& kind, std::
   std::uint32_t length = 0;
   std::uint32_t got = 0;
   TDFHandler::GetSectionDataLengthInBytes(fileName.c_str(), kind.name, kind.version, length);
-  // The length is what the file really holds, so this allocates no more than the file's size. The
-  // byte more shows a file that grew between the two calls.
+  // A header may claim more than the file holds; no more than that is allocated. The byte more
+  // shows a file that grew between the two calls.
+  length = std::min(length, FileSize(fileName.c_str()));
   std::vector<char> buffer(std::size_t{length} + 1);
   TDFHandler::LoadSectionData(fileName.c_str(), kind.name, kind.version, buffer.data(), length + 1,
                               got);
