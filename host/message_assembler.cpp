@@ -164,7 +164,8 @@ void MessageAssembler::end(Source& source, const Time& time) {
 
 void MessageAssembler::emit(Source& source, const Time& time) {
   const auto payload = static_cast<std::uint32_t>(kSampleWordBytes * source.words);
-  SampleHead head;
+  // Filled in where it stays: written field by field and then copied, it would wait for the stores.
+  SampleHead& head = batch_->heads.emplace_back();
   head.master = master_of(source.key);
   head.offset = source.offset;
   head.begin = static_cast<std::uint32_t>(batch_->bytes.size());
@@ -176,7 +177,6 @@ void MessageAssembler::emit(Source& source, const Time& time) {
   source.sample[1] = static_cast<std::uint8_t>(head.master);
   store_le32(source.sample.data() + 4, payload);
   batch_->bytes.insert(batch_->bytes.end(), source.sample.data(), source.sample.data() + head.size);
-  batch_->heads.push_back(head);
 }
 
 void MessageAssembler::on_source_error(const StpPacket& packet) {
