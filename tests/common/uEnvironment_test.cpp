@@ -82,7 +82,7 @@ TEST(UEnvironment, TraceDirectoriesAreBelowHome) {
     setenv("HOME", home.path().c_str(), 1);
     const std::string root = home / ".KZ-trace";
     std::string out = "old";
-    EXPECT_EQ(KZ_DVT::GetTraceUserDirectory(out), root);
+    EXPECT_EQ(::GetTraceUserDirectory(out), root);
     EXPECT_FALSE(Exists(root));
     EXPECT_EQ(uEnvironment::GetTraceUserSettingsDirectory(out), root + "/settings");
     EXPECT_TRUE(Exists(root + "/settings"));

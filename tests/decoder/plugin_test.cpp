@@ -79,9 +79,18 @@ TEST_F(PluginTest, DecodesThroughTheEntryPoints) {
 
 TEST_F(PluginTest, ExportedAndHiddenSymbols) {
   ASSERT_NE(library_, nullptr) << dlerror();
-  // The last one: typeinfo for Kz::Dvt::Trace::DecodeError.
-  const char* const exported[] = {"CreateDecoderUnit", "DestroyDecoderUnit", "g_log_enable",
-                                  "g_log_level", "_ZTIN2Kz3Dvt5Trace11DecodeErrorE"};
+  // Mangled: typeinfo for Kz::Dvt::Trace::DecodeError, debug_log_init(), debug_log_msg(log_type_t,
+  // char const*, int, char const*, char const*, ...), GetTraceUserDirectory(std::string&).
+  const char* const exported[] = {
+      "CreateDecoderUnit",
+      "DestroyDecoderUnit",
+      "FileSize",
+      "g_log_enable",
+      "g_log_level",
+      "_ZTIN2Kz3Dvt5Trace11DecodeErrorE",
+      "_Z14debug_log_initv",
+      "_Z13debug_log_msg10log_type_tPKciS1_S1_z",
+      "_Z21GetTraceUserDirectoryRNSt7__cxx1112basic_stringIcSt11char_traitsIcESaIcEEE"};
   for (const char* name : exported) {
     EXPECT_NE(dlsym(library_, name), nullptr) << name;
   }

@@ -8,13 +8,23 @@
 
 #include "common/source/source_utilities/uString.h"
 
+std::string& GetTraceUserDirectory(std::string& out) {
+  using KZ_DVT::uEnvironment;
+  std::string directory = uEnvironment::GetVar("HOME");
+  if (directory.empty()) {
+    throw KZ_DVT::source_utilities_error("failed to read environment variable \"HOME\"");
+  }
+  uEnvironment::JoinPaths(directory, ".KZ-trace");
+  out.swap(directory);
+  return out;
+}
+
 namespace KZ_DVT {
 namespace {
 
 constexpr std::size_t kWorkingDirectoryCapacityBytes = 4096;
 constexpr std::size_t kExecutablePathLimitBytes = 1023;
 constexpr mode_t kDirectoryMode = 0777;
-constexpr const char* kTraceDirectoryName = ".KZ-trace";
 
 void CheckName(const char* name) {
   // The getter speaks of setting too, deliberately: one text for one mistake.
@@ -108,16 +118,6 @@ std::string& uEnvironment::GetCurrentExecutablePath(std::string& out) {
   std::array<char, kExecutablePathLimitBytes> buffer = {};
   const ssize_t length = ::readlink("/proc/self/exe", buffer.data(), buffer.size());
   return out.assign(buffer.data(), length > 0 ? static_cast<std::size_t>(length) : 0);
-}
-
-std::string& GetTraceUserDirectory(std::string& out) {
-  std::string directory = uEnvironment::GetVar("HOME");
-  if (directory.empty()) {
-    throw source_utilities_error("failed to read environment variable \"HOME\"");
-  }
-  uEnvironment::JoinPaths(directory, kTraceDirectoryName);
-  out.swap(directory);
-  return out;
 }
 
 std::string& uEnvironment::GetTraceLoggingDirectory(std::string& out) {

@@ -9,7 +9,13 @@
 /// The process's environment: variables, working directory, directories and paths, and the per-user
 /// trace directories. Everything here acts on state of the whole process and takes no lock.
 /// Failures are source_utilities_error. Paths are UTF-8 bytes as the file system takes them.
+
+/// $HOME/.KZ-trace, which is not created. Throws when HOME is unset or empty.
+QBT2_API std::string& GetTraceUserDirectory(std::string& out);
+
 namespace KZ_DVT {
+
+using ::GetTraceUserDirectory;
 
 class QBT2_API uEnvironment {
  public:
@@ -66,8 +72,5 @@ class QBT2_API uEnvironment {
     std::string saved_;
   };
 };
-
-/// $HOME/.KZ-trace, which is not created. Throws when HOME is unset or empty.
-QBT2_API std::string& GetTraceUserDirectory(std::string& out);
 
 }  // namespace KZ_DVT
