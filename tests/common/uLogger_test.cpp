@@ -293,6 +293,8 @@ TEST(ULogSystem, LevelAndDirectoryAsValues) {
     testing::internal::CaptureStdout();
     System().SetLoggingLevel(2);
     QBT2_LOG(0, 1, 0, "echoed");
+    System().SetLoggingLevel(0);
+    EXPECT_FALSE(System().GetCurrentLogger()->EnableLogToStdio(true)) << "no level leaves an echo";
     System().SetLoggingLevel(1);
     QBT2_LOG(0, 1, 0, "not echoed");
     EXPECT_EQ(testing::internal::GetCapturedStdout(), "M      echoed\n");

@@ -286,14 +286,12 @@ void uLogSystem::SetLoggingLevel(int level) {
   if (currentLogger_ == nullptr) {
     return;
   }
-  if (level < 1 || level > static_cast<int>(kLevels.size())) {
-    currentLogger_->EnableOutput(false);
-    // The number itself, deliberately: call sites may pass their test, but nothing is written.
-    verbosity_ = level;
-    return;
-  }
-  const Level& entry = kLevels[static_cast<std::size_t>(level - 1)];
-  currentLogger_->EnableOutput(true);
+  const bool output = level >= 1 && level <= static_cast<int>(kLevels.size());
+  // Off, the verbosity is the number itself, deliberately: call sites may pass their test, but
+  // nothing is written.
+  const Level entry =
+      output ? kLevels[static_cast<std::size_t>(level - 1)] : Level{false, false, level};
+  currentLogger_->EnableOutput(output);
   currentLogger_->EnableLogToStdio(entry.echoToStdio);
   currentLogger_->EnableLogDbgOutWindow(entry.echoToDebugger);
   verbosity_ = entry.verbosity;
