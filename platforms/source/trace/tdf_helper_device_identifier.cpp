@@ -337,9 +337,7 @@ void DeviceIdentifier_t::InputData(std::istream& stream, unsigned /*version*/, D
   std::string line;
   while (std::getline(stream, line)) {
     clean_string(line);
-    if (!line.empty()) {
-      InputLine(line, all);
-    }
+    InputLine(line, all);  // an empty line too: no writer makes one, and the log tells of it
   }
   data.devices = all.devices.Take();
   data.processors = all.processors.Take();
