@@ -61,35 +61,24 @@ TEST(ULogger, TimeStamps) {
   const TempDirectory directory;
   const std::string path = directory / "log.txt";
   uLogger logger(path.c_str(), false);
-  const std::string date = R"([01]\d/[0-3]\d/\d\d)";
-  const std::string time = R"([0-2]\d:[0-5]\d:[0-6]\d:\d{3})";
-  const std::vector<std::string> expected = {
-      "M     " + date + R"( \| x)",
-      "M     " + time + R"( \| x)",
-      "M     " + date + " " + time + R"( \| x)",
-  };
   for (std::uint32_t style = 1; style <= 3; ++style) {
     logger.Log(1, style, "x");
   }
-  const std::vector<std::string> lines = ReadLines(path);
-  ASSERT_EQ(lines.size(), 3U);
-  for (std::size_t i = 0; i < lines.size(); ++i) {
-    EXPECT_TRUE(std::regex_match(lines[i], std::regex(expected[i]))) << lines[i];
-  }
+  const std::string date = R"([01]\d/[0-3]\d/\d\d)";
+  const std::string time = R"([0-2]\d:[0-5]\d:[0-6]\d:\d{3})";
+  const std::string end = R"( \| x\n)";
+  const std::regex expected("M     " + date + end + "M     " + time + end + "M     " + date + " " +
+                            time + end);
+  EXPECT_TRUE(std::regex_match(ReadFile(path), expected)) << ReadFile(path);
 }
 
 TEST(ULogger, OneLineBreakAtTheEndIsReplaced) {
   const TempDirectory directory;
-  for (const auto& [message, end] :
-       std::vector<std::pair<std::string, std::string>>{{"a", "a\n"},
-                                                        {"a\n", "a\n"},
-                                                        {"a\r", "a\n"},
-                                                        {"a\r\n", "a\n"},
-                                                        {"a\n\r", "a\n"},
-                                                        {"a\n\n", "a\n\n"},
-                                                        {"a\r\n\r\n", "a\r\n\n"},
-                                                        {"\n", "\n"},
-                                                        {"", "\n"}}) {
+  const std::vector<std::pair<std::string, std::string>> cases = {
+      {"a", "a\n"},     {"a\n", "a\n"},     {"a\r", "a\n"},           {"a\r\n", "a\n"},
+      {"a\n\r", "a\n"}, {"a\n\n", "a\n\n"}, {"a\r\n\r\n", "a\r\n\n"}, {"\n", "\n"},
+      {"", "\n"}};
+  for (const auto& [message, end] : cases) {
     const std::string path = directory / "log.txt";
     uLogger logger(path.c_str(), false);
     logger.Log("%s", message.c_str());
