@@ -30,6 +30,13 @@ char* copy_fragment(char* at, const char* fragment, std::size_t size) {
   return at + size;
 }
 
+template <typename Number>
+Number load_cell(const std::uint8_t* first_cell, std::size_t row) {
+  Number value;
+  std::memcpy(&value, first_cell + row * sizeof value, sizeof value);
+  return value;
+}
+
 std::string rendered(TextRenderer render, std::string_view text) {
   TextBuffer out;
   render(text, out);
@@ -131,7 +138,12 @@ FragmentFormatter::Shape FragmentFormatter::make_shape(const Presence& presence)
       continue;
     }
     const auto [from, size] = end_fragment();
-    shape.steps.push_back({from, size, fields_[n]});
+    Step step{from, size, fields_[n], 0, 0};
+    if (fields_[n] >= kBuiltinFieldCount) {
+      step.column = static_cast<std::uint16_t>(fields_[n] - kBuiltinFieldCount);
+      step.value_bytes = catalogue_->columns[step.column].size_bytes;
+    }
+    shape.steps.push_back(step);
   }
   // A record of one empty cell would be an empty line, which readers of CSV skip.
   if (shape.steps.empty() && text.empty()) text += rendered(style_.render, "");
@@ -173,20 +185,39 @@ char* FragmentFormatter::write_value(char* at, FieldIndex field, const RowHead& 
   return at;
 }
 
+char* FragmentFormatter::write_row(char* at, const Shape& shape, const RowHead& head,
+                                   std::size_t row) {
+  const char* const fragments = shape.fragments.data();
+  for (const Step& step : shape.steps) {
+    at = copy_fragment(at, fragments + step.fragment_begin, step.fragment_size);
+    switch (step.value_bytes) {
+      case 0:
+        at = write_value(at, step.field, head);
+        break;
+      case 1:  // most columns
+        at = write_decimal(at, cells_[step.column][row]);
+        break;
+      case 2:
+        at = write_decimal(at, load_cell<std::uint16_t>(cells_[step.column], row));
+        break;
+      case 4:
+        at = write_decimal(at, load_cell<std::uint32_t>(cells_[step.column], row));
+        break;
+      default:
+        at = write_decimal(at, load_cell<std::uint64_t>(cells_[step.column], row));
+    }
+  }
+  return copy_fragment(at, fragments + shape.close_begin, shape.close_size);
+}
+
 void FragmentFormatter::append(const RowBatch& rows, TextBuffer& out) {
   texts_.use(rows.texts());
+  cells_.clear();
+  for (std::size_t k = 0; k < catalogue_->columns.size(); ++k) cells_.push_back(rows.cell(k, 0));
   for (std::size_t row = 0; row < rows.size(); ++row) {
     const RowHead& head = rows.head(row);
     const Shape& shape = shape_of(head);
-    const char* const fragments = shape.fragments.data();
-    char* at = out.reserve(shape.max_bytes + text_bytes(head));
-    for (const Step& step : shape.steps) {
-      at = copy_fragment(at, fragments + step.fragment_begin, step.fragment_size);
-      at = step.field < kBuiltinFieldCount
-               ? write_value(at, step.field, head)
-               : write_decimal(at, rows.value(step.field - kBuiltinFieldCount, row));
-    }
-    out.commit(copy_fragment(at, fragments + shape.close_begin, shape.close_size));
+    out.commit(write_row(out.reserve(shape.max_bytes + text_bytes(head)), shape, head, row));
   }
 }
 

@@ -52,6 +52,8 @@ class FragmentFormatter : public RowFormatter {
     std::uint32_t fragment_begin = 0;
     std::uint32_t fragment_size = 0;
     FieldIndex field = 0;
+    std::uint16_t column = 0;      ///< of the catalogue, where the field is one
+    std::uint8_t value_bytes = 0;  ///< of the column; 0: the field is none
   };
   struct Shape {
     Presence presence;
@@ -68,6 +70,7 @@ class FragmentFormatter : public RowFormatter {
   static bool has(const Presence& presence, FieldIndex field);
   std::size_t text_bytes(const RowHead& head);
   char* write_value(char* at, FieldIndex field, const RowHead& head);
+  char* write_row(char* at, const Shape& shape, const RowHead& head, std::size_t row);
 
   const ColumnCatalogue* catalogue_;
   std::vector<FieldIndex> fields_;
@@ -76,6 +79,7 @@ class FragmentFormatter : public RowFormatter {
   RenderedTexts texts_;
   std::vector<Shape> shapes_;
   std::size_t last_shape_ = 0;
+  std::vector<const std::uint8_t*> cells_;  // by column: its first cell in the batch at hand
 };
 
 }  // namespace qbt2

@@ -117,6 +117,9 @@ class RowBatch {
   std::uint8_t* cell(std::size_t k, std::size_t row) {
     return cells_.get() + columns_[k].begin + row * columns_[k].width;
   }
+  const std::uint8_t* cell(std::size_t k, std::size_t row) const {
+    return cells_.get() + columns_[k].begin + row * columns_[k].width;
+  }
   std::uint64_t value(std::size_t k, std::size_t row) const {
     // Always eight bytes, then the column's own kept: the gap behind each column makes that safe,
     // and a copy of known length is one load where one of variable length is a call.
