@@ -44,30 +44,27 @@ TEST_F(InterfaceTest, ColumnsAreHandedOverInOrder) {
 
 TEST_F(InterfaceTest, ColumnDescriptions) {
   struct {
-    std::uint32_t k;
+    std::uint32_t k, bits;
     std::string name, key, description;
-    std::uint32_t bits;
   } const cases[] = {
-      {0, "Byte Transactions", "Bytes", "Number of byte transactions recorded per sampling window.",
-       32},
-      {1, "Matched", "Matched_",
+      {0, 32, "Byte Transactions", "Bytes",
+       "Number of byte transactions recorded per sampling window."},
+      {1, 32, "Matched", "Matched_",
        "Number of byte transactions recorded per sampling window that have matched filtering "
-       "criteria.",
-       32},
-      {2, "Avg. Length", "AvgLength",
-       "Average tranaction length (Total transactions / total matched transactions)", 32},
-      {4, "Matched Transactions", "Matched",
-       "Total number of matched transactions recorded per sampling window.", 32},
-      {5, "Max Wait", "MaxWait", "Maximum wait", 16},
-      {9, "Route ID", "RouteID", "route ID (0x0 - 0xFFF)", 16},
-      {14, "LSIZE", "LSIZE_", "the line size wrap qualifier for the transaction (0x0 - 0x7)", 8},
-      {16, "PRIVID", "PRIVID_", "the (secure) privilege ID of the transaction (0x0 - 0x0FF)", 8},
-      {31, "Order ID", "ORDERID",
-       "the extended initiator identifier used for ordering for a specific route ID (0x0 - 0xF)",
-       8},
-      {35, "Virtual ID", "VIRTID", "the virtual master ID for the transaction (0x0 - 0xFFF)", 8},
-      {38, "Channel ID", "CHANNELID", "the value of the Channel ID Bus (0x0 - 0xFFF)", 16},
-      {42, "Raw QBT2 MSG3", "RawQBT2_3", "Decoded STPV2 data.", 32},
+       "criteria."},
+      {2, 32, "Avg. Length", "AvgLength",
+       "Average tranaction length (Total transactions / total matched transactions)"},
+      {4, 32, "Matched Transactions", "Matched",
+       "Total number of matched transactions recorded per sampling window."},
+      {5, 16, "Max Wait", "MaxWait", "Maximum wait"},
+      {9, 16, "Route ID", "RouteID", "route ID (0x0 - 0xFFF)"},
+      {14, 8, "LSIZE", "LSIZE_", "the line size wrap qualifier for the transaction (0x0 - 0x7)"},
+      {16, 8, "PRIVID", "PRIVID_", "the (secure) privilege ID of the transaction (0x0 - 0x0FF)"},
+      {31, 8, "Order ID", "ORDERID",
+       "the extended initiator identifier used for ordering for a specific route ID (0x0 - 0xF)"},
+      {35, 8, "Virtual ID", "VIRTID", "the virtual master ID for the transaction (0x0 - 0xFFF)"},
+      {38, 16, "Channel ID", "CHANNELID", "the value of the Channel ID Bus (0x0 - 0xFFF)"},
+      {42, 32, "Raw QBT2 MSG3", "RawQBT2_3", "Decoded STPV2 data."},
   };
   for (const auto& c : cases) {
     const ColumnAnswer a = Ask(100 + c.k);

@@ -22,29 +22,28 @@ TEST_F(SampleIntakeTest, DamagedSamples) {
   const std::string nothing;
   struct {
     const char* name;
-    std::uint32_t payloadBytes;
+    std::uint32_t payloadBytes, readIndex;
     Bytes payload;
-    bool throws;
     std::string log;
-    std::uint32_t readIndex;
+    bool throws;
   } const cases[] = {
-      {"no payload", 0, {}, false, nothing, 8},
-      {"payload ends in the first word", 4, {4, 1, 2, 3}, true, tooSmall + "0x4", 9},
-      {"one byte", 1, {4}, true, tooSmall + "0x1", 9},
-      {"one byte, empty word", 1, {0}, false, badLength + "index: 0, TotalBytes: 1", 9},
-      {"one word", 5, pair, false, nothing, 13},
-      {"second pair cut", 7, pair + Bytes{4, 9}, true, tooSmall + "0x7", 14},
-      {"second length 2", 8, pair + Bytes{2, 9, 9}, false, badLength + "index: 5, TotalBytes: 8",
-       16},
-      {"second length 0", 6, pair + Bytes{0}, false, badLength + "index: 5, TotalBytes: 6", 14},
-      {"second length 255", 10, pair + Bytes{255, 1, 2, 3, 4}, true, tooSmall + "0xa", 14},
-      {"first length 5", 6, {5, 1, 2, 3, 4, 5}, false, badLength + "index: 0, TotalBytes: 6", 14},
-      {"three words", 15, pair + pair + pair, false, nothing, 23},
-      {"five words", 25, pair + pair + pair + pair + pair, false, nothing, 33},
-      {"count beyond 32 bits", 0xFFFFFFFF, {4}, true, tooSmall + "0xffffffff", 9},
-      {"count just beyond", 0xFFFFFFF8, {4}, true, tooSmall + "0xfffffff8", 9},
-      {"largest count", 0xFFFFFFF7, pair + Bytes{3}, false, badLength + "index: 5, TotalBytes: -9",
-       17},
+      {"no payload", 0, 8, {}, nothing, false},
+      {"payload ends in the first word", 4, 9, {4, 1, 2, 3}, tooSmall + "0x4", true},
+      {"one byte", 1, 9, {4}, tooSmall + "0x1", true},
+      {"one byte, empty word", 1, 9, {0}, badLength + "index: 0, TotalBytes: 1", false},
+      {"one word", 5, 13, pair, nothing, false},
+      {"second pair cut", 7, 14, pair + Bytes{4, 9}, tooSmall + "0x7", true},
+      {"second length 2", 8, 16, pair + Bytes{2, 9, 9}, badLength + "index: 5, TotalBytes: 8",
+       false},
+      {"second length 0", 6, 14, pair + Bytes{0}, badLength + "index: 5, TotalBytes: 6", false},
+      {"second length 255", 10, 14, pair + Bytes{255, 1, 2, 3, 4}, tooSmall + "0xa", true},
+      {"first length 5", 6, 14, {5, 1, 2, 3, 4, 5}, badLength + "index: 0, TotalBytes: 6", false},
+      {"three words", 15, 23, pair + pair + pair, nothing, false},
+      {"five words", 25, 33, pair + pair + pair + pair + pair, nothing, false},
+      {"count beyond 32 bits", 0xFFFFFFFF, 9, {4}, tooSmall + "0xffffffff", true},
+      {"count just beyond", 0xFFFFFFF8, 9, {4}, tooSmall + "0xfffffff8", true},
+      {"largest count", 0xFFFFFFF7, 17, pair + Bytes{3}, badLength + "index: 5, TotalBytes: -9",
+       false},
   };
   for (const auto& c : cases) {
     SCOPED_TRACE(c.name);
