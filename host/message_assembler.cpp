@@ -88,12 +88,17 @@ MessageAssembler::Source& MessageAssembler::make_source(std::uint32_t key) {
   return source;
 }
 
-void MessageAssembler::on_words(const StpPacket& packet, const Time& before) {
+void MessageAssembler::on_words(const StpPacket& packet) {
   const std::uint32_t key = key_of(packet);
   Source* const known = find_source(key);
   Source& source = known != nullptr ? *known : make_source(key);
+  // The packet that begins a message is not yet there when the one before it ends.
+  if (options_.framing == Framing::kMarkerFirst && packet.marked && is_open(source))
+    end(source, newest_);
+  take_time(packet);
   switch (options_.framing) {
     case Framing::kFlag:
+    case Framing::kMarkerFirst:
       append_packet(source, packet);
       break;
     case Framing::kMarkerLast:
@@ -103,11 +108,6 @@ void MessageAssembler::on_words(const StpPacket& packet, const Time& before) {
     case Framing::kTimestampLast:
       append_packet(source, packet);
       if (packet.has_timestamp) end(source, newest_);
-      break;
-    case Framing::kMarkerFirst:
-      // The packet that begins a message is not yet there when the one before it ends.
-      if (packet.marked && is_open(source)) end(source, before);
-      append_packet(source, packet);
       break;
   }
 }

@@ -47,21 +47,20 @@ class MessageAssembler {
   void set_batch(SampleBatch& batch) { batch_ = &batch; }
 
   void on_packet(const StpPacket& packet) {
-    const Time before = newest_;
-    newest_.ticks = packet.timestamp;
-    newest_.known |= packet.has_timestamp;
+    // The time before this packet is asked for by on_words() alone, so it is not kept: a copy of it
+    // would wait for the last packet's stores, once for every packet.
+    if (packet.kind == StpKind::kD32 && continues_current(packet)) [[likely]] {
+      take_time(packet);
+      append_word(*current_, static_cast<std::uint32_t>(packet.value));
+      ++counts_.words;
+      return;
+    }
+    if (packet.kind == StpKind::kD32 || packet.kind == StpKind::kD64) {
+      on_words(packet);
+      return;
+    }
+    take_time(packet);
     switch (packet.kind) {
-      case StpKind::kD32:
-        if (continues_current(packet)) [[likely]] {
-          append_word(*current_, static_cast<std::uint32_t>(packet.value));
-          ++counts_.words;
-        } else {
-          on_words(packet, before);
-        }
-        break;
-      case StpKind::kD64:
-        on_words(packet, before);
-        break;
       case StpKind::kFlag:
         on_flag(packet);
         break;
@@ -152,7 +151,12 @@ class MessageAssembler {
     ++source.words;
   }
 
-  void on_words(const StpPacket& packet, const Time& before);
+  void take_time(const StpPacket& packet) {
+    newest_.ticks = packet.timestamp;
+    newest_.known |= packet.has_timestamp;
+  }
+  /// Takes the packet's time in too.
+  void on_words(const StpPacket& packet);
   void on_flag(const StpPacket& packet);
   void on_source_error(const StpPacket& packet);
   Source* find_source(std::uint32_t key);
