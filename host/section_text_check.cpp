@@ -60,6 +60,10 @@ void check_setting(const TextLine& line, LineChecker& lines) {
   }
 }
 
+std::string quoted(std::string_view text) {
+  return std::string("'").append(text).append("'");
+}
+
 std::string decoder_value_fault(std::string_view key, std::string_view value) {
   if (key == "DECODER") return {};  // an empty one reads as empty
   const bool is_id = key == "ATBID";
@@ -73,7 +77,7 @@ void check_decoder_line(const TextLine& line, LineChecker& lines) {
                                                      "ATBID"};
   if (!line.has_equals()) return lines.fault(line, "is not KEY=VALUE");
   if (std::find(kKeys.begin(), kKeys.end(), line.key()) == kKeys.end()) {
-    return lines.fault(line, "'" + std::string(line.key()) + "' is no key of decoder information");
+    return lines.fault(line, quoted(line.key()) + " is no key of decoder information");
   }
   lines.is_first(line);
   const std::string fault = decoder_value_fault(line.key(), line.value());
@@ -145,8 +149,7 @@ void check_device_line(const TextLine& line, LineChecker& lines) {
       std::find_if(kDeviceKeywords.begin(), kDeviceKeywords.end(),
                    [&](const DeviceKeyword& known) { return known.name == line.key(); });
   if (keyword == kDeviceKeywords.end()) {
-    return lines.fault(line,
-                       "'" + std::string(line.key()) + "' is no keyword of a device identifier");
+    return lines.fault(line, quoted(line.key()) + " is no keyword of a device identifier");
   }
   if (line.text.back() == '\r') return lines.fault(line, "ends in a carriage return");
   lines.is_first(line);
