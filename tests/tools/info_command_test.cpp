@@ -1,6 +1,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <nlohmann/json.hpp>
 
 #include "tests/tools/run_tool.h"
@@ -121,7 +122,7 @@ TEST_F(InfoCommandTest, CountsSamplesByTheirWords) {
   for (const auto& [probe, words] : {std::pair{5, 2U}, {5, 6U}, {6, 2U}, {9, 3U}}) {
     bytes += std::string(1, '\0') + static_cast<char>(probe) + std::string(2, '\0');
     bytes += word(5 * words);
-    for (std::uint32_t i = 0; i < words; ++i) bytes += "\x04" + word(i);
+    for (std::uint32_t i = 0; i < words; ++i) bytes.append(1, '\x04').append(word(i));
   }
   const Json got = info(put("s", bytes));
   EXPECT_EQ(got.at("kind"), "samples");
