@@ -2,6 +2,8 @@
 // take time that grows faster than the tree (the timeout of the test would end it).
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <string>
 #include <vector>
 
 #include "tests/target_operations/property_fixtures.h"
@@ -11,78 +13,57 @@ namespace {
 
 constexpr int kNodes = 100'000;
 
-/// `make` gives each child; a deep tree hangs each on the one before.
-template <class Node, class Make>
-ReferenceHandle<Node> Tree(bool deep, Make make) {
-  auto root = make();
-  Node* parent = root.Get();
-  for (int i = 0; i < kNodes; ++i) {
-    const ReferenceHandle<Node> child = Attach(*parent, make());
-    if (deep) parent = child.Get();
+/// The root, and every node in the order made; a deep tree hangs each on the one before.
+template <class Node>
+struct Tree {
+  Tree(bool deep, ReferenceHandle<Node> (*make)()) : root(make()), nodes{root.Get()} {
+    for (int i = 0; i < kNodes; ++i) {
+      nodes.push_back(Attach(*(deep ? nodes.back() : root.Get()), make()).Get());
+    }
   }
-  return root;
-}
+  ReferenceHandle<Node> root;
+  std::vector<Node*> nodes;
+};
 
 class LargeTree : public testing::TestWithParam<bool> {};
 
 TEST_P(LargeTree, ClonesComparesDisablesAndDies) {
   const std::size_t before = LiveBlocks();
-  auto root = Tree<Property>(GetParam(), [] { return Node("n"); });
-  auto copy = Adopt(dynamic_cast<Property*>(root->Clone()));
-  EXPECT_TRUE(root->IsEqual(*copy));
-  EXPECT_EQ(CountOf(*root), 1U) << "plain nodes keep no references";
-  root->DisableAllLevel(true);
-  const auto first = Adopt([&root] {
-    std::vector<IProperty*> children;
-    root->GetSubProperties(children);
-    for (std::size_t i = 1; i < children.size(); ++i) static_cast<void>(Adopt(children[i]));
-    return children[0];
-  }());
-  EXPECT_TRUE(first->IsDisabled());
-  root->RemoveAllSubProperties();
-  EXPECT_FALSE(root->IsEqual(*copy));
-  root = nullptr;
-  copy = nullptr;
+  ReferenceHandle<Property> first;
+  {
+    const Tree<Property> tree(GetParam(), [] { return Node("n"); });
+    const auto copy = Adopt(dynamic_cast<Property*>(tree.root->Clone()));
+    EXPECT_TRUE(tree.root->IsEqual(*copy));
+    EXPECT_EQ(CountOf(*tree.root), 1U) << "plain nodes keep no references";
+    tree.root->DisableAllLevel(true);
+    for (const Property* node : tree.nodes) ASSERT_TRUE(node->IsDisabled());
+    first = Share(tree.nodes[1]);
+    tree.root->RemoveAllSubProperties();
+    EXPECT_FALSE(tree.root->IsEqual(*copy));
+  }
   // `first` is left, with all that hangs below it in a deep tree.
   EXPECT_EQ(LiveBlocks() < before + 10, !GetParam());
 }
 
 TEST_P(LargeTree, BooleansPropagate) {
-  const auto root = Tree<BooleanProperty>(GetParam(), [] { return Boolean("n", false); });
-  const auto count_on = [&root] {
-    int count = 0;
-    std::vector<const Property*> open{root.Get()};
-    while (!open.empty()) {
-      const auto* const node = dynamic_cast<const BooleanProperty*>(open.back());
-      open.pop_back();
-      count += node->GetValue() ? 1 : 0;
-      std::vector<IProperty*> children;
-      node->GetSubProperties(children);
-      for (IProperty* const child : children) {
-        open.push_back(dynamic_cast<Property*>(child));
-        child->Release();
-      }
-    }
-    return count;
+  const Tree<BooleanProperty> tree(GetParam(), [] { return Boolean("n", false); });
+  const auto count_on = [&tree] {
+    return std::count_if(tree.nodes.begin(), tree.nodes.end(),
+                         [](const BooleanProperty* node) { return node->GetValue(); });
   };
-  root->SetValue(true);
+  tree.root->SetValue(true);
   EXPECT_EQ(count_on(), kNodes + 1);
-  root->SetValue(false);
+  tree.root->SetValue(false);
   EXPECT_EQ(count_on(), 0);
-  root->SetValueNoUpdate(true);
-  root->UpdateSubProperties();
+  tree.root->SetValueNoUpdate(true);
+  tree.root->UpdateSubProperties();
   EXPECT_EQ(count_on(), kNodes + 1);
 }
 
 TEST(LargeTreeUpwards, TheLastSwitchOffClimbsToTheRoot) {
-  BooleanProperty* leaf = nullptr;
-  const auto root = Tree<BooleanProperty>(true, [&leaf] {
-    auto node = Boolean("n", true);
-    leaf = node.Get();
-    return node;
-  });
-  leaf->SetValue(false);
-  EXPECT_FALSE(root->GetValue());
+  const Tree<BooleanProperty> tree(true, [] { return Boolean("n", true); });
+  tree.nodes.back()->SetValue(false);
+  EXPECT_FALSE(tree.root->GetValue());
 }
 
 INSTANTIATE_TEST_SUITE_P(Shapes, LargeTree, testing::Bool(), [](const auto& shape) {

@@ -99,16 +99,21 @@ TEST_F(PropertyLifetime, NodesDieParentFirstAndInOrder) {
             "1 1.1 2.1 2.2 3 1 1.1 2.1 2.2 3 ");
 }
 
-TEST_F(PropertyLifetime, AHostsOperationsAreCalled) {
+TEST_F(PropertyLifetime, DisablingReachesAllLevelsThroughAHostsOperation) {
   std::string log;
   const auto root = Node("root");
   const auto plain = Attach(*root, Node("plain"));
   const auto witness = Attach(*plain, Adopt<Property>(new Witness("w", log)));
-  const auto below = Attach(*witness, Node("below"));
-  root->DisableAllLevel(true);
-  EXPECT_EQ(log, "disable-w ");
-  EXPECT_TRUE(below->IsDisabled());
-  log.clear();
+  root->AddChild(new HostProperty);
+  const Property* const all[] = {root.Get(), plain.Get(), witness.Get(),
+                                 Attach(*witness, Node("below")).Get(),
+                                 Attach(*root, Node("last")).Get()};
+  for (const bool disabled : {true, false}) {
+    root->DisableAllLevel(disabled);
+    EXPECT_EQ(log, "disable-w ");
+    for (const Property* node : all) EXPECT_EQ(node->IsDisabled(), disabled) << node->GetName();
+    log.clear();
+  }
   log.shrink_to_fit();
 }
 
@@ -134,41 +139,6 @@ TEST_F(PropertyLifetime, ATreeReleasedByADestructorIsGoneAtOnce) {
     Attach(*owner, Adopt<Property>(new Witness("child", log)));
   }
   EXPECT_EQ(log, "leaf released child ");
-}
-
-/// Counts the calls that reach a host's boolean.
-struct HostSwitch : BooleanProperty {
-  HostSwitch(const char* name, bool value, std::string& log)
-      : BooleanProperty(Named(name), value), m_log(log) {}
-  void SetValue(bool value) override {
-    m_log += std::string(GetName()) + (value ? "=1 " : "=0 ");
-    BooleanProperty::SetValue(value);
-  }
-  void UpdateSelf() override {
-    m_log += std::string(GetName()) + "? ";
-    BooleanProperty::UpdateSelf();
-  }
-  std::string& m_log;
-};
-
-TEST_F(PropertyLifetime, AHostsSwitchesSeeEveryCall) {
-  std::string log;
-  log.reserve(200);
-  {
-    // host group > (a > (a1, a2), b), all on
-    const auto group = Adopt<BooleanProperty>(new HostSwitch("group", true, log));
-    const auto a = Attach(*group, Boolean("a", true));
-    Attach(*a, Adopt<BooleanProperty>(new HostSwitch("a1", true, log)));
-    Attach(*a, Boolean("a2", true));
-    Attach(*group, Boolean("b", true));
-    group->SetValue(false);
-    // a2 switches a off for good, which asks the group; so do a itself and b.
-    EXPECT_EQ(log, "group=0 a1=0 group? group? group? ");
-    EXPECT_FALSE(a->GetValue());
-    log.clear();
-    group->SetValue(true);
-    EXPECT_EQ(log, "group=1 a1=1 ");
-  }
 }
 
 /// A tree of each kind, four levels deep.

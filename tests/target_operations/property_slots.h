@@ -3,8 +3,7 @@
 
 /* A host in C, which knows of the property tree only the slot numbers and base offsets: every
    operation is called through the virtual table that the object's first word points to. Each check
-   uses all slots of one interface or class, and returns null or the text of the first condition
-   that failed. */
+   uses all slots of one interface or class, and returns null or tells which step failed. */
 #ifdef __cplusplus
 extern "C" {
 #endif
@@ -19,8 +18,8 @@ const char* slots_ilocation(void* node);
 const char* slots_ilocation2(void* node);
 
 /* Classes. `key` is a PropertyKey ("k", 7), `vector` an empty std::vector<IProperty*>. */
-const char* slots_property(void* node, void* new_child, void* parent, void* parent_interface,
-                           void* key, void* vector, void* unequal_node);
+const char* slots_property(void* node, void* child, void* parent, void* as_interface, void* key,
+                           void* vector, void* unequal);
 const char* slots_boolean(void* node);
 const char* slots_integer(void* node);
 /* `attribute` is a ValueAttribute whose key name is "key"; `attributes` a vector of them. */
@@ -28,9 +27,8 @@ const char* slots_string(void* node, void* attribute, void* attributes);
 const char* slots_location(void* node);
 const char* slots_location2(void* node);
 
-/* The two entries of the destructor. */
-void slots_destroy(void* node);
-void slots_destroy_and_free(void* node);
+/* Calls an entry of the destructor: slot 3 destroys, slot 4 also frees. */
+void slots_destroy(void* node, unsigned int slot);
 
 #ifdef __cplusplus
 }

@@ -20,7 +20,7 @@ using ReferenceCounting::Query;
 
 const NameAndDescription kName("n", "d");
 
-// EXPECT_STREQ tells null (all well) from the text of a failed condition.
+// EXPECT_STREQ tells null (all well) from the step that failed.
 #define EXPECT_SLOTS(call) EXPECT_STREQ(nullptr, call)
 
 TEST(PropertySlots, InterfacesOfANode) {
@@ -90,10 +90,10 @@ struct HostNode : Property {
 TEST(PropertySlots, DestructorTakesSlotsThreeAndFour) {
   int deaths = 0;
   alignas(HostNode) std::array<std::byte, sizeof(HostNode)> storage;
-  slots_destroy(new (storage.data()) HostNode(deaths));
+  slots_destroy(new (storage.data()) HostNode(deaths), 3);
   EXPECT_EQ(deaths, 1);
   // Through the interface, whose entries are thunks; the address sanitizer sees a missing free.
-  slots_destroy_and_free(static_cast<IProperty*>(new HostNode(deaths)));
+  slots_destroy(static_cast<IProperty*>(new HostNode(deaths)), 4);
   EXPECT_EQ(deaths, 2);
 }
 

@@ -11,22 +11,6 @@
 namespace property_tests {
 namespace {
 
-TEST(Property, NewNode) {
-  const auto node = Node("n");
-  EXPECT_STREQ(node->GetName(), "n");
-  EXPECT_STREQ(node->GetDescription(), "description");
-  EXPECT_TRUE(node->IsEditable());
-  EXPECT_FALSE(node->IsDisabled());
-  EXPECT_FALSE(node->IsHaltCPU());
-  EXPECT_EQ(node->GetCategory(), 0U);
-  EXPECT_EQ(node->GetEnumValue(), 0);
-  EXPECT_STREQ(node->GetChildKey(), "");
-  EXPECT_STREQ(node->GetSameLevelKey(), "");
-  EXPECT_EQ(node->IsReplacable(), eReplacableDefault);
-  EXPECT_EQ(node->GetNumSubProperties(), 0U);
-  EXPECT_EQ(node->GetParentProperty(), nullptr);
-}
-
 TEST(Property, TestKeyHook) {
   const auto node = Node("n");
   EXPECT_TRUE(node->IsKeyName("TESTKEY"));
@@ -105,21 +89,6 @@ TEST(Property, ChildrenAreListedInOrderWithAReferenceEach) {
   const auto parent = Adopt(second->GetParentProperty());
   EXPECT_EQ(parent.Get(), node.Get());
   EXPECT_EQ(CountOf(*node), 2U);
-}
-
-TEST(Property, DisableAllLevelReachesEveryProperty) {
-  const auto root = Node("root");
-  const auto inner = Attach(*root, Node("inner"));
-  root->AddChild(new HostProperty);
-  const auto leaf = Attach(*inner, Boolean("leaf", true));
-  const auto last = Attach(*root, Node("last"));
-  for (const bool disabled : {true, false}) {
-    root->DisableAllLevel(disabled);
-    for (const Property* node : {root.Get(), inner.Get(), last.Get()}) {
-      EXPECT_EQ(node->IsDisabled(), disabled) << node->GetName();
-    }
-    EXPECT_EQ(leaf->IsDisabled(), disabled);
-  }
 }
 
 ReferenceHandle<Property> ThreeLevels() {

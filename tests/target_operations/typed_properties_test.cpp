@@ -16,45 +16,6 @@ ReferenceHandle<Class> CopyOf(Class& node) {
   return Adopt(dynamic_cast<Class*>(node.Clone()));
 }
 
-/// grandparent > parent > three children, all boolean.
-struct BooleanTree {
-  explicit BooleanTree(bool value)
-      : grandparent(Boolean("grandparent", value)),
-        parent(Attach(*grandparent, Boolean("parent", value))) {
-    for (auto& child : children) child = Attach(*parent, Boolean("child", value));
-  }
-  /// As digits: grandparent, parent, children.
-  [[nodiscard]] std::string Values() const {
-    std::string text;
-    for (const auto* node : {&grandparent, &parent, &children[0], &children[1], &children[2]}) {
-      text += (*node)->GetValue() ? '1' : '0';
-    }
-    return text;
-  }
-  ReferenceHandle<BooleanProperty> grandparent, parent;
-  std::array<ReferenceHandle<BooleanProperty>, 3> children;
-};
-
-TEST(BooleanProperty, ValuesTravelDownAndOffTravelsUp) {
-  BooleanTree tree(false);
-  tree.parent->SetValue(true);
-  EXPECT_EQ(tree.Values(), "01111");
-  tree.grandparent->SetValueNoUpdate(true);
-  tree.children[0]->SetValue(false);
-  tree.children[1]->SetValue(false);
-  EXPECT_EQ(tree.Values(), "11001");
-  tree.children[2]->SetValue(false);
-  EXPECT_EQ(tree.Values(), "00000");
-  tree.children[1]->SetValue(true);
-  EXPECT_EQ(tree.Values(), "00010") << "on never travels up";
-  tree.grandparent->SetValue(false);
-  EXPECT_EQ(tree.Values(), "00010") << "the current value changes nothing";
-  tree.grandparent->SetValue(true);
-  EXPECT_EQ(tree.Values(), "11111");
-  tree.grandparent->SetValue(false);
-  EXPECT_EQ(tree.Values(), "00000");
-}
-
 TEST(BooleanProperty, SwitchedOffItOffersNoChildKey) {
   const auto node = Boolean("n", true);
   node->SetChildKey("key");
@@ -87,16 +48,6 @@ TEST(IntegerProperty, Range) {
   node->SetAllowedRange(20, 10);
   node->SetValue(12);
   EXPECT_EQ(node->GetValue(), 15U) << "bounds the wrong way round refuse everything";
-}
-
-TEST(IntegerProperty, RangeInForceWithoutBounds) {
-  const auto node = Adopt(
-      dynamic_cast<IntegerProperty*>(IntegerProperty::Construct(Named("n"), 0x1FFFFFFFF, true)));
-  EXPECT_EQ(node->GetValue(), 0x1FFFFFFFFU) << "the constructor does not check";
-  node->SetValue(0x100000000);
-  EXPECT_EQ(node->GetValue(), 0x1FFFFFFFFU);
-  node->SetValue(0xFFFFFFFF);
-  EXPECT_EQ(node->GetValue(), 0xFFFFFFFFU);
 }
 
 TEST(IntegerProperty, CopyHasARangeAndNoAllowedValues) {
