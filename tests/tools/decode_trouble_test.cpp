@@ -2,10 +2,13 @@
 #include <fcntl.h>
 #include <pty.h>
 #include <sys/ioctl.h>
+#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <chrono>
 #include <set>
+#include <thread>
 
 #include "tests/tools/tool_test.h"
 
@@ -440,29 +443,66 @@ TEST_F(DecodeTrouble, TheTableFitsTheTerminal) {
   }
 }
 
+/// A named pipe that hands a capture over in two halves with a pause between them, once: long
+/// enough for a progress bar to be drawn behind it.
+class PausingPipe {
+ public:
+  PausingPipe(const std::string& path, const std::string& bytes) : path_(path) {
+    ::mkfifo(path.c_str(), 0600);
+    feeder_ = std::thread([path, bytes] {
+      std::ofstream pipe(path, std::ios::binary);
+      const auto half = static_cast<std::streamsize>(bytes.size() / 2);
+      pipe.write(bytes.data(), half).flush();
+      std::this_thread::sleep_for(std::chrono::milliseconds(250));
+      pipe.write(bytes.data() + half, static_cast<std::streamsize>(bytes.size()) - half);
+    });
+  }
+  ~PausingPipe() {
+    feeder_.join();
+    ::unlink(path_.c_str());
+  }
+  PausingPipe(const PausingPipe&) = delete;
+  PausingPipe& operator=(const PausingPipe&) = delete;
+
+ private:
+  std::string path_;
+  std::thread feeder_;
+};
+
 TEST_F(DecodeTrouble, TheProgressBarIsDrawnOnlyWhereItIsWanted) {
-  const std::string path = generate("capture", {"--messages", "200k"});
-  const auto has_bar = [](const std::string& text) {
-    return text.find("\r\033[K[#") != std::string::npos;
+  generate("capture", {"--messages", "2000"});
+  const std::string bytes = get("capture");
+  const std::string pipe = at("pipe");
+  const struct {
+    const char* word;
+    bool rows_on_terminal;
+    const char* no_color;
+    bool expected;
+  } cases[] = {
+      {"auto", false, nullptr, true}, {"auto", false, "1", false},      {"auto", false, "", true},
+      {"auto", true, nullptr, false}, {"never", false, nullptr, false}, {"always", true, "1", true},
   };
-  const std::vector<std::string> count = {"decode", path, "--format", "csv"};
-  const auto with = [&](const char* word) {
-    std::vector<std::string> arguments = count;
-    arguments.insert(arguments.end(), {"--progress", word, "-o", "/dev/null"});
-    return arguments;
-  };
-  EXPECT_TRUE(has_bar(run_on_terminal(80, with("auto")).text));
-  EXPECT_TRUE(has_bar(run_on_terminal(80, count, "/dev/null").text));
-  EXPECT_FALSE(has_bar(run_on_terminal(80, with("never")).text));
-  EXPECT_TRUE(has_bar(run_tool(with("always")).err));
-  EXPECT_FALSE(has_bar(run_tool(with("auto")).err));
-  ::setenv("NO_COLOR", "1", 1);
-  EXPECT_FALSE(has_bar(run_on_terminal(80, with("auto")).text));
-  ::setenv("NO_COLOR", "", 1);  // empty counts as not set
-  EXPECT_TRUE(has_bar(run_on_terminal(80, with("auto")).text));
-  ::unsetenv("NO_COLOR");
-  const std::string text = run_on_terminal(80, with("auto")).text;
-  EXPECT_EQ(text.substr(text.size() - 4), "\r\033[K") << "the bar is wiped at the end";
+  for (const auto& c : cases) {
+    const PausingPipe feeding(pipe, bytes);
+    if (c.no_color != nullptr) ::setenv("NO_COLOR", c.no_color, 1);
+    const TerminalResult result = run_on_terminal(
+        80, {"decode", pipe, "--input", "stp", "--format", "csv", "--progress", c.word},
+        c.rows_on_terminal ? nullptr : "/dev/null");
+    ::unsetenv("NO_COLOR");
+    EXPECT_EQ(result.status, 0);
+    EXPECT_EQ(result.text.find(" MB/s") != std::string::npos, c.expected) << c.word;
+    EXPECT_EQ(result.text.find('\033') != std::string::npos, c.expected) << c.word;
+    if (!c.expected) continue;
+    EXPECT_EQ(result.text.find(" MB/s\n"), std::string::npos);
+    const std::string end = "\r\033[K";  // the bar is wiped before a row and at the end
+    for (std::size_t at = result.text.find(" MB/s"); at != std::string::npos;
+         at = result.text.find(" MB/s", at + 1)) {
+      EXPECT_EQ(result.text.substr(at + 5, end.size()), end);
+    }
+  }
+  const PausingPipe feeding(pipe, bytes);
+  const ToolResult elsewhere = decode({pipe, "--input", "stp", "--format", "csv"});
+  EXPECT_EQ(elsewhere.err.find('\r'), std::string::npos) << elsewhere.err;
 }
 
 // ---- help ----
