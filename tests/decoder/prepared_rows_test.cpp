@@ -15,7 +15,7 @@ namespace {
 std::size_t g_allocations = 0;
 }  // namespace
 
-void* operator new(std::size_t size) {
+[[gnu::noinline]] void* operator new(std::size_t size) {
   ++g_allocations;
   void* memory = std::malloc(size);
   if (memory == nullptr) {
@@ -23,10 +23,11 @@ void* operator new(std::size_t size) {
   }
   return memory;
 }
-void operator delete(void* memory) noexcept {
+// Neither is inlined, or the compiler takes malloc() and free() for a mismatch.
+[[gnu::noinline]] void operator delete(void* memory) noexcept {
   std::free(memory);
 }
-void operator delete(void* memory, std::size_t /*size*/) noexcept {
+[[gnu::noinline]] void operator delete(void* memory, std::size_t /*size*/) noexcept {
   std::free(memory);
 }
 #endif

@@ -113,12 +113,15 @@ TEST(TraceRoute, ALongChainIsWalkedWithoutRecursion) {
   DeviceBase_t device("SOC");
   constexpr int kLength = 20000;
   device.AddTraceReceiver(std::make_unique<TraceReceiver_t>("R", eReceiverProbe, 0));
+  std::string last;
   for (int i = 0; i < kLength; ++i) {
+    const std::string name = std::string("C").append(std::to_string(i));
     device.AddComponent(std::make_unique<Component_t>(
-        ComponentInfo_t{"C" + std::to_string(i), "", eComponentOther, eScopeDevice, std::nullopt}));
-    if (i > 0) device.AddTraceLink("C" + std::to_string(i - 1), "C" + std::to_string(i));
+        ComponentInfo_t{name, "", eComponentOther, eScopeDevice, std::nullopt}));
+    if (i > 0) device.AddTraceLink(last, name);
+    last = name;
   }
-  device.AddTraceLink("C" + std::to_string(kLength - 1), "R");
+  device.AddTraceLink(last, "R");
   const TraceRoute_t* route = device.CreateTraceRoute("C0", "R");
   ASSERT_NE(route, nullptr);
   EXPECT_EQ(route->GetComponents().size(), static_cast<std::size_t>(kLength));

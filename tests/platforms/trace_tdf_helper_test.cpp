@@ -65,7 +65,7 @@ KzTrace_t::KzTraceData_t SomeHeader() {
   data.headerValue6 = 0x66;
   data.headerValue7 = 0x77;
   data.headerText3 = "three";
-  data.headerText4 = "4";
+  data.headerText4.assign(1, '4');
   data.headerValue8 = 0x8877665544332211;
   return data;
 }
