@@ -54,10 +54,8 @@ int main(int argc, char** argv) {
   app.set_version_flag("--version", "qbt2 " QBT2_VERSION);
   app.require_subcommand(1);
   const std::vector<Command> commands = {
-      qbt2::tool::add_decode_command(app),
-      qbt2::tool::add_columns_command(app),
-      qbt2::tool::add_generate_command(app),
-      qbt2::tool::add_tdf_command(app),
+      qbt2::tool::add_decode_command(app),   qbt2::tool::add_columns_command(app),
+      qbt2::tool::add_generate_command(app), qbt2::tool::add_tdf_command(app),
       qbt2::tool::add_info_command(app),
   };
   try {
