@@ -3,7 +3,6 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <unistd.h>
 #include <algorithm>
 #include <cstring>
 #include <filesystem>
@@ -15,6 +14,7 @@
 #include "host/capture_damage.h"
 #include "host/error.h"
 #include "host/seeded_random.h"
+#include "tests/host/test_folder.h"
 
 namespace qbt2 {
 namespace {
@@ -144,44 +144,18 @@ TEST(TrafficModel, StatisticsAgreeWithEachOtherAndWithTheLog) {
   EXPECT_GT(windows_in_use, 5'000);
 }
 
-TEST(TrafficModel, DisplayReadsPictureAfterPicture) {
-  TrafficOptions options;
-  options.mix = {0, 0, 1};
-  TrafficModel model(options);
-  std::vector<std::uint64_t> gaps_at_wrap;
-  std::uint64_t last_address = 0;
-  std::uint64_t last_tick = 0;
-  std::uint64_t lines = 0;
-  while (gaps_at_wrap.size() < 4) {
-    const TrafficMessage message = model.next();
-    if (message.master != 6) continue;
-    const auto& words = message.words.words;
-    const std::uint64_t address = words[0] | std::uint64_t{words[1] & 0xFFFF} << 32;
-    EXPECT_EQ(words[1] >> 30, 0U) << "a display reads";
-    if (last_address != 0 && address != last_address + 1280) {
-      gaps_at_wrap.push_back(lines);
-      lines = 0;
-    }
-    ++lines;
-    last_address = address;
-    last_tick = message.ticks;
-  }
-  // 1280 x 720 pixels of 4 bytes, 1280 bytes a burst.
-  EXPECT_THAT(gaps_at_wrap, ElementsAre(2880, 2880, 2880, 2880));
-  EXPECT_NEAR(static_cast<double>(last_tick) / 200e6, 4 / 60.0, 0.01);
-}
-
 // ---- whole captures ----
+
+std::string shown(const GeneratorOptions& options) {
+  return std::string(capture_format_name(options.format)) + " " +
+         std::string(framing_name(options.encoding.framing)) + " timestamps " +
+         std::to_string(static_cast<int>(options.encoding.timestamps)) + " coding " +
+         std::to_string(static_cast<int>(options.encoding.coding)) + " others " +
+         std::to_string(options.other_sources);
+}
 
 class CaptureGeneratorTest : public testing::Test {
  protected:
-  void SetUp() override {
-    folder_ =
-        std::filesystem::temp_directory_path() / ("qbt2-generator-" + std::to_string(getpid()));
-    std::filesystem::create_directories(folder_);
-  }
-  void TearDown() override { std::filesystem::remove_all(folder_); }
-
   struct Decoded {
     CaptureCounts counts;
     std::vector<GeneratedMessage> messages;
@@ -189,23 +163,50 @@ class CaptureGeneratorTest : public testing::Test {
   };
 
   /// Writes the capture and reads it back through the host's own readers.
-  Decoded read_back(const GeneratorOptions& options, std::vector<GeneratedMessage>& truth) {
-    const std::filesystem::path path = folder_ / "capture";
+  void read_back(const GeneratorOptions& options) {
+    const std::string path = folder_.at("capture");
     std::ofstream file(path, std::ios::binary);
-    CaptureGenerator generator(options);
-    summary_ = generator.run(
+    truth_.clear();
+    summary_ = CaptureGenerator(options).run(
         [&](std::span<const std::uint8_t> bytes) {
           file.write(reinterpret_cast<const char*>(bytes.data()),
                      static_cast<std::streamsize>(bytes.size()));
         },
-        [&](const GeneratedMessage& message) { truth.push_back(message); });
+        [&](const GeneratedMessage& message) { truth_.push_back(message); });
     file.close();
     EXPECT_EQ(std::filesystem::file_size(path), summary_.bytes);
-    return read(path, options);
+    decoded_ = read(path, options);
   }
 
-  static Decoded read(const std::filesystem::path& path, const GeneratorOptions& options) {
-    InputFile input(path.string());
+  /// Each message comes back with all that its format carries.
+  void expect_back(const GeneratorOptions& options) {
+    SCOPED_TRACE(shown(options));
+    read_back(options);
+    const bool samples = options.format == CaptureFormat::kSamples;
+    const bool at_end_only = options.encoding.framing == Framing::kMarkerFirst;
+    if (at_end_only) {  // a message ends where its master's next one begins
+      std::sort(decoded_.messages.begin(), decoded_.messages.end(),
+                [](const auto& a, const auto& b) { return a.offset < b.offset; });
+    }
+    ASSERT_EQ(decoded_.messages.size(), truth_.size());
+    for (std::size_t i = 0; i < truth_.size(); ++i) {
+      const GeneratedMessage& got = decoded_.messages[i];
+      ASSERT_EQ(got.master, samples ? truth_[i].master & 0xFF : truth_[i].master) << i;
+      ASSERT_EQ(got.words.count, truth_[i].words.count) << i;
+      ASSERT_EQ(got.words.words, truth_[i].words.words) << i;
+      if (options.format != CaptureFormat::kFrames) {
+        ASSERT_EQ(got.offset, truth_[i].offset) << i;
+      }
+      if (!at_end_only && !samples) {
+        ASSERT_EQ(got.timestamp, truth_[i].timestamp) << i;
+      }
+    }
+    EXPECT_EQ(decoded_.counts.damages, 0U);
+    EXPECT_EQ(decoded_.counts.bytes_other_sources != 0, options.other_sources != 0);
+  }
+
+  static Decoded read(const std::string& path, const GeneratorOptions& options) {
+    InputFile input(path);
     CaptureOptions reading;
     reading.framing = options.encoding.framing;
     if (options.format == CaptureFormat::kFrames) reading.source_id = options.atb_id;
@@ -236,102 +237,56 @@ class CaptureGeneratorTest : public testing::Test {
     decoded.times_ns.push_back(head.has_time_ns ? head.time_ns : 0);
   }
 
-  std::filesystem::path folder_;
+  test::TestFolder folder_;
   GeneratorSummary summary_;
+  std::vector<GeneratedMessage> truth_;
+  Decoded decoded_;
 };
-
-bool same_words(const GeneratedMessage& a, const GeneratedMessage& b) {
-  return a.master == b.master && a.words.count == b.words.count && a.words.words == b.words.words;
-}
-
-std::string shown(const GeneratorOptions& options) {
-  return std::string(capture_format_name(options.format)) + " " +
-         std::string(framing_name(options.encoding.framing)) + " timestamps " +
-         std::to_string(static_cast<int>(options.encoding.timestamps)) + " coding " +
-         std::to_string(static_cast<int>(options.encoding.coding));
-}
 
 TEST_F(CaptureGeneratorTest, AMillionMessagesComeBackExactly) {
   GeneratorOptions options;
   options.messages = 1'000'000;
-  std::vector<GeneratedMessage> truth;
-  const Decoded decoded = read_back(options, truth);
-  ASSERT_EQ(decoded.messages.size(), truth.size());
-  for (std::size_t i = 0; i < truth.size(); ++i) {
-    ASSERT_TRUE(same_words(decoded.messages[i], truth[i])) << "message " << i;
-    ASSERT_EQ(decoded.messages[i].timestamp, truth[i].timestamp) << "message " << i;
-    ASSERT_EQ(decoded.messages[i].offset, truth[i].offset) << "message " << i;
-    ASSERT_EQ(decoded.times_ns[i], *truth[i].timestamp * 5) << "message " << i;  // at 200 MHz
+  expect_back(options);
+  for (std::size_t i = 0; i < truth_.size(); ++i) {
+    ASSERT_EQ(decoded_.times_ns[i], *truth_[i].timestamp * 5) << "message " << i;  // at 200 MHz
   }
-  EXPECT_EQ(decoded.counts.bytes_skipped, 0U);
-  EXPECT_EQ(decoded.counts.assembly.messages_incomplete, 0U);
+  EXPECT_EQ(decoded_.counts.bytes_skipped, 0U);
+  EXPECT_EQ(decoded_.counts.assembly.messages_incomplete, 0U);
   EXPECT_EQ(summary_.messages, 1'000'000U);
   EXPECT_EQ(summary_.throughput + summary_.latency + summary_.transactions, 1'000'000U);
 }
 
 TEST_F(CaptureGeneratorTest, EveryFramingAndTimestampCodingComesBack) {
+  using Coding = StpTimestampCoding;
   for (const Framing framing :
        {Framing::kFlag, Framing::kMarkerLast, Framing::kMarkerFirst, Framing::kTimestampLast}) {
     for (const TimestampUse use :
          {TimestampUse::kEvery, TimestampUse::kSome, TimestampUse::kNone}) {
       if (framing == Framing::kTimestampLast && use != TimestampUse::kEvery) continue;
-      for (const StpTimestampCoding coding :
-           {StpTimestampCoding::kNatural, StpTimestampCoding::kGray, StpTimestampCoding::kDelta}) {
+      for (const Coding coding : {Coding::kNatural, Coding::kGray, Coding::kDelta}) {
         GeneratorOptions options;
         options.messages = 3'000;
         options.traffic.masters = {7, 300, 0xFFFF, 0};
         options.encoding = {framing, use, coding, 0, 500};
-        std::vector<GeneratedMessage> truth;
-        Decoded decoded = read_back(options, truth);
-        const bool at_end_only = framing == Framing::kMarkerFirst;
-        if (at_end_only) {  // a message ends where its master's next one begins
-          std::sort(decoded.messages.begin(), decoded.messages.end(),
-                    [](const auto& a, const auto& b) { return a.offset < b.offset; });
-        }
-        ASSERT_EQ(decoded.messages.size(), truth.size()) << shown(options);
-        for (std::size_t i = 0; i < truth.size(); ++i) {
-          ASSERT_TRUE(same_words(decoded.messages[i], truth[i])) << shown(options) << i;
-          ASSERT_EQ(decoded.messages[i].offset, truth[i].offset) << shown(options) << i;
-          if (at_end_only) continue;
-          ASSERT_EQ(decoded.messages[i].timestamp, truth[i].timestamp) << shown(options) << i;
-        }
+        expect_back(options);
       }
     }
   }
 }
 
-TEST_F(CaptureGeneratorTest, FramesWithOtherSourcesComeBack) {
-  for (const std::uint32_t others : {0U, 3U}) {
-    GeneratorOptions options;
-    options.format = CaptureFormat::kFrames;
-    options.messages = 20'000;
-    options.atb_id = 0x33;
-    options.other_sources = others;
-    std::vector<GeneratedMessage> truth;
-    const Decoded decoded = read_back(options, truth);
-    ASSERT_EQ(decoded.messages.size(), truth.size());
-    for (std::size_t i = 0; i < truth.size(); ++i) {
-      ASSERT_TRUE(same_words(decoded.messages[i], truth[i])) << "message " << i;
-      ASSERT_EQ(decoded.messages[i].timestamp, truth[i].timestamp) << "message " << i;
-    }
-    EXPECT_EQ(decoded.counts.bytes_other_sources != 0, others != 0);
-    EXPECT_EQ(decoded.counts.damages, 0U);
-  }
-}
-
-TEST_F(CaptureGeneratorTest, SamplesHoldTheLowByteOfTheMaster) {
+TEST_F(CaptureGeneratorTest, FramesAndSamplesComeBack) {
   GeneratorOptions options;
+  options.format = CaptureFormat::kFrames;
+  options.messages = 20'000;
+  options.atb_id = 0x33;
+  expect_back(options);
+  options.other_sources = 3;
+  expect_back(options);
+  options = {};
   options.format = CaptureFormat::kSamples;
   options.messages = 5'000;
   options.traffic.masters = {0x105};
-  std::vector<GeneratedMessage> truth;
-  const Decoded decoded = read_back(options, truth);
-  ASSERT_EQ(decoded.messages.size(), truth.size());
-  for (std::size_t i = 0; i < truth.size(); ++i) {
-    ASSERT_EQ(decoded.messages[i].words.words, truth[i].words.words);
-    ASSERT_EQ(decoded.messages[i].offset, truth[i].offset);
-    ASSERT_EQ(decoded.messages[i].master, 5);
-  }
+  expect_back(options);
 }
 
 TEST_F(CaptureGeneratorTest, DamageCostsOnlyWhatLiesNearIt) {
@@ -340,19 +295,18 @@ TEST_F(CaptureGeneratorTest, DamageCostsOnlyWhatLiesNearIt) {
     options.format = format;
     options.messages = 50'000;
     options.damaged_places = 20;
-    std::vector<GeneratedMessage> truth;
-    const Decoded decoded = read_back(options, truth);
+    read_back(options);
     EXPECT_EQ(summary_.damaged_places, 20U);
-    EXPECT_GT(decoded.counts.damages, 0U) << shown(options);
+    EXPECT_GT(decoded_.counts.damages, 0U) << shown(options);
     std::map<std::array<std::uint32_t, 6>, int> waiting;
-    for (const GeneratedMessage& message : truth) ++waiting[message.words.words];
+    for (const GeneratedMessage& message : truth_) ++waiting[message.words.words];
     std::size_t good = 0;
-    for (const GeneratedMessage& message : decoded.messages) {
+    for (const GeneratedMessage& message : decoded_.messages) {
       if (--waiting[message.words.words] >= 0) ++good;
     }
     // A place costs a cut of 4 kB and the way to the next ASYNC, 4 kB on, of 1.4 MB at most.
-    EXPECT_GT(good, truth.size() * 7 / 10) << shown(options);
-    EXPECT_LT(good, truth.size()) << shown(options);
+    EXPECT_GT(good, truth_.size() * 7 / 10) << shown(options);
+    EXPECT_LT(good, truth_.size()) << shown(options);
   }
 }
 
@@ -416,10 +370,7 @@ TEST(CaptureGenerator, RefusesContradictions) {
        }},
       {"weight", [](GeneratorOptions& o) { o.traffic.mix.latency = 1001; }},
       {"clock", [](GeneratorOptions& o) { o.traffic.clock_hz = 999'999; }},
-      {"named twice",
-       [](GeneratorOptions& o) {
-         o.traffic.masters = {1, 2, 1};
-       }},
+      {"named twice", [](GeneratorOptions& o) { o.traffic.masters.assign(2, 1); }},
       {"ATB id", [](GeneratorOptions& o) { o.atb_id = 0; }},
       {"ATB id", [](GeneratorOptions& o) { o.atb_id = 0x70; }},
       {"other sources", [](GeneratorOptions& o) { o.other_sources = 1; }},

@@ -83,19 +83,17 @@ TEST(DeviceDescription, WhatMayBeLeftOutAndWrittenDifferently) {
   EXPECT_TRUE(some.device->GetComponent("\xC3\xBC")->GetPropertyList("none")->empty());
 }
 
-TEST(DeviceDescription, ContentErrorsNamePlaceAndReason) {
+TEST(DeviceDescription, ErrorsNamePlaceAndReason) {
+  const std::string deep(100000, '[');
   const std::pair<std::string, std::string> cases[] = {
       {"[]", "soc.json: $: must be an object, is array"},
-      {"7", "$: must be an object, is number"},
       {R"({"name":"SOC"})", "$: the member \"version\" is missing"},
-      {R"({"version":1})", "$: the member \"name\" is missing"},
       {R"({"version":2,"name":"SOC"})", "$.version: only version 1 is known"},
       {R"({"version":1,"name":""})", "$.name: is empty"},
       {R"({"version":1,"name":"A\nB"})", "$.name: has a control character"},
       {R"({"version":1,"name":null})", "$.name: must be a text, is null"},
       {with(R"("colour":1)"), "$.colour: unknown member"},
       {with(R"("a b\n":1)"), R"($["a b\n"]: unknown member)"},
-      {with(R"("object_file":["a"])"), "$.object_file: must be a text, is array"},
       {with(R"("information":{"first":1})"), "$.information: the member \"second\" is missing"},
       {with(R"("information":{"first":1.5,"second":2})"), "$.information.first: must be a whole"},
       {with(R"("information":{"first":2147483648,"second":2})"), "$.information.first: must be a"},
@@ -126,12 +124,9 @@ TEST(DeviceDescription, ContentErrorsNamePlaceAndReason) {
       {with(R"("module_maps":[{"name":"M","modules":[{"name":"a","base":0,"size_bytes":0}]}])"),
        "$.module_maps[0].modules[0]: the size is 0"},
       {with(R"("targets":[{"name":"T"},{"name":"T"}])"), "$.targets[1]: the name is taken"},
-      {with(R"("settings":{"A=B":"1"})"), R"($.settings["A=B"]: no name)"},
       {with(R"("settings":{"#A":"1"})"), R"($.settings["#A"]: no name)"},
       {with(R"("settings":{"A":"1\n2"})"), "$.settings.A: has a control character"},
       {with(R"("settings":{"A":1.0})"), "$.settings.A: must be a text, a whole number"},
-      {with(R"("settings":{"A":{"kind":"text"}})"),
-       "$.settings.A: the member \"value\" is missing"},
       {with(R"("settings":{"A":{"value":"1","kind":"int"}})"),
        "$.settings.A.kind: must be boolean"},
       {with(R"("settings":{"A":{"value":"yes","kind":"boolean"}})"),
@@ -139,31 +134,24 @@ TEST(DeviceDescription, ContentErrorsNamePlaceAndReason) {
       {with(R"("settings":{"A":{"value":"0x10","kind":"unsigned32"}})"), "A.value: does not suit"},
       {with(R"("settings":{"A":{"value":4294967296,"kind":"unsigned32"}})"),
        "A.value: does not suit"},
-  };
-  for (const auto& [text, reason] : cases) EXPECT_THAT(error_of(text), HasSubstr(reason)) << text;
-}
-
-TEST(DeviceDescription, BrokenJsonIsRefusedWithItsOffset) {
-  const std::string deep(100000, '[');
-  const std::pair<std::string, std::string> cases[] = {
+      // broken JSON
       {"", "soc.json: is empty"},
-      {" \n", "soc.json: byte"},
       {"{", "unexpected end of input"},
       {R"({"version":1,"name":"A","name":"B"})", "soc.json: $.name: this member is there twice"},
       {with(R"("components":[{},{"a":{"x":1,"x":2}}])"), "$.components[1].a.x: this member is"},
       {with("\"a\":" + deep), "nested deeper than 32 levels"},
       {with("\"a\":\"\xC3\x28\""), "soc.json: byte 32: "},
       {std::string("\xFF\xFE{\0", 4), "soc.json: byte 0: "},
-      {std::string("\0\0\0", 3), "soc.json: byte 0: "},
       {with("\"a\":1e999"), "number overflow"},
       {R"({"version":1,"name":"SOC"} x)", "soc.json: byte 27: "},
       {R"({"version":01})", "soc.json: byte 12: "},
-      {R"({"version":NaN})", "soc.json: byte 11: "},
   };
   for (const auto& [text, reason] : cases) {
     EXPECT_THAT(error_of(text), HasSubstr(reason)) << text.substr(0, 60);
   }
-  // A cut file is refused wherever it is cut.
+}
+
+TEST(DeviceDescription, IsRefusedWhereverItIsCut) {
   const std::string whole =
       with(R"("components":[{"name":"A","trace_id":"0x10"}],"settings":{"a":1})");
   ASSERT_EQ(error_of(whole), "accepted");

@@ -1,6 +1,5 @@
 // StpReader and FrameDemultiplexer against libopencsd, packet by packet: over real captures where
-// they are at hand, and over generated streams of what libopencsd reads (8-bit masters, natural and
-// small Gray-coded time stamps; no M16, USER, XSYNC, FREQ_40, FREQ_TS or CERR).
+// they are at hand, and over generated streams of what libopencsd reads.
 #include <filesystem>
 #include <fstream>
 #include <iterator>
@@ -112,59 +111,11 @@ void expect_same(const Listing& ours, const Listing& theirs) {
       << "\n  theirs: " << (their == theirs.end() ? "the end" : *their);
 }
 
-/// Packets that libopencsd reads as we do.
-void common_packet(RandomStp& random, StpWriter& writer, bool gray, std::uint64_t& time) {
-  time += random.value() >> (gray ? 50 : random.below(60) + 4);
-  if (gray) time %= std::uint64_t{1} << 31;
-  const StpWriter::Timestamp maybe =
-      random.below(2) == 0 ? StpWriter::Timestamp(time) : std::nullopt;
-  const auto byte = static_cast<std::uint8_t>(random.value());
-  switch (random.below(16)) {
-    case 0:
-      return writer.null(maybe);
-    case 1:
-      return writer.m8(byte);
-    case 2:
-      return writer.c8(byte);
-    case 3:
-      return writer.c16(static_cast<std::uint16_t>(random.value()));
-    case 4:
-      return random.below(2) == 0 ? writer.merr(byte) : writer.gerr(byte);
-    case 5:
-      return writer.trig(byte, maybe);
-    case 6:
-      return writer.freq(static_cast<std::uint32_t>(random.value()));
-    case 7:
-      return writer.flag(maybe);
-    case 8:
-      writer.async();
-      writer.version(gray ? StpTimestampCoding::kGray : StpTimestampCoding::kNatural);
-      return writer.m8(byte);
-    default: {
-      const auto kind = static_cast<std::uint64_t>(StpKind::kD4) + random.below(5);
-      writer.data(static_cast<StpKind>(kind), random.value(), {random.below(2) == 0, maybe});
-    }
-  }
-}
-
-Bytes common_stream(RandomStp& random) {
-  const bool gray = random.below(2) == 0;
-  StpWriter writer;
-  writer.async();
-  writer.version(gray ? StpTimestampCoding::kGray : StpTimestampCoding::kNatural);
-  writer.m8(0);
-  std::uint64_t time = 0;
-  for (std::uint64_t count = random.below(400); count > 0; --count)
-    common_packet(random, writer, gray, time);
-  writer.pad_to_byte();
-  return writer.take();
-}
-
 TEST(OpencsdDiff, GeneratedStreams) {
   for (std::uint64_t seed = 1; seed <= 300 && !testing::Test::HasFailure(); ++seed) {
     SCOPED_TRACE(seed);
     RandomStp random(seed);
-    const Bytes bytes = common_stream(random);
+    const Bytes bytes = random.for_libopencsd();
     StpRecorder recorder;
     StpReader reader;
     random.in_chunks(bytes, [&](auto chunk) { reader.push(chunk, recorder); });
@@ -177,7 +128,7 @@ TEST(OpencsdDiff, GeneratedFramesOfThreeSources) {
   for (std::uint64_t seed = 1; seed <= 100 && !testing::Test::HasFailure(); ++seed) {
     SCOPED_TRACE(seed);
     RandomStp random(seed);
-    const Bytes bytes = common_stream(random);
+    const Bytes bytes = random.for_libopencsd();
     FrameWriter writer;
     random.in_chunks(bytes, [&](std::span<const std::uint8_t> chunk) {
       writer.write(0x20, chunk);

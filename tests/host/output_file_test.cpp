@@ -12,6 +12,7 @@
 #include <thread>
 
 #include "host/error.h"
+#include "tests/host/test_folder.h"
 
 namespace qbt2::test {
 namespace {
@@ -20,22 +21,13 @@ namespace fs = std::filesystem;
 
 class OutputFileTest : public testing::Test {
  protected:
-  OutputFileTest() {
-    std::string name = (fs::temp_directory_path() / "qbt2-output-XXXXXX").string();
-    folder = ::mkdtemp(name.data());
-    ::signal(SIGPIPE, SIG_IGN);
-  }
-  ~OutputFileTest() override { fs::remove_all(folder); }
-
-  std::string at(const char* name) const { return (folder / name).string(); }
-  static void put(const std::string& path, const std::string& text) { std::ofstream(path) << text; }
   static std::string content(const std::string& path) {
     std::ifstream file(path, std::ios::binary);
     return {std::istreambuf_iterator<char>(file), {}};
   }
   std::size_t entries() const {
     return static_cast<std::size_t>(
-        std::distance(fs::directory_iterator(folder), fs::directory_iterator()));
+        std::distance(fs::directory_iterator(at("")), fs::directory_iterator()));
   }
   static void write_all(const std::string& path, const std::string& text) {
     OutputFile out(path);
@@ -53,22 +45,25 @@ class OutputFileTest : public testing::Test {
     return "no failure";
   }
 
-  fs::path folder;
+  std::string at(const std::string& name) const { return folder.at(name); }
+  TestFolder folder;
 };
 
 TEST_F(OutputFileTest, AFileAppearsWholeOnCommit) {
-  OutputFile out(at("rows"));
+  // The longest name still has room for a temporary.
+  const std::string path = at(std::string(255, 'n'));
+  OutputFile out(path);
   EXPECT_TRUE(out.write("one "));
   EXPECT_TRUE(out.write(""));
   EXPECT_TRUE(out.write("two"));
-  EXPECT_FALSE(fs::exists(at("rows")));
+  EXPECT_FALSE(fs::exists(path));
   out.commit();
-  EXPECT_EQ(content(at("rows")), "one two");
+  EXPECT_EQ(content(path), "one two");
   EXPECT_EQ(entries(), 1U);
 }
 
 TEST_F(OutputFileTest, WithoutCommitNothingChanges) {
-  put(at("old"), "kept");
+  folder.put("old", "kept");
   for (const char* name : {"old", "new"}) {
     OutputFile out(at(name));
     EXPECT_TRUE(out.write("lost"));
@@ -79,7 +74,7 @@ TEST_F(OutputFileTest, WithoutCommitNothingChanges) {
 
 TEST_F(OutputFileTest, PermissionsAreThoseOfTheFileThatGoesOrTheUsual) {
   const mode_t mask = ::umask(027);
-  put(at("old"), "old");
+  folder.put("old", "old");
   ::chmod(at("old").c_str(), 0604);
   write_all(at("old"), "new");
   write_all(at("fresh"), "new");
@@ -92,11 +87,11 @@ TEST_F(OutputFileTest, PermissionsAreThoseOfTheFileThatGoesOrTheUsual) {
 }
 
 TEST_F(OutputFileTest, LinksStayAndTheirTargetsAreReplaced) {
-  fs::create_directory(folder / "deep");
-  put(at("deep/file"), "old");
-  fs::create_symlink("deep/file", folder / "relative");
-  fs::create_symlink(folder / "relative", folder / "twice");
-  fs::create_symlink("deep/absent", folder / "dangling");
+  fs::create_directory(at("deep"));
+  folder.put("deep/file", "old");
+  fs::create_symlink("deep/file", at("relative"));
+  fs::create_symlink(at("relative"), at("twice"));
+  fs::create_symlink("deep/absent", at("dangling"));
   write_all(at("twice"), "new");
   write_all(at("dangling"), "made");
   EXPECT_TRUE(fs::is_symlink(at("relative")) && fs::is_symlink(at("twice")));
@@ -105,22 +100,16 @@ TEST_F(OutputFileTest, LinksStayAndTheirTargetsAreReplaced) {
   EXPECT_EQ(content(at("deep/absent")), "made");
 }
 
-TEST_F(OutputFileTest, TheLongestNameStillHasRoomForATemporary) {
-  const std::string path = at(std::string(255, 'n').c_str());
-  write_all(path, "text");
-  EXPECT_EQ(content(path), "text");
-}
-
 TEST_F(OutputFileTest, FailuresNameThePathAndTheReason) {
-  fs::create_symlink("loop", folder / "loop");
-  put(at("file"), "");
+  fs::create_symlink("loop", at("loop"));
+  folder.put("file", "");
   const struct {
     std::string path;
     std::string reason;
   } cases[] = {
       {at("missing/rows"), "No such file or directory"},
       {at("file/rows"), "Not a directory"},
-      {folder.string(), "Is a directory"},
+      {fs::temp_directory_path().string(), "Is a directory"},
       {at("new/"), "Is a directory"},
       {"", "No such file or directory"},
       {at("loop"), "Too many levels of symbolic links"},
@@ -132,10 +121,10 @@ TEST_F(OutputFileTest, FailuresNameThePathAndTheReason) {
 }
 
 TEST_F(OutputFileTest, WriteProtectedFilesAndFoldersStayAsTheyAre) {
-  put(at("protected"), "kept");
+  folder.put("protected", "kept");
   ::chmod(at("protected").c_str(), 0444);
-  ::chmod(folder.c_str(), 0777);
-  fs::create_directory(folder / "closed");
+  ::chmod(at("").c_str(), 0777);
+  fs::create_directory(at("closed"));
   ::chmod(at("closed").c_str(), 0555);
   // The superuser may write anywhere: be somebody else for a moment.
   const bool privileged = ::geteuid() == 0;
@@ -162,6 +151,7 @@ TEST_F(OutputFileTest, PipesAndDevicesAreWrittenThroughAndStay) {
 }
 
 TEST_F(OutputFileTest, AReaderThatGoesEndsTheWritingQuietly) {
+  ::signal(SIGPIPE, SIG_IGN);
   std::array<int, 2> ends{};
   ASSERT_EQ(::pipe(ends.data()), 0);
   OutputFile out("/dev/fd/" + std::to_string(ends[1]));
@@ -193,7 +183,7 @@ TEST_F(OutputFileTest, ANonBlockingPipeIsWaitedFor) {
 }
 
 TEST_F(OutputFileTest, StandardOutputIsNeverReplaced) {
-  put(at("log"), "before ");
+  folder.put("log", "before ");
   const int log = ::open(at("log").c_str(), O_WRONLY | O_APPEND);
   const int saved = ::dup(STDOUT_FILENO);
   ::dup2(log, STDOUT_FILENO);

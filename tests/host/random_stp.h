@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <random>
 #include <span>
 #include <vector>
@@ -37,11 +38,16 @@ class RandomStp {
   void packet(StpWriter& writer) {
     using Coding = StpTimestampCoding;
     time_ = below(40) == 0 ? value() : time_ + (random_() >> below(64)) % 100000;
+    if (only_ == Coding::kGray) time_ %= std::uint64_t{1} << 31;
     const StpWriter::Timestamp maybe = below(2) == 0 ? StpWriter::Timestamp(time_) : std::nullopt;
     const auto byte = static_cast<std::uint8_t>(value());
     switch (below(26)) {
       case 0:
         writer.async();
+        if (only_) {
+          writer.version(*only_);
+          return writer.m8(byte);
+        }
         if (below(2) == 0) writer.null();
         if (below(4) != 0) {
           constexpr Coding kCodings[] = {Coding::kNatural, Coding::kGray, Coding::kDelta};
@@ -51,7 +57,8 @@ class RandomStp {
       case 1:
         return writer.null(maybe);
       case 2:
-        return writer.master(static_cast<std::uint16_t>(random_() >> below(64)));
+        return only_ ? writer.m8(byte)
+                     : writer.master(static_cast<std::uint16_t>(random_() >> below(64)));
       case 3:
         return writer.c8(byte);
       case 4:
@@ -59,14 +66,16 @@ class RandomStp {
       case 5:
         return below(2) == 0 ? writer.merr(byte) : writer.gerr(byte);
       case 6:
-        return writer.cerr(byte);
+        return only_ ? writer.trig(byte, maybe) : writer.cerr(byte);
       case 7:
-        return below(2) == 0 ? writer.trig(byte, maybe) : writer.xsync(byte, maybe);
+        return only_ || below(2) == 0 ? writer.trig(byte, maybe) : writer.xsync(byte, maybe);
       case 8:
+        if (only_) return writer.freq(static_cast<std::uint32_t>(value()));
         return below(2) == 0 ? writer.freq(static_cast<std::uint32_t>(value()), maybe)
                              : writer.freq_40(value(), maybe);
       case 9:
-        return writer.user(value(), static_cast<unsigned>(1 + below(16)), maybe);
+        return only_ ? writer.null(maybe)
+                     : writer.user(value(), static_cast<unsigned>(1 + below(16)), maybe);
       case 10:
       case 11:
         return writer.flag(maybe);
@@ -81,6 +90,19 @@ class RandomStp {
     StpWriter writer;
     writer.async();
     while (packets-- > 0) packet(writer);
+    writer.pad_to_byte();
+    return writer.take();
+  }
+
+  /// Packets that libopencsd reads as we do: 8-bit masters, natural and small Gray-coded time
+  /// stamps; no M16, USER, XSYNC, FREQ_40, FREQ_TS or CERR.
+  std::vector<std::uint8_t> for_libopencsd() {
+    only_ = below(2) == 0 ? StpTimestampCoding::kGray : StpTimestampCoding::kNatural;
+    StpWriter writer;
+    writer.async();
+    writer.version(*only_);
+    writer.m8(0);
+    for (std::uint64_t count = below(400); count > 0; --count) packet(writer);
     writer.pad_to_byte();
     return writer.take();
   }
@@ -142,6 +164,7 @@ class RandomStp {
 
   std::mt19937_64 random_;
   std::uint64_t time_ = 0;
+  std::optional<StpTimestampCoding> only_;  // what libopencsd reads, in this coding
 };
 
 }  // namespace qbt2::test

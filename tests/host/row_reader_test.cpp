@@ -84,15 +84,17 @@ TEST_F(RowReaderTest, RememberedRowsFollowTextsValuesAndBatches) {
 
 TEST_F(RowReaderTest, SeveralRowsInOneStreamAllCountAndMayOutgrowTheBatch) {
   Stream many;
-  for (std::uint32_t n = 0; n < 20; ++n) {
-    const Stream one = throughput(static_cast<std::uint8_t>(n), "M", n * 0x01010101);
+  for (std::uint8_t n = 1; n <= 20; ++n) {
+    const Stream one = transaction(n, "M", n, n, n * 0x101U, n * 0x0101010101010101U);
     many.bytes.insert(many.bytes.end(), one.bytes.begin(), one.bytes.end());
   }
   EXPECT_EQ(read(many), 20U);
   ASSERT_EQ(rows.size(), 20U);
-  for (std::uint32_t n = 0; n < 20; ++n) {
-    EXPECT_EQ(rows.head(n).probe, n);
-    EXPECT_EQ(rows.value(0, n), n * 0x01010101U);
+  for (std::uint8_t n = 1; n <= 20; ++n) {  // cells of all widths stand apart
+    EXPECT_EQ(rows.head(n - 1U).probe, n);
+    EXPECT_EQ(rows.value(3, n - 1U), n);
+    EXPECT_EQ(rows.value(4, n - 1U), n * 0x101U);
+    EXPECT_EQ(rows.value(5, n - 1U), n * 0x0101010101010101U);
   }
 }
 
@@ -210,26 +212,6 @@ TEST(RowReaderCatalogue, RejectsWhatCannotBeReadBack) {
     else
       EXPECT_THROW(RowReader{c.catalogue}, Error) << c.what;
   }
-}
-
-TEST(RowBatchTest, CellsOfAllWidthsStandApart) {
-  const ColumnCatalogue catalogue = small_catalogue();
-  RowBatch rows(catalogue, 1);
-  for (std::size_t row = 0; row < 5; ++row) {
-    if (rows.full()) rows.grow();
-    for (std::size_t k = 0; k < catalogue.columns.size(); ++k)
-      std::memset(rows.cell(k, row), static_cast<int>(0x10 * row + k + 1),
-                  catalogue.columns[k].size_bytes);
-    rows.commit_row();
-  }
-  EXPECT_EQ(rows.capacity(), 8U);
-  EXPECT_EQ(rows.value(0, 4), 0x41414141U);
-  EXPECT_EQ(rows.value(2, 0), 0x0303U);
-  EXPECT_EQ(rows.value(3, 0), 0x04U);
-  EXPECT_EQ(rows.value(3, 4), 0x44U);
-  EXPECT_EQ(rows.value(5, 3), 0x3636363636363636U);
-  rows.truncate(2);
-  EXPECT_EQ(rows.size(), 2U);
 }
 
 TEST(RowBatchTest, TheTextPoolIsEmptiedOnlyPastReason) {
