@@ -289,27 +289,6 @@ TEST_F(CaptureGeneratorTest, FramesAndSamplesComeBack) {
   expect_back(options);
 }
 
-TEST_F(CaptureGeneratorTest, DamageCostsOnlyWhatLiesNearIt) {
-  for (const CaptureFormat format : {CaptureFormat::kStp, CaptureFormat::kFrames}) {
-    GeneratorOptions options;
-    options.format = format;
-    options.messages = 50'000;
-    options.damaged_places = 20;
-    read_back(options);
-    EXPECT_EQ(summary_.damaged_places, 20U);
-    EXPECT_GT(decoded_.counts.damages, 0U) << shown(options);
-    std::map<std::array<std::uint32_t, 6>, int> waiting;
-    for (const GeneratedMessage& message : truth_) ++waiting[message.words.words];
-    std::size_t good = 0;
-    for (const GeneratedMessage& message : decoded_.messages) {
-      if (--waiting[message.words.words] >= 0) ++good;
-    }
-    // A place costs a cut of 4 kB and the way to the next ASYNC, 4 kB on, of 1.4 MB at most.
-    EXPECT_GT(good, truth_.size() * 7 / 10) << shown(options);
-    EXPECT_LT(good, truth_.size()) << shown(options);
-  }
-}
-
 Bytes bytes_of(const GeneratorOptions& options) {
   Bytes all;
   CaptureGenerator(options).run([&](std::span<const std::uint8_t> bytes) {

@@ -3,13 +3,9 @@
 #include <gtest/gtest.h>
 
 #include <cstdint>
-#include <cstdlib>
-#include <memory>
 #include <string>
 
 #include "host/device_session.h"
-#include "platforms/source/trace/device_config_manager_stm.h"
-#include "tests/host/test_folder.h"
 
 namespace qbt2 {
 namespace {
@@ -100,33 +96,6 @@ TEST(DeviceSession, WithoutADescriptionThereIsADeviceWithAnEmptyMasterList) {
   ASSERT_NE(component->GetPropertyList("masterid.proc"), nullptr);
   EXPECT_TRUE(component->GetPropertyList("masterid.proc")->empty());
   EXPECT_TRUE(session.master_ids().empty());
-}
-
-/// What `qbt2 decode --config FILE` does: the manager loads the file and writes each setting into
-/// the session, and the decoder then asks the manager.
-TEST(DeviceSession, AManagerLoadsSettingsIntoItAndAnswersFromIt) {
-  const test::TestFolder folder;
-  folder.put("device_session.cfg", "QBT2_3=DMA1;1;0x1000\nATBID=17\n");
-  ::setenv("KZ_TRACE_SETTINGS_DIR", folder.at("").c_str(), 1);
-  DeviceSession session = described();
-  std::string error;
-  const std::unique_ptr<EktTrace::DeviceConfigManagerStm_t> manager(
-      EktTrace::DeviceConfigManagerStm_t::Construct(&session, session.device_name(), "STM", error));
-  ASSERT_NE(manager, nullptr) << error;
-  Kz::Dvt::Trace::ConfigPropertyValue value;
-  EXPECT_FALSE(manager->GetProperty("QBT2_3", value));
-  ASSERT_TRUE(manager->LoadConfiguration("device_session.cfg", Kz::Dvt::Trace::eTraceDataFileText4))
-      << manager->GetLastError();
-
-  ASSERT_TRUE(manager->GetProperty("QBT2_3", value)) << manager->GetLastError();
-  EXPECT_EQ(value.text, "DMA1;1;0x1000");
-  EXPECT_EQ(value.type, 6U);
-  ASSERT_TRUE(manager->GetProperty("ATBID", value));
-  EXPECT_EQ(value.type, 2U);
-  EXPECT_EQ(value.value.unsignedValue, 17U);
-  EXPECT_FALSE(manager->GetProperty("QBT2_4", value));
-  EXPECT_THAT(manager->GetLastError(), HasSubstr("QBT2_4"));
-  EXPECT_THAT(session.master_ids(), ElementsAre(3U, 7U, 131U));
 }
 
 }  // namespace
