@@ -11,8 +11,6 @@
 namespace qbt2 {
 namespace {
 
-using Kz::Dvt::Trace::eTraceDataFileType;
-
 constexpr const char* kSettingsDirectoryVariable = "KZ_TRACE_SETTINGS_DIR";
 constexpr std::uint64_t kLargestAtbId = 0x7F;
 /// The name handed along with the device's, as the tool's configuration of that device.

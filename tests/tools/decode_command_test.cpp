@@ -71,7 +71,9 @@ std::string json_rows(const std::vector<std::string>& where, const std::vector<s
                       const std::vector<std::string>& periods) {
   const std::string value = R"(,"type":"Value","kind":")";
   const auto head = [&](std::size_t i, const char* probe) {
-    return "{" + where[i] + ",\"probe\":" + probe + ",\"master\":\"" + names[i] + "\"" + value;
+    std::string text = "{" + where[i];
+    text.append(",\"probe\":").append(probe).append(",\"master\":\"").append(names[i]);
+    return text.append("\"").append(value);
   };
   return head(0, "5") + R"(throughput","description":"Throughput statistics)" + periods[0] + "\"," +
          kThroughputValues + "\n" + head(1, "131") +

@@ -34,10 +34,11 @@ std::string as_table(const ColumnCatalogue& catalogue) {
     const ColumnDescription& column = catalogue.columns[k];
     const std::string number = std::to_string(k);
     const std::string bits = std::to_string(8 * column.size_bytes);
-    text += std::string(number.size() < 2 ? 1 : 0, ' ') + number + "  " +
-            padded(column.key, key_width) + "  " + padded(column.name, name_width) + "  " +
-            std::string(4 - std::min<std::size_t>(4, bits.size()), ' ') + bits + "  " +
-            column.description + "\n";
+    text.append(number.size() < 2 ? 1 : 0, ' ').append(number).append("  ");
+    text.append(padded(column.key, key_width)).append("  ");
+    text.append(padded(column.name, name_width)).append("  ");
+    text.append(4 - std::min<std::size_t>(4, bits.size()), ' ').append(bits).append("  ");
+    text.append(column.description).append("\n");
   }
   return text;
 }

@@ -150,6 +150,7 @@ void DecodeRun::make_pool() {
     setup_->apply(*units.back());
   }
   std::vector<std::unique_ptr<DecodeWorker>> workers;
+  workers.reserve(units.size());
   for (DecoderLibrary::Unit& unit : units) {
     workers.push_back(
         std::make_unique<DecodeWorker>(std::move(unit), catalogue_, make_formatter(catalogue_)));

@@ -49,6 +49,7 @@ void check_contradictions(const DecodeArguments& arguments) {
 
 std::vector<std::uint16_t> parse_masters(const std::vector<std::string>& texts) {
   std::vector<std::uint16_t> masters;
+  masters.reserve(texts.size());
   for (const std::string& text : texts) {
     masters.push_back(static_cast<std::uint16_t>(parse_number("--master", text, kLargestMaster)));
   }
