@@ -59,7 +59,8 @@ inline void store_digits(char* at, std::uint64_t digits) {
 /// Writes 1 to 99999999 without leading zeros; stores eight characters.
 inline char* write_up_to_eight(char* at, std::uint32_t value) {
   const std::uint64_t digits = eight_digits(value);
-  const int leading_bits = std::countr_zero(digits) & ~7;
+  constexpr std::uint64_t kLastDigit = std::uint64_t{1} << 56;  // stays, whatever it is
+  const int leading_bits = std::countr_zero(digits | kLastDigit) & ~7;
   store_digits(at, digits >> leading_bits);
   return at + (64 - leading_bits) / 8;
 }

@@ -60,7 +60,8 @@ std::vector<std::string> check_usecase_settings(
       continue;
     }
     const std::string fault = usecase_line_fault(value);
-    if (!fault.empty()) faults.push_back(name + ": " + fault + "; its rows say Unknown");
+    if (fault.empty()) continue;
+    faults.push_back(std::string(name).append(": ").append(fault).append("; its rows say Unknown"));
   }
   return faults;
 }
