@@ -5,10 +5,8 @@
 #include <cstdint>
 #include <cstdlib>
 #include <filesystem>
-#include <fstream>
 #include <map>
 #include <memory>
-#include <sstream>
 #include <string>
 #include <vector>
 
@@ -16,6 +14,7 @@
 #include "decoder/StpQBTracer2DecoderImpl.h"
 #include "decoder/trace_environment.h"
 #include "gtest/gtest.h"
+#include "tests/common/common_test_support.h"
 
 /// What the decoder's tests share: a way to its members, samples, a configuration manager of fixed
 /// answers, and a home folder that is not the user's.
@@ -27,8 +26,6 @@ struct StpQBTracer2DecoderPeer {
   auto& Probes() { return unit.probes; }
   auto& ZeroSuppress() { return unit.zeroSuppress; }
   auto& CurrentProbeId() { return unit.currentProbeId; }
-  auto& ClockRate() { return unit.clockRate; }
-  auto& Columns() { return unit.columns; }
   [[nodiscard]] const auto& MasterIds() const { return unit.masterIds; }
   auto& Utility() { return unit.deviceDatabaseUtility; }
   [[nodiscard]] void* DestroyUtility() const { return unit.destroyDeviceDatabaseUtility; }
@@ -40,9 +37,6 @@ struct StpQBTracer2DecoderPeer {
   [[nodiscard]] const std::uint8_t* InputBuffer() const { return unit.inputBuffer; }
   [[nodiscard]] Qbt2ProbeData_t GetProbeData(std::uint8_t id) const {
     return unit.GetProbeData(id);
-  }
-  [[nodiscard]] std::string Hex(std::uint32_t value) const {
-    return unit.convert_int_to_hex_string(value);
   }
 
   /// Sends every sample down the checked road until the next load.
@@ -66,15 +60,6 @@ struct StpQBTracer2DecoderPeer {
   }
   void OutputString(const std::string* text, std::uint8_t position) {
     unit.OutputStringToBuffer(text, position);
-  }
-  void Throughput(const std::vector<unsigned int>& words, const Qbt2ProbeData_t& probe) {
-    unit.ProcessThroughputMessage(words, probe);
-  }
-  void Latency(const std::vector<unsigned int>& words, const Qbt2ProbeData_t& probe) {
-    unit.ProcessLatencyMessage(words, probe);
-  }
-  void Transaction(const std::vector<unsigned int>& words, const Qbt2ProbeData_t& probe) {
-    unit.ProcessTransactionMessage(words, probe);
   }
 };
 
@@ -174,31 +159,23 @@ inline std::string UsecaseLine(const std::string& name, const std::string& perio
 class TempHome {
  public:
   TempHome() {
-    std::string name = (std::filesystem::temp_directory_path() / "qbt2-home-XXXXXX").string();
-    path_ = mkdtemp(name.data());
-    setenv("HOME", path_.c_str(), 1);
+    setenv("HOME", directory_.path().c_str(), 1);
     for (const char* variable :
          {"KZ_TRACE_LOGGING", "KZ_TRACE_DEBUGCLIENT_PID", "KZ_TRACE_LOGGING_DIR",
           "KZ_TRACE_DATA_DIR", "KZ_TRACE_SETTINGS_DIR"}) {
       unsetenv(variable);
     }
   }
-  ~TempHome() { std::filesystem::remove_all(path_); }
-  TempHome(const TempHome&) = delete;
-  TempHome& operator=(const TempHome&) = delete;
 
-  [[nodiscard]] std::filesystem::path TraceFolder() const { return path_ / ".KZ-trace"; }
+  [[nodiscard]] std::filesystem::path TraceFolder() const { return directory_ / ".KZ-trace"; }
 
   /// All of the log written so far.
   [[nodiscard]] std::string Log() const {
-    std::ifstream file(TraceFolder() / TraceLogFileName());
-    std::ostringstream text;
-    text << file.rdbuf();
-    return text.str();
+    return common_test::ReadFile(TraceFolder() / TraceLogFileName());
   }
 
  private:
-  std::filesystem::path path_;
+  common_test::TempDirectory directory_;
 };
 
 /// A unit in a home of its own, with columns from 100 on.

@@ -98,7 +98,6 @@ TEST_F(InterfaceTest, EnablingAColumnIsReportedAndNothingElse) {
   unit_->AddColumn(4711, true);
   for (std::uint32_t k = 0; k < 45; ++k) {
     EXPECT_EQ(Ask(100 + k).enabled, k == 9) << k;
-    EXPECT_EQ(Peer().Columns()[k].disabled, k != 9) << k;
   }
   EXPECT_EQ(Decode(Sample(1, {1, 2})), before);
   unit_->AddColumn(109, false);
@@ -120,20 +119,12 @@ TEST_F(InterfaceTest, UnknownAndUnnumberedColumns) {
 
 TEST_F(InterfaceTest, MasterIds) {
   std::vector<std::uint32_t> ids{9};
-  unit_->GetMasterIds(ids);
-  EXPECT_TRUE(ids.empty());
   unit_->SetMasterIds({3, 5});
   unit_->GetMasterIds(ids);
   EXPECT_EQ(ids, (std::vector<std::uint32_t>{3, 5}));
   unit_->SetMasterIds(Peer().MasterIds());
   unit_->GetMasterIds(ids);
   EXPECT_TRUE(ids.empty()) << "the decoder's own list is emptied before the copy";
-}
-
-TEST_F(InterfaceTest, ConfigurationManagerIsAskedOnce) {
-  unit_->SetDeviceConfigManager(nullptr);
-  unit_->SetDeviceConfigManager(&manager_);
-  EXPECT_EQ(manager_.asked, std::vector<std::string>{"GetInfo"});
 }
 
 /// The first word of a pointer to a virtual member function is its offset in the table, plus 1.
@@ -163,23 +154,6 @@ TEST_F(InterfaceTest, SlotOrder) {
   CDecoderUnitIF* unit = unit_.release();
   auto* const* table = *reinterpret_cast<void* const* const*>(unit);
   reinterpret_cast<void (*)(CDecoderUnitIF*)>(table[16])(unit);
-}
-
-TEST_F(InterfaceTest, FixedAnswers) {
-  CDecoderUnitIF& unit = *unit_;
-  auto type = static_cast<Kz::Dvt::Trace::eFunctionType>(9);
-  unit.GetFunctionInformation(type);
-  EXPECT_EQ(static_cast<std::uint32_t>(type), 0U);
-  Kz::Dvt::Trace::ConfigPropertyValue value;
-  value.text = "kept";
-  unit.GetInfo("any", value);
-  EXPECT_EQ(value.text, "kept");
-  bool needed = true;
-  unit.GetTimestampAdjustmentNeeded(needed);
-  EXPECT_FALSE(needed);
-  std::uint32_t adjusted = 5;
-  unit.AdjustTimestamp(nullptr, adjusted);
-  EXPECT_EQ(adjusted, 0U);
 }
 
 }  // namespace

@@ -19,27 +19,6 @@ class OutputRecordTest : public LoggingDecoderTest {
   Bytes output_;
 };
 
-TEST_F(OutputRecordTest, NumericFields) {
-  struct {
-    std::uint32_t size;
-    Bytes expected;
-  } const cases[] = {
-      {1, {7, 0x88}},
-      {2, {7, 0x88, 0x77}},
-      {4, {7, 0x88, 0x77, 0x66, 0x55}},
-      {8, {7, 0x88, 0x77, 0x66, 0x55, 0x44, 0x33, 0x22, 0x11}},
-  };
-  for (const auto& c : cases) {
-    Start(64);
-    Peer().OutputData(c.size, 0x1122334455667788, 7, true);
-    EXPECT_EQ(Written(), c.expected) << c.size;
-    EXPECT_EQ(Peer().OutputCursor(), output_.data() + c.expected.size()) << c.size;
-    Start(64);
-    Peer().OutputData(c.size, 0x1122334455667788, 7, false);
-    EXPECT_EQ(Written(), Bytes(c.expected.begin() + 1, c.expected.end())) << c.size;
-  }
-}
-
 TEST_F(OutputRecordTest, InvalidSizesKeepThePositionByte) {
   for (const std::uint32_t size : {0U, 3U, 5U, 16U, 0xFFFFFFFFU}) {
     Start(64);
@@ -89,13 +68,6 @@ TEST_F(OutputRecordTest, FullBuffer) {
                                      std::to_string(cursor) + ", Avaiable: 15\n"));
     }
   }
-}
-
-TEST_F(OutputRecordTest, HexString) {
-  EXPECT_EQ(Peer().Hex(0), "0");
-  EXPECT_EQ(Peer().Hex(255), "ff");
-  EXPECT_EQ(Peer().Hex(4096), "1000");
-  EXPECT_EQ(Peer().Hex(0xFFFFFFFF), "ffffffff");
 }
 
 // Whatever the capacity, at most eight bytes behind it are written: what docs/output-record.md asks

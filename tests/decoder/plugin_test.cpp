@@ -5,34 +5,11 @@
 
 #include "decoder_test_support.h"
 
-// Not built with the leak checker: nothing to tell it.
-#if defined(__SANITIZE_ADDRESS__)
-#include <sanitizer/lsan_interface.h>
-#endif
-
 namespace decoder_test {
 namespace {
 
 using Kz::Dvt::Trace::CDecoderUnitIF;
 using Kz::Dvt::Trace::DecodeError;
-
-/// What a unit owns is lost when it is given back, by contract; the leak checker looks away while a
-/// unit is made and used.
-class LeaksByContract {
- public:
-  LeaksByContract() {
-#if defined(__SANITIZE_ADDRESS__)
-    __lsan_disable();
-#endif
-  }
-  ~LeaksByContract() {
-#if defined(__SANITIZE_ADDRESS__)
-    __lsan_enable();
-#endif
-  }
-  LeaksByContract(const LeaksByContract&) = delete;
-  LeaksByContract& operator=(const LeaksByContract&) = delete;
-};
 
 class PluginTest : public testing::Test {
  protected:
@@ -52,7 +29,6 @@ TEST_F(PluginTest, DecodesThroughTheEntryPoints) {
   const auto create = Find<void* (*)()>("CreateDecoderUnit");
   const auto destroy = Find<void (*)(void*)>("DestroyDecoderUnit");
   ASSERT_TRUE(create != nullptr && destroy != nullptr);
-  const LeaksByContract leaks;
   void* handle = create();
   auto* unit = static_cast<CDecoderUnitIF*>(handle);
   FakeConfigManager manager;

@@ -1,6 +1,7 @@
 // The quick road against the checked one: whatever the sample and the output, the same bytes (also
 // those behind the row), errors and end state.
 
+#include <array>
 #include <cstdlib>
 #include <new>
 #include <random>
@@ -40,9 +41,7 @@ struct Outcome {
   std::string error;
   std::uint32_t produced = 0xDEAD;
   Bytes output;
-  std::uint32_t bytesWritten = 0, readIndex = 0, payloadBytes = 0, capacity = 0;
-  std::ptrdiff_t cursor = 0;
-  std::uint8_t probeId = 0;
+  std::array<std::int64_t, 6> state = {};
 
   bool operator==(const Outcome&) const = default;
 };
@@ -68,36 +67,33 @@ class PreparedRowsTest : public DecoderTest {
   }
 
   void Configure(const std::map<std::string, std::string>& settings, const Words& masters) {
-    manager_.settings = settings;
-    for (StpQBTracer2Decoder* unit : {unit_.get(), checked_.get()}) {
-      unit->SetDeviceConfigManager(&manager_);
-      unit->SetMasterIds(masters);
-      unit->DataReset();
-    }
+    ForBoth([&] { Load(settings, masters); });
     StpQBTracer2DecoderPeer{*checked_}.ForgetPreparedRows();
   }
 
   void Number(std::uint32_t firstId) {
-    for (StpQBTracer2Decoder* unit : {unit_.get(), checked_.get()}) {
-      std::vector<Kz::Dvt::Trace::CDecoderUnitIF::SharedColumns> shared;
-      std::uint32_t count = 0;
-      unit->InitColumn(shared, firstId, count);
+    ForBoth([&] { NumberColumns(firstId); });
+  }
+
+  /// Does it to `unit_` as it is and to the other unit in its place.
+  template <typename Action>
+  void ForBoth(Action action) {
+    for (int i = 0; i < 2; ++i) {
+      action();
+      unit_.swap(checked_);
     }
   }
 
   static Outcome Run(StpQBTracer2Decoder& unit, Bytes sample, std::uint32_t capacity) {
-    const StpQBTracer2DecoderPeer peer{unit};
+    StpQBTracer2DecoderPeer peer{unit};
     Outcome outcome;
     outcome.output.assign(kOutputBytes, 0xCC);
     outcome.error = ErrorOf([&] {
       unit.ProcessSamples(0, sample.data(), capacity, outcome.output.data(), outcome.produced);
     });
-    outcome.bytesWritten = peer.BytesWritten();
-    outcome.readIndex = peer.ReadIndex();
-    outcome.payloadBytes = peer.PayloadBytes();
-    outcome.capacity = peer.OutputCapacity();
-    outcome.cursor = peer.OutputCursor() - outcome.output.data();
-    outcome.probeId = StpQBTracer2DecoderPeer{unit}.CurrentProbeId();
+    outcome.state = {peer.BytesWritten(),   peer.ReadIndex(),
+                     peer.PayloadBytes(),   peer.OutputCapacity(),
+                     peer.CurrentProbeId(), peer.OutputCursor() - outcome.output.data()};
     return outcome;
   }
 

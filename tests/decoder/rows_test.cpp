@@ -5,7 +5,12 @@
 namespace decoder_test {
 namespace {
 
-const Bytes kValueText = Bytes{0x09, 5, 0, 0, 0} + Text("Value");
+/// The fields that stand before a row's numbers.
+Bytes Head(std::uint8_t probeId, const std::string& name, const std::string& description) {
+  return Bytes{0x00, probeId, 0x01, static_cast<std::uint8_t>(name.size()), 0, 0, 0} + Text(name) +
+         Bytes{0x09, 5, 0, 0, 0} + Text("Value") +
+         Bytes{0x04, static_cast<std::uint8_t>(description.size()), 0, 0, 0} + Text(description);
+}
 
 class RowsTest : public DecoderTest {
  protected:
@@ -13,9 +18,7 @@ class RowsTest : public DecoderTest {
 };
 
 TEST_F(RowsTest, ThroughputOfAKnownProbe) {
-  const Bytes expected = Bytes{0x00, 5, 0x01, 4, 0, 0, 0} + Text("DMA1") + kValueText +
-                         Bytes{0x04, 45, 0, 0, 0} +
-                         Text("Throughput statistics per 0x1000 clock cycles") +
+  const Bytes expected = Head(5, "DMA1", "Throughput statistics per 0x1000 clock cycles") +
                          Bytes{100, 0x64, 0,    0,    0,            // Byte Transactions
                                101, 0x19, 0,    0,    0,            // Matched
                                102, 4,    0,    0,    0,            // Avg. Length
@@ -26,9 +29,7 @@ TEST_F(RowsTest, ThroughputOfAKnownProbe) {
 }
 
 TEST_F(RowsTest, ThroughputOfAnUnknownProbe) {
-  const Bytes expected = Bytes{0x00, 9, 0x01, 7, 0, 0, 0} + Text("Unknown") + kValueText +
-                         Bytes{0x04, 46, 0, 0, 0} +
-                         Text("Throughput statistics: sampling period unknown") +
+  const Bytes expected = Head(9, "Unknown", "Throughput statistics: sampling period unknown") +
                          Bytes{100, 0, 0,   0, 0, 101, 0, 0,   0, 0, 102, 0, 0,
                                0,   0, 139, 0, 0, 0,   0, 140, 0, 0, 0,   0, 0xFE};
   EXPECT_EQ(Decode(Sample(9, {0, 0})), expected);
@@ -46,21 +47,17 @@ TEST_F(RowsTest, LatencyOfAKnownAndOfAnUnknownProbe) {
                      0x34, 0xEF, 0xBE, 0xAD, 0xDE,         //
                      0x35, 0x56, 0x34, 0x12, 0xFF, 0xFE};  //
   const Words words{0x12345678, 0x0009ABCD, 0xDEADBEEF, 0xFF123456};
-  const Bytes known = Bytes{0x00, 5, 0x01, 4, 0, 0, 0} + Text("DMA1") + kValueText +
-                      Bytes{0x04, 42, 0, 0, 0} + Text("Latency statistics per 0x1000 clock cycles");
-  const Bytes unknown = Bytes{0x00, 0x7F, 0x01, 7, 0, 0, 0} + Text("Unknown") + kValueText +
-                        Bytes{0x04, 43, 0, 0, 0} +
-                        Text("Latency statistics: sampling period unknown");
-  EXPECT_EQ(Decode(Sample(5, words)), known + values);
-  EXPECT_EQ(Decode(Sample(0x7F, words)), unknown + values);
+  EXPECT_EQ(Decode(Sample(5, words)),
+            Head(5, "DMA1", "Latency statistics per 0x1000 clock cycles") + values);
+  EXPECT_EQ(Decode(Sample(0x7F, words)),
+            Head(0x7F, "Unknown", "Latency statistics: sampling period unknown") + values);
 }
 
 // Every field has a value of its own; unused bits are set; ids above 211 wrap in the output.
 TEST_F(RowsTest, TransactionWithWrappingColumnIds) {
   NumberColumns(250);
   const Words words{0x80000000, 0xAAF21234, 0x9B1D76A5, 0xD9AD6DD9, 0x9B9F35DB, 0xFFFFF123};
-  const Bytes expected = Bytes{0x00, 5, 0x01, 4, 0, 0, 0} + Text("DMA1") + kValueText +
-                         Bytes{0x04, 19, 0, 0, 0} + Text("Transaction logging") +
+  const Bytes expected = Head(5, "DMA1", "Transaction logging") +
                          Bytes{0x0B, 0x00, 0x00, 0x00, 0x80, 0x34, 0x12, 0x00, 0x00,  // address
                                0x02, 2,                                               // Mode
                                0x03, 0xBC, 0x0A,                                      // Route ID
@@ -147,20 +144,6 @@ TEST_F(RowsTest, ZeroSuppressionDropsOnlyZeroMessages) {
   }
   unit_->DataReset();
   EXPECT_EQ(Decode(Sample(5, {0, 0})).size(), 97U) << "a load switches suppression off";
-}
-
-TEST_F(RowsTest, MessageOperationsDropOtherLengths) {
-  Bytes output(400);
-  StpQBTracer2DecoderPeer peer = Peer();
-  peer.StartOutput(output.data(), 400);
-  const Qbt2ProbeData_t probe = peer.GetProbeData(5);
-  for (std::size_t count = 0; count < 9; ++count) {
-    const std::vector<unsigned int> words(count, 1);
-    if (count != 2) peer.Throughput(words, probe);
-    if (count != 4) peer.Latency(words, probe);
-    if (count != 6) peer.Transaction(words, probe);
-    EXPECT_EQ(peer.BytesWritten(), 0U) << count;
-  }
 }
 
 }  // namespace

@@ -3,44 +3,13 @@
 #include <stdexcept>
 
 #include "decoder_test_support.h"
+#include "tests/platforms/fake_device_model.h"
 
 namespace decoder_test {
 namespace {
 
-/// A device model of one board, one tracer and one list of masters. Names which link is missing.
-class FakeModel final : public Kz::Dvt::Trace::CDeviceIdentifier,
-                        public EktTrace::IDevice_t,
-                        public EktTrace::IComponent_t {
- public:
-  struct Entry final : EktTrace::IPropertyEntry_t {
-    std::string name, value;
-    Entry(std::string n, std::string v) : name(std::move(n)), value(std::move(v)) {}
-    [[nodiscard]] const std::string& GetName() const override { return name; }
-    [[nodiscard]] const std::string& GetValue() const override { return value; }
-  };
-
-  enum Missing { kNothing, kDevice, kComponent, kList, kThrows } missing = kNothing;
-
-  [[nodiscard]] const EktTrace::IDevice_t* GetDeviceByName(const std::string& name) const override {
-    if (missing == kThrows) {
-      throw std::runtime_error("model");
-    }
-    return name == "board" && missing != kDevice ? this : nullptr;
-  }
-  [[nodiscard]] const EktTrace::IComponent_t* GetComponent(const std::string& name) const override {
-    return name == "MOD_QBTRACER0" && missing != kComponent ? this : nullptr;
-  }
-  [[nodiscard]] const std::vector<const EktTrace::IPropertyEntry_t*>* GetPropertyList(
-      const std::string& name) const override {
-    return name == "masterid.proc" && missing != kList ? &list_ : nullptr;
-  }
-
- private:
-  Entry cpu_{"CPU", "1"}, gpu_{"GPU", "0x11"}, late_{"LATE", "17"}, bad_{"BAD", "none"},
-      after_{"AFTER", "30"};
-  std::vector<const EktTrace::IPropertyEntry_t*> list_{&cpu_,  nullptr, &gpu_,
-                                                       &late_, &bad_,   &after_};
-};
+using trace_testing::FakeDeviceModel;
+using trace_testing::FakeEntry;
 
 class UsecaseLoadingTest : public DecoderTest {};
 
@@ -155,15 +124,14 @@ TEST_F(UsecaseLoadingTest, NotFoundRecordsKeepWhatCameBefore) {
 
 TEST_F(UsecaseLoadingTest, AnswersAboutSuppressionAndClockAreNotUsed) {
   Peer().ZeroSuppress() = true;
-  Peer().ClockRate() = 5;
   Load({{"ZeroSupress", "1"}, {"ClockRate", "100"}}, {4294967295U});
   EXPECT_FALSE(Peer().ZeroSuppress());
-  EXPECT_EQ(Peer().ClockRate(), 0U);
   EXPECT_EQ(manager_.asked,
             (std::vector<std::string>{"GetInfo", "ZeroSupress", "ClockRate", "QBT2_4294967295"}));
 }
 
 TEST_F(UsecaseLoadingTest, WithoutAManagerNothingIsFound) {
+  unit_->SetDeviceConfigManager(nullptr);
   unit_->SetMasterIds({1, 2});
   unit_->DataReset();
   unit_->DataReset();
@@ -181,21 +149,23 @@ TEST_F(UsecaseLoadingTest, StateBitsAreTheLastProbesUpperBits) {
 }
 
 TEST_F(UsecaseLoadingTest, MasterNames) {
-  FakeModel model;
+  const FakeEntry entries[] = {
+      {"CPU", "1"}, {"GPU", "0x11"}, {"LATE", "17"}, {"BAD", "none"}, {"AFTER", "30"}};
+  FakeDeviceModel model;
+  model.masters = {&entries[0], nullptr, &entries[1], &entries[2], &entries[3], &entries[4]};
   struct {
     const char* what;
-    FakeModel::Missing missing;
+    FakeDeviceModel::Missing missing;
     std::uint32_t master;
     std::string name;
     bool found;
   } const cases[] = {
-      {"decimal", FakeModel::kNothing, 1, "CPU", true},
-      {"hexadecimal, first of two", FakeModel::kNothing, 17, "GPU", true},
-      {"behind a value that is no number", FakeModel::kNothing, 30, "MASTERNAME", false},
-      {"no device", FakeModel::kDevice, 1, "MASTERNAME", true},
-      {"no component", FakeModel::kComponent, 1, "MASTERNAME", true},
-      {"no list", FakeModel::kList, 1, "MASTERNAME", true},
-      {"model throws", FakeModel::kThrows, 1, "MASTERNAME", false},
+      {"decimal", FakeDeviceModel::kNothing, 1, "CPU", true},
+      {"hexadecimal, first of two", FakeDeviceModel::kNothing, 17, "GPU", true},
+      {"behind a value that is no number", FakeDeviceModel::kNothing, 30, "MASTERNAME", false},
+      {"no device", FakeDeviceModel::kDevice, 1, "MASTERNAME", true},
+      {"no component", FakeDeviceModel::kComponent, 1, "MASTERNAME", true},
+      {"no list", FakeDeviceModel::kList, 1, "MASTERNAME", true},
   };
   unit_->SetDeviceIdentifier(&model);
   for (const auto& c : cases) {
@@ -204,6 +174,9 @@ TEST_F(UsecaseLoadingTest, MasterNames) {
     EXPECT_EQ(Peer().Probes()[0].probeName, c.name) << c.what;
     EXPECT_EQ(Peer().Probes()[0].recordFound, c.found) << c.what;
   }
+  model.throwing = [] { throw std::runtime_error("model"); };
+  unit_->DataReset();
+  EXPECT_FALSE(Peer().Probes()[0].recordFound);
   unit_->SetDeviceIdentifier(nullptr);
   unit_->DataReset();
   EXPECT_EQ(Peer().Probes()[0].probeName, "MASTERNAME");
