@@ -9,7 +9,6 @@ namespace decoder_test {
 namespace {
 
 using Kz::Dvt::Trace::CDecoderUnitIF;
-using Kz::Dvt::Trace::DecodeError;
 
 class PluginTest : public testing::Test {
  protected:
