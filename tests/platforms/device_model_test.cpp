@@ -19,10 +19,11 @@ namespace {
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 
-std::unique_ptr<Component_t> Component(const std::string& local, const std::string& global = "",
-                                       std::optional<std::uint32_t> traceId = std::nullopt) {
-  return std::make_unique<Component_t>(
-      ComponentInfo_t{local, global, eComponentOther, eScopeDevice, traceId});
+std::unique_ptr<Component_t> Component(const std::string& local, const std::string& global,
+                                       std::optional<std::uint32_t> traceId = std::nullopt,
+                                       eComponentType type = eComponentOther,
+                                       eComponentScope scope = eScopeDevice) {
+  return std::make_unique<Component_t>(ComponentInfo_t{local, global, type, scope, traceId});
 }
 
 std::vector<std::string> Names(const std::vector<const Component_t*>& components) {
@@ -34,15 +35,9 @@ std::vector<std::string> Names(const std::vector<const Component_t*>& components
 
 TEST(DeviceModel, FindsComponentsByEachOfTheirProperties) {
   DeviceBase_t device("SOC");
-  auto add = [&](const char* local, const char* global, eComponentType type,
-                 eComponentScope scope) {
-    ASSERT_EQ(device.AddComponent(std::make_unique<Component_t>(
-                  ComponentInfo_t{local, global, type, scope, std::nullopt})),
-              eDeviceOk);
-  };
-  add("QBT_B", "SOC/QBT_B", eComponentBusTracer, eScopeSubsystem);
-  add("STM", "SOC/STM", eComponentSystemTrace, eScopeDevice);
-  add("QBT_A", "", eComponentBusTracer, eScopeDevice);
+  device.AddComponent(Component("QBT_B", "SOC/QBT_B", {}, eComponentBusTracer, eScopeSubsystem));
+  device.AddComponent(Component("STM", "SOC/STM", {}, eComponentSystemTrace));
+  device.AddComponent(Component("QBT_A", "", {}, eComponentBusTracer));
 
   ASSERT_NE(device.GetComponent("STM"), nullptr);
   EXPECT_EQ(device.GetComponent("STM")->GetGlobalName(), "SOC/STM");
@@ -63,8 +58,11 @@ TEST(DeviceModel, RefusesWhatWouldBeAmbiguousAndStaysAsItWas) {
   DeviceBase_t device("SOC");
   ASSERT_EQ(device.AddTraceReceiver(std::make_unique<TraceReceiver_t>("ETB", eReceiverBuffer, 0)),
             eDeviceOk);
-  ASSERT_EQ(device.AddComponent(Component("STM", "SOC/STM", 0x10)), eDeviceOk);
+  ASSERT_EQ(device.AddComponent(Component("STM", "SOC/STM", 0x6F)), eDeviceOk);
   const Component_t* first = device.GetComponent("STM");
+  std::uint32_t id = 99;
+  EXPECT_FALSE(device.GetTraceId("ETB", id));
+  EXPECT_EQ(id, 99U);
 
   struct Refused_t {
     const char* local;
@@ -88,28 +86,15 @@ TEST(DeviceModel, RefusesWhatWouldBeAmbiguousAndStaysAsItWas) {
   EXPECT_EQ(device.AddTraceReceiver(std::make_unique<TraceReceiver_t>("STM", eReceiverProbe, 0)),
             eDeviceDuplicateName);
   EXPECT_EQ(device.AddTarget(std::make_unique<Target_t>("")), eDeviceEmptyName);
+  DeviceIdentifier_t identifier;
+  EXPECT_EQ(identifier.AddDevice(std::make_unique<DeviceBase_t>("SOC")), eDeviceOk);
+  EXPECT_EQ(identifier.AddDevice(std::make_unique<DeviceBase_t>("SOC")), eDeviceDuplicateName);
+  EXPECT_EQ(identifier.AddDevice(std::make_unique<DeviceBase_t>("")), eDeviceEmptyName);
 
   EXPECT_THAT(device.GetComponents(), ElementsAre(first));
   EXPECT_EQ(device.GetComponentByGlobalName("other"), nullptr);
   EXPECT_EQ(device.GetComponentByGlobalName("x"), nullptr);
   EXPECT_EQ(device.GetTraceReceivers().size(), 1U);
-}
-
-TEST(DeviceModel, TraceIdsAreAnsweredOnlyForComponentsThatHaveOne) {
-  DeviceBase_t device("SOC");
-  ASSERT_EQ(device.AddComponent(Component("LOW", "", 0x01)), eDeviceOk);
-  ASSERT_EQ(device.AddComponent(Component("HIGH", "", 0x6F)), eDeviceOk);
-  ASSERT_EQ(device.AddComponent(Component("SAME", "", 0x6F)), eDeviceOk);
-  ASSERT_EQ(device.AddComponent(Component("FUNNEL")), eDeviceOk);
-
-  std::uint32_t id = 99;
-  EXPECT_FALSE(device.GetTraceId("FUNNEL", id));
-  EXPECT_FALSE(device.GetTraceId("NOBODY", id));
-  EXPECT_EQ(id, 99U);
-  EXPECT_TRUE(device.GetTraceId("LOW", id));
-  EXPECT_EQ(id, 0x01U);
-  EXPECT_TRUE(device.GetTraceId("HIGH", id));
-  EXPECT_EQ(id, 0x6FU);
 }
 
 TEST(DeviceModel, PropertyListsKeepOrderAndRepeatsAndStayBorrowable) {
@@ -190,41 +175,6 @@ TEST(DeviceModel, SystemTraceKindIsAPairOfTableIndices) {
   ASSERT_TRUE(device.GetSystemTraceInfo().has_value());
   EXPECT_EQ(device.GetSystemTraceInfo()->type, 3);
   EXPECT_EQ(device.GetSystemTraceInfo()->detail, 3);
-}
-
-TEST(DeviceModel, TargetsHoldTheHostsAdapter) {
-  struct Adapter_t final : ITargetAdapter_t {
-  } adapter;
-  DeviceBase_t device("SOC");
-  ASSERT_EQ(device.AddTarget(std::make_unique<Target_t>("CPU0")), eDeviceOk);
-  EXPECT_EQ(device.GetTargetAdapter("CPU0"), nullptr);
-  EXPECT_FALSE(device.SetTargetAdapter("CPU1", &adapter));
-  EXPECT_TRUE(device.SetTargetAdapter("CPU0", &adapter));
-  EXPECT_EQ(device.GetTargetAdapter("CPU0"), &adapter);
-  EXPECT_EQ(device.GetTargetAdapter("CPU1"), nullptr);
-}
-
-TEST(DeviceIdentifier, AnswersThroughTheInterfacesThatTheDecoderAsks) {
-  DeviceIdentifier_t identifier;
-  auto device = std::make_unique<DeviceBase_t>("SOC");
-  auto tracer = Component("MOD_QBTRACER0");
-  tracer->AddPropertyEntry("masterid.proc", "DMA1", "3");
-  ASSERT_EQ(device->AddComponent(std::move(tracer)), eDeviceOk);
-  ASSERT_EQ(identifier.AddDevice(std::move(device)), eDeviceOk);
-  EXPECT_EQ(identifier.AddDevice(std::make_unique<DeviceBase_t>("SOC")), eDeviceDuplicateName);
-  EXPECT_EQ(identifier.AddDevice(std::make_unique<DeviceBase_t>("")), eDeviceEmptyName);
-
-  const Kz::Dvt::Trace::CDeviceIdentifier& asked = identifier;
-  EXPECT_EQ(asked.GetDeviceByName("OTHER"), nullptr);
-  const IDevice_t* found = asked.GetDeviceByName("SOC");
-  ASSERT_NE(found, nullptr);
-  EXPECT_EQ(found->GetComponent("MOD_QBTRACER1"), nullptr);
-  const IComponent_t* component = found->GetComponent("MOD_QBTRACER0");
-  ASSERT_NE(component, nullptr);
-  const auto* list = component->GetPropertyList("masterid.proc");
-  ASSERT_NE(list, nullptr);
-  ASSERT_EQ(list->size(), 1U);
-  EXPECT_EQ(list->front()->GetName(), "DMA1");
 }
 
 }  // namespace

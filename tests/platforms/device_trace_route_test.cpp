@@ -2,22 +2,20 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <cstdlib>
-#include <filesystem>
-#include <fstream>
 #include <memory>
 #include <sstream>
 #include <string>
 #include <vector>
 
-#include "common/source/logging/debug_log.h"
 #include "platforms/source/device/device_base.h"
+#include "tests/platforms/trace_testing.h"
 
 namespace EktTrace {
 namespace {
 
 using ::testing::ElementsAre;
 using ::testing::HasSubstr;
+using ::testing::IsSupersetOf;
 
 /// A device of components and receivers, linked as "A>B C>D" says, in that order.
 std::unique_ptr<DeviceBase_t> Device(const std::string& components, const std::string& receivers,
@@ -128,24 +126,18 @@ TEST(TraceRoute, ALongChainIsWalkedWithoutRecursion) {
 }
 
 TEST(DeviceLog, RecordsNameTheOperationAndItsResult) {
-  const std::filesystem::path file =
-      std::filesystem::path(::testing::TempDir()) / "device_model_log.txt";
-  ::setenv("KZ_TRACE_LOGGING", "76", 1);  // entry, exit and platform records
-  ::setenv("KZ_TRACE_LOGFILE", file.c_str(), 1);
-  debug_log_init();
+  trace_testing::DebugLog::TakeRecords();
   {
     const auto device = Device("A B", "R", "A>B B>R");
     device->CreateTraceRoute("A", "R");
     device->CreateTraceRoute("B", "R");
     device->GetTargetAdapter("CPU0");
   }
-  std::ifstream in(file);
-  std::string log((std::istreambuf_iterator<char>(in)), {});
-  EXPECT_THAT(log, HasSubstr("Created trace route A -> B -> R"));
-  EXPECT_THAT(log, HasSubstr("Destroying 2 trace routes"));
-  EXPECT_THAT(log, HasSubstr("Returning target adapter (nil)"));
-  EXPECT_THAT(log, HasSubstr("~DeviceBase_t"));
-  std::filesystem::remove(file);
+  EXPECT_THAT(
+      trace_testing::DebugLog::TakeRecords(),
+      IsSupersetOf({HasSubstr("Created trace route A -> B -> R"),
+                    HasSubstr("Destroying 2 trace routes"),
+                    HasSubstr("Returning target adapter (nil)"), HasSubstr("~DeviceBase_t")}));
 }
 
 }  // namespace

@@ -8,6 +8,7 @@
 #include <stdexcept>
 
 #include "platforms/source/trace/device_config_manager_stm.h"
+#include "tests/platforms/fake_device_model.h"
 #include "tests/platforms/trace_testing.h"
 
 namespace {
@@ -21,32 +22,12 @@ using Kz::Dvt::Trace::eTraceDataFileText2;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 
-struct FakeEntry : IPropertyEntry_t {
-  FakeEntry(std::string n, std::string v) : name(std::move(n)), value(std::move(v)) {}
-  const std::string& GetName() const override { return name; }
-  const std::string& GetValue() const override { return value; }
-  std::string name, value;
-};
-
-// Device, component, accessor and session in one: each part can be switched away.
-struct FakeSession : IDeviceSession_t,
-                     IDevice_t,
-                     IComponent_t,
-                     IConfigAccessor_t,
-                     Kz::Dvt::Trace::CDeviceIdentifier {
+// The session, its accessor and its device model in one: each part can be switched away.
+struct FakeSession : IDeviceSession_t, IConfigAccessor_t, FakeDeviceModel {
+  FakeSession() { deviceName = "dev"; }
   Kz::Dvt::Trace::CDeviceIdentifier* GetDeviceIdentifier() override {
     MaybeThrow();
-    return hasIdentifier ? this : nullptr;
-  }
-  const IDevice_t* GetDeviceByName(const std::string& name) const override {
-    return name == "dev" ? this : nullptr;
-  }
-  const IComponent_t* GetComponent(const std::string& name) const override {
-    return hasComponent && name == "MOD_QBTRACER0" ? this : nullptr;
-  }
-  const std::vector<const IPropertyEntry_t*>* GetPropertyList(
-      const std::string& name) const override {
-    return hasMasters && name == "masterid.proc" ? &masters : nullptr;
+    return missing == kIdentifier ? nullptr : this;
   }
   IConfigAccessor_t* GetConfigAccessor(const std::string& device, const std::string& second,
                                        std::string& error) override {
@@ -81,7 +62,7 @@ struct FakeSession : IDeviceSession_t,
     MaybeThrow();
     error = "info text";
     information = {3, -4, "name"};
-    return hasInformation;
+    return true;
   }
   bool GetProperty(const std::string& /*device*/, const std::string& /*second*/,
                    const std::string& name, std::string& value, std::uint32_t& kind,
@@ -95,20 +76,12 @@ struct FakeSession : IDeviceSession_t,
     kind = propertyKind;
     return true;
   }
-  void MaybeThrow() const {
-    if (throwing) {
-      throwing();
-    }
-  }
 
-  bool hasIdentifier = true, hasComponent = true, hasMasters = true, hasAccessor = true,
-       hasInformation = true;
-  std::vector<const IPropertyEntry_t*> masters;
+  bool hasAccessor = true;
   std::map<std::string, std::string> live;
   std::string readError, propertyText;
   std::uint32_t propertyKind = 5;
   std::vector<std::string> written;
-  std::function<void()> throwing;
 };
 
 class ConfigManager : public InFolder {
@@ -171,6 +144,13 @@ TEST_F(ConfigManager, PropertyThatIsMissingIsLoggedAndLeavesTheRecord) {
   EXPECT_THAT(DebugLog::TakeRecords(), ElementsAre("E GetProperty: no such property"));
   EXPECT_TRUE(m_manager.GetProperty("any", value));
   EXPECT_EQ(m_manager.GetLastError(), "");
+  int first = 0;
+  int second = 0;
+  EXPECT_TRUE(m_manager.GetInfo(first, second, value.text));
+  EXPECT_EQ(first, 3);
+  EXPECT_EQ(second, -4);
+  EXPECT_EQ(value.text, "name");
+  EXPECT_EQ(m_manager.GetLastError(), "info text") << "what the session said, though it succeeded";
 }
 
 TEST_F(ConfigManager, LiveSettingsAreReadOrDefaulted) {
@@ -199,7 +179,7 @@ TEST_F(ConfigManager, LiveSettingsAreReadOrDefaulted) {
 }
 
 TEST_F(ConfigManager, ConfigurationIsLoadedAppliedAndSaved) {
-  setenv("KZ_TRACE_SETTINGS_DIR", m_folder.c_str(), 1);
+  setenv("KZ_TRACE_SETTINGS_DIR", m_folder.path().c_str(), 1);
   Put("s.txt", "ok=1\nbad=2\n");
   DebugLog::TakeRecords();
   EXPECT_TRUE(m_manager.LoadConfiguration("s.txt", eTraceDataFileText1));
@@ -231,23 +211,6 @@ TEST_F(ConfigManager, ConfigurationIsLoadedAppliedAndSaved) {
   m_session.hasAccessor = false;
   EXPECT_FALSE(m_manager.LoadConfiguration("s.txt", eTraceDataFileText1));
   EXPECT_EQ(m_manager.GetLastError(), "no accessor");
-}
-
-TEST_F(ConfigManager, InformationAndObjectFileComeFromTheSession) {
-  int first = 0;
-  int second = 0;
-  std::string text;
-  EXPECT_TRUE(m_manager.GetInfo(first, second, text));
-  EXPECT_EQ(first, 3);
-  EXPECT_EQ(second, -4);
-  EXPECT_EQ(text, "name");
-  EXPECT_EQ(m_manager.GetLastError(), "info text");
-  m_session.hasInformation = false;
-  first = 77;
-  EXPECT_FALSE(m_manager.GetInfo(first, second, text));
-  EXPECT_EQ(first, 77);
-  EXPECT_TRUE(m_manager.GetObjectFile("whatever", text));
-  EXPECT_EQ(text, "dev.elf");
 }
 
 TEST_F(ConfigManager, SessionThatThrowsIsAFailureAndNoMore) {
@@ -288,34 +251,28 @@ TEST(StmConfigManager, RegistersFixedSettingsAndMasters) {
   std::string error;
   const auto manager = MakeStm(&session, error);
   ASSERT_NE(manager, nullptr) << error;
-  const DeviceConfigManager_t::AttributeMap expected = [] {
-    DeviceConfigManager_t::AttributeMap map;
-    const std::pair<const char*, int> entries[] = {{"Instruction_Compress", 51},
-                                                   {"Data_Compress", 52},
-                                                   {"STM_data_flip", 39},
-                                                   {"HEAD_Present_0", 33},
-                                                   {"HEAD_Pointer_0", 35},
-                                                   {"HEAD_Present_1", 34},
-                                                   {"HEAD_Pointer_1", 36},
-                                                   {"STM_Buffer_Wrapped", 14},
-                                                   {"TWP_Protocol", 20},
-                                                   {"STM_DTC_fprocess_clock_hz", 21},
-                                                   {"STM_DTC_target_pins", 41},
-                                                   {"Needs_Preprocess", 38},
-                                                   {"STM_STP_Version", 37},
-                                                   {"STM_ATB_Id", 23},
-                                                   {"STM_HwDbgLib_Import", 42},
-                                                   {"Protocol", 65},
-                                                   {"ATBID", 23},
-                                                   {"QBT2_1", 66},
-                                                   {"QBT2_7", 66},
-                                                   {"QBT2_0x5", 66}};
-    for (const auto& [name, id] : entries) {
-      map[name] = static_cast<_eTraceAttributeId_t>(id);
-    }
-    return map;
-  }();
-  EXPECT_EQ(manager->GetConfigEntries(), expected);
+  const auto& entries = manager->GetConfigEntries();
+  EXPECT_EQ((std::map<std::string, int>(entries.begin(), entries.end())),
+            (std::map<std::string, int>{{"Instruction_Compress", 51},
+                                        {"Data_Compress", 52},
+                                        {"STM_data_flip", 39},
+                                        {"HEAD_Present_0", 33},
+                                        {"HEAD_Pointer_0", 35},
+                                        {"HEAD_Present_1", 34},
+                                        {"HEAD_Pointer_1", 36},
+                                        {"STM_Buffer_Wrapped", 14},
+                                        {"TWP_Protocol", 20},
+                                        {"STM_DTC_fprocess_clock_hz", 21},
+                                        {"STM_DTC_target_pins", 41},
+                                        {"Needs_Preprocess", 38},
+                                        {"STM_STP_Version", 37},
+                                        {"STM_ATB_Id", 23},
+                                        {"STM_HwDbgLib_Import", 42},
+                                        {"Protocol", 65},
+                                        {"ATBID", 23},
+                                        {"QBT2_1", 66},
+                                        {"QBT2_7", 66},
+                                        {"QBT2_0x5", 66}}));
   for (const char* name : {"Protocol", "QBT2_1", "unregistered"}) {
     EXPECT_EQ(manager->GetDefaultValue(name), "0") << name;
   }
@@ -326,13 +283,12 @@ TEST(StmConfigManager, RegistersFixedSettingsAndMasters) {
 }
 
 TEST(StmConfigManager, MissingPartsOfTheModelAreNoError) {
-  for (int part = 0; part < 3; ++part) {
+  for (const auto part : {FakeSession::kIdentifier, FakeSession::kDevice, FakeSession::kComponent,
+                          FakeSession::kList}) {
     FakeSession session;
     const FakeEntry cpu("CPU", "1");
     session.masters = {&cpu};
-    session.hasIdentifier = part != 0;
-    session.hasComponent = part != 1;
-    session.hasMasters = part != 2;
+    session.missing = part;
     std::string error;
     const auto manager = MakeStm(&session, error);
     ASSERT_NE(manager, nullptr) << part << error;

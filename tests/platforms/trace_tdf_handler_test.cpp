@@ -190,7 +190,7 @@ TEST_F(TdfHandler, FileSizeIsSaneForEverything) {
   EXPECT_EQ(FileSize(Put("a", "12345").c_str()), 5u);
   EXPECT_EQ(FileSize(Put("empty", "").c_str()), 0u);
   EXPECT_EQ(FileSize(At("missing").c_str()), 0u);
-  EXPECT_EQ(FileSize(m_folder.c_str()), 0u);
+  EXPECT_EQ(FileSize(m_folder.path().c_str()), 0u);
   EXPECT_EQ(FileSize(nullptr), 0u);
   const std::string huge = Put("huge.tdf", "TDF2" + Section("S", 1, "data"));
   std::filesystem::resize_file(huge, (std::uint64_t{1} << 32) + 100);  // sparse
@@ -270,7 +270,7 @@ TEST_F(TdfHandler, WalkerListsSectionsAndTellsWhatIsNoTdf) {
 
   EXPECT_TRUE(ListSections(At("missing.tdf"), fault).empty());
   EXPECT_EQ(fault.kind, eTdfFault::CannotOpen);
-  EXPECT_TRUE(ListSections(m_folder, fault).empty());
+  EXPECT_TRUE(ListSections(m_folder.path(), fault).empty());
   EXPECT_EQ(fault.kind, eTdfFault::NoIdentifier);
 }
 

@@ -13,15 +13,12 @@
 #include <vector>
 
 #include "common/source/logging/debug_log.h"
+#include "tests/common/common_test_support.h"
 
 /// What the tests of trace files share: a folder, bytes put together by hand, and the debug log.
 namespace trace_testing {
 
-inline std::string ReadFile(const std::string& path) {
-  std::ostringstream text;
-  text << std::ifstream(path, std::ios::binary).rdbuf();
-  return text.str();
-}
+using common_test::ReadFile;
 
 inline void WriteFile(const std::string& path, const std::string& bytes) {
   std::ofstream(path, std::ios::binary) << bytes;
@@ -30,19 +27,13 @@ inline void WriteFile(const std::string& path, const std::string& bytes) {
 /// A folder of its own for each test, gone afterwards.
 class InFolder : public ::testing::Test {
  protected:
-  InFolder() {
-    std::string folder = ::testing::TempDir() + "qbt2-trace-XXXXXX";
-    m_folder = mkdtemp(folder.data());
-  }
-  ~InFolder() override { std::filesystem::remove_all(m_folder); }
-
-  std::string At(const std::string& name) const { return m_folder + "/" + name; }
+  std::string At(const std::string& name) const { return m_folder / name; }
   std::string Put(const std::string& name, const std::string& bytes) const {
     WriteFile(At(name), bytes);
     return At(name);
   }
 
-  std::string m_folder;
+  common_test::TempDirectory m_folder;
 };
 
 /// A 32-bit word, and a text behind its byte count, as the files hold them.
