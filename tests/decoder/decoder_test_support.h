@@ -67,6 +67,9 @@ namespace decoder_test {
 
 using Bytes = std::vector<std::uint8_t>;
 using Words = std::vector<std::uint32_t>;
+using Kz::Dvt::Trace::CDecoderUnitIF;
+using Kz::Dvt::Trace::ConfigPropertyValue;
+using Kz::Dvt::Trace::eTraceDataFileType;
 
 inline void AppendLittleEndian32(Bytes& bytes, std::uint32_t value) {
   for (int byte = 0; byte < 4; ++byte) {
@@ -128,15 +131,13 @@ class FakeConfigManager : public Kz::Dvt::Trace::CDeviceConfigManager {
     return true;
   }
   bool LoadConfigurationLive() override { return false; }
-  bool LoadConfiguration(const std::string& /*path*/,
-                         Kz::Dvt::Trace::eTraceDataFileType /*type*/) override {
+  bool LoadConfiguration(const std::string& /*path*/, eTraceDataFileType /*type*/) override {
     return false;
   }
-  bool SaveConfiguration(const std::string& /*path*/,
-                         Kz::Dvt::Trace::eTraceDataFileType /*type*/) override {
+  bool SaveConfiguration(const std::string& /*path*/, eTraceDataFileType /*type*/) override {
     return false;
   }
-  bool GetProperty(const std::string& name, Kz::Dvt::Trace::ConfigPropertyValue& value) override {
+  bool GetProperty(const std::string& name, ConfigPropertyValue& value) override {
     asked.push_back(name);
     const auto setting = settings.find(name);
     if (setting == settings.end()) {
@@ -190,7 +191,7 @@ class DecoderTest : public testing::Test {
   }
 
   void NumberColumns(std::uint32_t firstId) {
-    std::vector<Kz::Dvt::Trace::CDecoderUnitIF::SharedColumns> shared;
+    std::vector<CDecoderUnitIF::SharedColumns> shared;
     std::uint32_t count = 0;
     unit_->InitColumn(shared, firstId, count);
   }

@@ -8,7 +8,6 @@
 namespace decoder_test {
 namespace {
 
-using Kz::Dvt::Trace::CDecoderUnitIF;
 using Kz::Dvt::Trace::eInput;
 
 struct ColumnAnswer {
