@@ -8,10 +8,7 @@ using namespace common_test;
 using KZ_DVT::source_utilities_error;
 using KZ_DVT::uEnvironment;
 
-template <typename Body>
-std::string ErrorOf(Body body) {
-  return MessageOf<source_utilities_error>(body);
-}
+constexpr auto ErrorOf = [](auto body) { return MessageOf<source_utilities_error>(body); };
 
 std::string WorkingDirectory() {
   std::string out;

@@ -9,10 +9,7 @@ namespace {
 using common_test::MessageOf;
 using KZ_DVT::uString;
 
-template <typename Body>
-std::string ErrorOf(Body body) {
-  return MessageOf<uString::error>(body);
-}
+constexpr auto ErrorOf = [](auto body) { return MessageOf<uString::error>(body); };
 
 }  // namespace
 
