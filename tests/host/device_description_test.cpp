@@ -32,8 +32,7 @@ std::string with(const std::string& members) {
 }
 
 TEST(DeviceDescription, TheExampleIsCompleteAndRead) {
-  const DeviceDescription soc =
-      load_device_description(QBT2_SOURCE_DIR "/examples/soc.json");
+  const DeviceDescription soc = load_device_description(QBT2_SOURCE_DIR "/examples/soc.json");
   const EktTrace::DeviceBase_t& device = *soc.device;
   EXPECT_EQ(device.GetName(), "SOC");
   EXPECT_EQ(soc.first_number, 3);
