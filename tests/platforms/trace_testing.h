@@ -93,7 +93,7 @@ class DebugLog {
       if (line.size() < 4096 && fields >> kind >> time >> file >> number >> function >> thread &&
           time.find(':') != std::string::npos) {
         std::getline(fields.ignore(2), message);
-        records.push_back(kind + " " + function + ": " + message);
+        records.push_back(kind.append(" ").append(function).append(": ").append(message));
       }
     }
     return records;
