@@ -3,8 +3,8 @@
 #include <cstdio>
 
 #include "bench/traffic.h"
-#include "host/row_formatter.h"
-#include "host/row_reader.h"
+#include "host/format/row_formatter.h"
+#include "host/rows/row_reader.h"
 
 using qbt2::RowBatch;
 using qbt2::RowFormatter;

@@ -3,7 +3,7 @@
 #include <cstdio>
 
 #include "bench/traffic.h"
-#include "host/stp_reader.h"
+#include "host/stp/stp_reader.h"
 
 namespace {
 

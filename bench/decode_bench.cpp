@@ -5,8 +5,8 @@
 #include <vector>
 
 #include "bench/traffic.h"
-#include "host/message_assembler.h"
-#include "host/stp_reader.h"
+#include "host/capture/message_assembler.h"
+#include "host/stp/stp_reader.h"
 
 namespace qbt2::bench {
 namespace {

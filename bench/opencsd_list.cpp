@@ -7,8 +7,8 @@
 #include <exception>
 #include <vector>
 
-#include "host/input_file.h"
-#include "tests/host/opencsd_stm.h"
+#include "host/base/input_file.h"
+#include "tests/support/opencsd_stm.h"
 
 int main(int argc, char** argv) {
   if (argc != 2) {

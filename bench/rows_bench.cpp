@@ -5,8 +5,8 @@
 #include <string>
 #include <vector>
 
-#include "host/row_formatter.h"
-#include "host/row_reader.h"
+#include "host/format/row_formatter.h"
+#include "host/rows/row_reader.h"
 
 namespace qbt2 {
 namespace {

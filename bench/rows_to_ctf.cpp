@@ -13,11 +13,11 @@
 #include <string>
 #include <vector>
 
-#include "host/capture_reader.h"
-#include "host/decoder_library.h"
-#include "host/decoder_setup.h"
-#include "host/row_fields.h"
-#include "host/row_reader.h"
+#include "host/capture/capture_reader.h"
+#include "host/decode/decoder_library.h"
+#include "host/decode/decoder_setup.h"
+#include "host/rows/row_fields.h"
+#include "host/rows/row_reader.h"
 
 namespace qbt2::bench {
 namespace {

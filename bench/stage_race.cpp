@@ -18,9 +18,9 @@
 #include <vector>
 
 #include "bench/traffic.h"
-#include "host/input_file.h"
-#include "host/stp_reader.h"
-#include "tests/host/opencsd_stm.h"
+#include "host/base/input_file.h"
+#include "host/stp/stp_reader.h"
+#include "tests/support/opencsd_stm.h"
 
 namespace qbt2::bench {
 namespace {

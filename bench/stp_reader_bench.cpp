@@ -8,11 +8,11 @@
 #include <span>
 #include <vector>
 
-#include "host/formatter_frames.h"
-#include "host/frame_writer.h"
-#include "host/stp_reader.h"
-#include "host/stp_writer.h"
-#include "tests/host/opencsd_stm.h"
+#include "host/coresight/formatter_frames.h"
+#include "host/coresight/frame_writer.h"
+#include "host/stp/stp_reader.h"
+#include "host/stp/stp_writer.h"
+#include "tests/support/opencsd_stm.h"
 
 namespace qbt2 {
 namespace {

@@ -4,11 +4,11 @@
 #include <string>
 #include <vector>
 
-#include "host/capture_generator.h"
-#include "host/decoder_library.h"
-#include "host/decoder_setup.h"
-#include "host/row_batch.h"
-#include "host/sample_batch.h"
+#include "host/capture/sample_batch.h"
+#include "host/decode/decoder_library.h"
+#include "host/decode/decoder_setup.h"
+#include "host/generate/capture_generator.h"
+#include "host/rows/row_batch.h"
 
 /// What the benchmarks run on: synthetic captures in memory, the samples of their messages, and a
 /// decoder unit with the settings that belong to them. One thread.

@@ -4,9 +4,9 @@
 #include <cstdlib>
 #include <string>
 
-#include "host/device_description.h"
-#include "host/device_session.h"
-#include "host/error.h"
+#include "host/base/error.h"
+#include "host/device/device_description.h"
+#include "host/device/device_session.h"
 
 namespace {
 

@@ -8,7 +8,7 @@
 #include <span>
 #include <vector>
 
-#include "host/formatter_frames.h"
+#include "host/coresight/formatter_frames.h"
 
 namespace {
 

@@ -9,8 +9,8 @@
 #include <span>
 #include <string>
 
-#include "host/row_formatter.h"
-#include "host/row_reader.h"
+#include "host/format/row_formatter.h"
+#include "host/rows/row_reader.h"
 
 namespace {
 

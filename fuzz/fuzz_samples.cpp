@@ -11,8 +11,8 @@
 #include <memory>
 #include <string>
 
-#include "host/decode_worker.h"
-#include "host/sample_file.h"
+#include "host/capture/sample_file.h"
+#include "host/decode/decode_worker.h"
 
 namespace {
 

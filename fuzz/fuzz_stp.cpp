@@ -5,8 +5,8 @@
 #include <cstdlib>
 #include <span>
 
-#include "tests/host/reference_stp_reader.h"
-#include "tests/host/stp_events.h"
+#include "tests/host/stp/reference_stp_reader.h"
+#include "tests/host/stp/stp_events.h"
 
 namespace {
 

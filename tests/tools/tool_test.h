@@ -15,7 +15,7 @@
 #include <string_view>
 #include <vector>
 
-#include "tests/host/sample_bytes.h"
+#include "tests/support/sample_bytes.h"
 #include "tests/tools/run_tool.h"
 
 /// What the tests of the program share: a folder of their own, and captures put together by hand.

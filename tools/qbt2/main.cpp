@@ -8,13 +8,13 @@
 #include <exception>
 #include <vector>
 
-#include "host/error.h"
-#include "tools/qbt2/columns_command.h"
-#include "tools/qbt2/command.h"
-#include "tools/qbt2/decode_command.h"
-#include "tools/qbt2/generate_command.h"
-#include "tools/qbt2/info_command.h"
-#include "tools/qbt2/tdf_command.h"
+#include "host/base/error.h"
+#include "tools/qbt2/cli/command.h"
+#include "tools/qbt2/commands/columns_command.h"
+#include "tools/qbt2/commands/decode_command.h"
+#include "tools/qbt2/commands/generate_command.h"
+#include "tools/qbt2/commands/info_command.h"
+#include "tools/qbt2/commands/tdf_command.h"
 
 namespace {
 

@@ -1,7 +1,7 @@
 // Uses one thing of each installed layer: the contract, the plug-in's classes, the host library.
 #include <cstdio>
 
-#include "host/decoder_library.h"
+#include "host/decode/decoder_library.h"
 #include "platforms/source/trace/tdf_handler.h"
 #include "target_operations/operations.h"
 

@@ -1,0 +1,96 @@
+#include "host/base/input_file.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+#include <system_error>
+
+#include "host/base/error.h"
+
+namespace qbt2 {
+namespace {
+
+std::string system_reason(int code) {
+  return std::generic_category().message(code);
+}
+
+}  // namespace
+
+InputFile::InputFile(std::string path) : name_(std::move(path)) {
+  if (name_ == "-") {
+    name_ = "standard input";
+    descriptor_ = STDIN_FILENO;
+  } else {
+    descriptor_ = ::open(name_.c_str(), O_RDONLY | O_CLOEXEC);
+    owned_ = true;
+  }
+  if (descriptor_ < 0) {
+    throw Error(ErrorCode::kInput, name_, "cannot open: " + system_reason(errno));
+  }
+  struct stat status {};
+  if (::fstat(descriptor_, &status) != 0) {
+    const int code = errno;
+    if (owned_) ::close(descriptor_);
+    throw Error(ErrorCode::kInput, name_, "cannot open: " + system_reason(code));
+  }
+  if (S_ISDIR(status.st_mode)) {
+    if (owned_) ::close(descriptor_);
+    throw Error(ErrorCode::kInput, name_, "is a directory");
+  }
+  // Standard input may be a regular file that somebody has read part of: it counts as a stream.
+  is_regular_ = owned_ && S_ISREG(status.st_mode);
+  if (is_regular_) size_bytes_ = static_cast<std::uint64_t>(status.st_size);
+}
+
+InputFile::~InputFile() {
+  if (owned_ && descriptor_ >= 0) ::close(descriptor_);
+}
+
+std::size_t InputFile::read_some(std::span<std::uint8_t> buffer) {
+  for (;;) {
+    const ssize_t got = ::read(descriptor_, buffer.data(), buffer.size());
+    if (got >= 0) return static_cast<std::size_t>(got);
+    if (errno == EINTR) continue;
+    throw Error(ErrorCode::kInput, name_, position_, "cannot read: " + system_reason(errno));
+  }
+}
+
+std::span<const std::uint8_t> InputFile::peek(std::size_t bytes) {
+  ahead_.erase(ahead_.begin(), ahead_.begin() + static_cast<std::ptrdiff_t>(ahead_taken_));
+  ahead_taken_ = 0;
+  while (ahead_.size() < bytes) {
+    const std::size_t had = ahead_.size();
+    ahead_.resize(bytes);
+    const std::size_t got = read_some(std::span(ahead_).subspan(had));
+    ahead_.resize(had + got);
+    if (got == 0) break;
+  }
+  return {ahead_.data(), std::min(bytes, ahead_.size())};
+}
+
+std::size_t InputFile::read(std::span<std::uint8_t> buffer) {
+  std::size_t got = std::min(buffer.size(), ahead_.size() - ahead_taken_);
+  if (got != 0) {
+    std::memcpy(buffer.data(), ahead_.data() + ahead_taken_, got);
+    ahead_taken_ += got;
+  } else {
+    got = read_some(buffer);
+  }
+  position_ += got;
+  return got;
+}
+
+void InputFile::rewind() {
+  if (::lseek(descriptor_, 0, SEEK_SET) < 0) {
+    throw Error(ErrorCode::kInput, name_, "cannot rewind: " + system_reason(errno));
+  }
+  ahead_.clear();
+  ahead_taken_ = 0;
+  position_ = 0;
+}
+
+}  // namespace qbt2

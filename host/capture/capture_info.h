@@ -1,0 +1,84 @@
+#pragma once
+
+#include <array>
+#include <bitset>
+#include <cstdint>
+#include <functional>
+#include <string>
+#include <string_view>
+#include <unordered_map>
+#include <vector>
+
+#include "host/base/input_file.h"
+#include "host/coresight/formatter_frames.h"
+#include "host/stp/stp_reader.h"
+
+/// What a capture holds, found out by reading it once from front to back (frames of a regular file
+/// twice): no message is assembled and nothing decoded. Memory does not depend on the capture's
+/// size. One thread.
+namespace qbt2 {
+
+/// Data packets of one master and channel.
+struct StpSource {
+  std::uint16_t master = 0;
+  std::uint16_t channel = 0;
+  std::uint64_t data_packets = 0;
+};
+
+struct StpInfo {
+  std::uint64_t bytes = 0;
+  std::array<std::uint64_t, kStpKindCount> packets{};  ///< by StpKind
+  std::uint64_t sync_losses = 0;
+  std::uint64_t bytes_skipped = 0;
+  std::bitset<8> versions;  ///< the low three bits of the VERSION packets
+  StpTimestampCoding coding = StpTimestampCoding::kNatural;  ///< the newest
+  std::uint64_t frequency_hz = 0;                            ///< the newest FREQ; 0: none
+  std::uint64_t timestamps = 0;                              ///< packets with one
+  std::uint64_t first_timestamp = 0;                         ///< in stream order, in ticks
+  std::uint64_t last_timestamp = 0;
+  std::vector<StpSource> sources;  ///< by master and channel
+  /// Data packets of sources beyond kMostSources, which are not listed.
+  std::uint64_t unlisted_data_packets = 0;
+
+  static constexpr std::size_t kMostSources = 16384;
+
+  std::uint64_t packets_in_all() const;
+  std::uint64_t of_kind(StpKind kind) const { return packets[static_cast<std::size_t>(kind)]; }
+};
+
+struct FramesInfo {
+  struct Source {
+    std::uint8_t id = 0;
+    std::uint64_t bytes = 0;
+    StpInfo stp;  ///< without an ASYNC packet the source speaks another protocol
+  };
+
+  std::uint64_t bytes = 0;
+  std::uint64_t bytes_framing = 0;
+  std::uint64_t frames_cut = 0;
+  std::vector<Source> sources;  ///< by id
+};
+
+struct SamplesInfo {
+  std::uint64_t bytes = 0;
+  std::uint64_t bytes_skipped = 0;
+  std::uint64_t samples = 0;
+  std::vector<std::pair<std::size_t, std::uint64_t>> samples_of_words;  ///< words, samples
+  std::vector<std::uint16_t> probes;
+};
+
+/// How the readers below tell what happens. All may be empty.
+struct InfoEvents {
+  std::function<void(std::uint64_t offset, std::string_view reason)> on_damage;
+  std::function<void(std::string_view text)> on_notice;
+  /// How far the work is, as bytes of the input; a second pass counts as half of the work.
+  std::function<void(std::uint64_t bytes)> on_progress;
+};
+
+/// They read `input` to its end and throw Error(kInput) where it cannot be read.
+StpInfo read_stp_info(InputFile& input, const InfoEvents& events);
+SamplesInfo read_samples_info(InputFile& input, const InfoEvents& events);
+/// Sources that a pipe first names behind its first megabyte are counted as other bytes only.
+FramesInfo read_frames_info(InputFile& input, const InfoEvents& events);
+
+}  // namespace qbt2

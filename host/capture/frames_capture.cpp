@@ -1,0 +1,124 @@
+#include "host/capture/frames_capture.h"
+
+#include <algorithm>
+#include <array>
+#include <cstdio>
+#include <string>
+
+#include "host/base/error.h"
+
+namespace qbt2 {
+namespace {
+
+constexpr std::size_t kPieceBytes = std::size_t{64} << 10;
+constexpr std::size_t kStreamLookAhead = std::size_t{1} << 20;
+
+std::string hex(std::uint8_t id) {
+  std::array<char, 8> text{};
+  std::snprintf(text.data(), text.size(), "0x%02x", static_cast<unsigned>(id));
+  return text.data();
+}
+
+std::string list_of(const std::vector<SourceBytes>& sources) {
+  std::string text;
+  for (const SourceBytes& source : sources) {
+    if (!text.empty()) text += ", ";
+    text += hex(source.id);
+  }
+  return text;
+}
+
+/// The sources of the whole file, or of as much of a stream as can be looked at.
+std::vector<SourceBytes> find_sources(InputFile& input) {
+  if (!input.is_regular()) return scan_sources(input.peek(kStreamLookAhead));
+  FrameDemultiplexer frames;
+  std::vector<std::uint8_t> piece(kPieceBytes);
+  const auto ignore = [](std::span<const std::uint8_t>, std::uint64_t) {};
+  while (const std::size_t got = input.read(piece))
+    frames.push(std::span(piece).first(got), ignore);
+  input.rewind();
+  return frames.sources();
+}
+
+/// One damaged byte of a frame is enough to announce an id that nobody has: what has less than one
+/// percent of the largest source's data is not asked about.
+std::vector<SourceBytes> without_strays(std::vector<SourceBytes> sources) {
+  constexpr std::uint64_t kPercent = 100;
+  std::uint64_t largest = 0;
+  for (const SourceBytes& source : sources) largest = std::max(largest, source.bytes);
+  std::erase_if(sources,
+                [largest](const SourceBytes& source) { return source.bytes * kPercent < largest; });
+  return sources;
+}
+
+std::uint8_t choose_source(InputFile& input, const CaptureOptions& options) {
+  if (options.source_id) return *options.source_id;
+  const std::vector<SourceBytes> all = find_sources(input);
+  const std::vector<SourceBytes> sources = without_strays(all);
+  if (sources.empty()) return kPaddingSource;
+  if (sources.size() > 1) {
+    throw Error(ErrorCode::kUsage, input.name(),
+                "holds the sources " + list_of(sources) + "; choose one with --atb-id");
+  }
+  const std::uint8_t source = sources.front().id;
+  if (all.size() > 1 && options.on_notice) {
+    options.on_notice("decoding source " + hex(source) + "; " + std::to_string(all.size() - 1) +
+                      " other ids have less than 1 % of its data each and are taken for damage");
+  }
+  return source;
+}
+
+}  // namespace
+
+FramesCaptureReader::FramesCaptureReader(InputFile& input, const CaptureOptions& options)
+    : input_(input),
+      options_(options),
+      source_(choose_source(input, options)),
+      frames_(source_),
+      offsets_(frames_),
+      road_(options, &offsets_),
+      piece_(kPieceBytes) {}
+
+bool FramesCaptureReader::next(SampleBatch& batch) {
+  if (ended_) return false;
+  const std::size_t got = input_.read(piece_);
+  if (got == 0) {
+    finish(batch);
+    return true;
+  }
+  frames_.push(std::span(piece_).first(got),
+               [&](std::span<const std::uint8_t> stream_bytes, std::uint64_t /*offset*/) {
+                 road_.push(stream_bytes, batch);
+               });
+  return true;
+}
+
+void FramesCaptureReader::finish(SampleBatch& batch) {
+  ended_ = true;
+  road_.finish(batch);
+  report_cut_frames();
+  if (frames_.stream_bytes() != 0 || frames_.input_bytes() == 0 || !options_.on_notice) return;
+  const std::vector<SourceBytes> others = frames_.sources();
+  const std::string there = others.empty() ? "no source at all" : list_of(others);
+  options_.on_notice(source_ == kPaddingSource
+                         ? std::string("the frames hold no source at all")
+                         : "the frames hold no byte of source " + hex(source_) + ", but " + there);
+}
+
+void FramesCaptureReader::report_cut_frames() const {
+  if (frames_.frames_cut() == 0 || !options_.on_notice) return;
+  options_.on_notice(std::to_string(frames_.frames_cut()) +
+                     " frames are cut short by a synchronisation word; their bytes are lost");
+}
+
+CaptureCounts FramesCaptureReader::counts() const {
+  CaptureCounts counts;
+  counts.bytes = frames_.input_bytes();
+  counts.bytes_framing = frames_.bytes_framing();
+  counts.bytes_other_sources = frames_.bytes_other_sources();
+  counts.damages = frames_.frames_cut();
+  road_.add_to(counts);
+  return counts;
+}
+
+}  // namespace qbt2

@@ -1,0 +1,68 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <vector>
+
+#include "host/capture/message_assembler.h"
+
+/// The message assembler for a source whose framing nobody named: holds back the first packets,
+/// tries every framing on them, and goes on with the one that makes most sense. Sink of the STP
+/// reader; one stream, one thread.
+namespace qbt2 {
+
+/// Data packets that the choice is made on.
+inline constexpr std::size_t kPacketsTried = 4096;
+/// Packets held back at most, whatever their kind, so that a stream without data is not kept whole.
+inline constexpr std::size_t kPacketsHeld = 65536;
+
+struct FramingChoice {
+  Framing framing = Framing::kFlag;
+  std::uint64_t good_messages = 0;  ///< of 2, 4 or 6 words
+  std::uint64_t messages = 0;       ///< in all; words outside any message count as one
+};
+
+class FramingChooser {
+ public:
+  /// With a framing given there is nothing to choose; `options.framing` is then not looked at.
+  FramingChooser(const AssemblerOptions& options, std::optional<Framing> framing);
+
+  void set_batch(SampleBatch& batch);
+
+  void on_packet(const StpPacket& packet) {
+    if (assembler_) {
+      assembler_->on_packet(packet);
+    } else {
+      hold(packet);
+    }
+  }
+  void on_sync_lost(std::uint64_t byte_offset, StpSyncLoss reason);
+  void on_skipped(const StpSkippedRange& /*range*/) {}
+  void finish(bool on_packet_boundary);
+
+  /// What was chosen; empty when the framing was given, or nothing is decided yet.
+  const std::optional<FramingChoice>& choice() const { return choice_; }
+  /// Valid once finish() was called.
+  AssemblyCounts counts() const { return assembler_ ? assembler_->counts() : AssemblyCounts{}; }
+
+ private:
+  /// A packet, or a loss of synchronisation between two.
+  struct Event {
+    StpPacket packet;
+    bool sync_lost = false;
+  };
+
+  void hold(const StpPacket& packet);
+  void decide(bool at_end, bool on_packet_boundary);
+  FramingChoice try_framing(Framing framing, bool at_end, bool on_packet_boundary) const;
+  static void replay(const std::vector<Event>& events, MessageAssembler& assembler);
+
+  AssemblerOptions options_;
+  SampleBatch* batch_ = nullptr;
+  std::optional<MessageAssembler> assembler_;
+  std::optional<FramingChoice> choice_;
+  std::vector<Event> held_;
+  std::size_t data_packets_ = 0;
+};
+
+}  // namespace qbt2

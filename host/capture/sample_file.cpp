@@ -1,0 +1,129 @@
+#include "host/capture/sample_file.h"
+
+#include <algorithm>
+#include <cstring>
+
+namespace qbt2 {
+namespace {
+
+constexpr std::size_t kPieceBytes = std::size_t{64} << 10;
+constexpr std::size_t kProbeOffset = 1;
+constexpr std::size_t kPayloadBytesOffset = 4;
+
+std::uint32_t payload_bytes(std::span<const std::uint8_t> sample) {
+  std::uint32_t value = 0;
+  std::memcpy(&value, sample.data() + kPayloadBytesOffset, sizeof value);
+  return value;
+}
+
+bool is_well_formed(std::span<const std::uint8_t> payload) {
+  if (payload.size() % kSampleWordBytes != 0) return false;
+  for (std::size_t at = 0; at < payload.size(); at += kSampleWordBytes) {
+    if (payload[at] != sizeof(std::uint32_t)) return false;
+  }
+  return true;
+}
+
+}  // namespace
+
+bool looks_like_samples(std::span<const std::uint8_t> bytes) {
+  constexpr std::size_t kEnough = 64;  // that many in a row are no accident
+  std::size_t seen = 0;
+  while (bytes.size() >= kSampleHeaderBytes && seen < kEnough) {
+    const std::uint32_t payload = payload_bytes(bytes);
+    if (payload == 0 || payload > kLongestMessageWords * kSampleWordBytes) return false;
+    const std::size_t there = std::min<std::size_t>(payload, bytes.size() - kSampleHeaderBytes);
+    // A sample that the look ahead cuts is judged by its whole words.
+    const std::size_t whole =
+        there == payload ? there : there / kSampleWordBytes * kSampleWordBytes;
+    if (!is_well_formed(bytes.subspan(kSampleHeaderBytes, whole))) return false;
+    ++seen;
+    if (there != payload) break;
+    bytes = bytes.subspan(kSampleHeaderBytes + payload);
+  }
+  return seen != 0;
+}
+
+SampleFileReader::SampleFileReader(InputFile& input, const CaptureOptions& options)
+    : input_(input), options_(options) {
+  if (options.masters.empty()) wanted_masters_.set();
+  for (const std::uint16_t master : options.masters) {
+    if (master < wanted_masters_.size()) wanted_masters_.set(master);
+  }
+}
+
+bool SampleFileReader::next(SampleBatch& batch) {
+  if (ended_) return false;
+  const std::size_t had = pending_.size();
+  pending_.resize(had + kPieceBytes);
+  const std::size_t got = input_.read(std::span(pending_).subspan(had));
+  pending_.resize(had + got);
+  counts_.bytes += got;
+  if (got == 0) {
+    ended_ = true;
+    if (!pending_.empty()) fail("the last sample is cut short");
+    return false;
+  }
+  const std::size_t taken = take_samples(batch);
+  pending_.erase(pending_.begin(), pending_.begin() + static_cast<std::ptrdiff_t>(taken));
+  pending_offset_ += taken;
+  return true;
+}
+
+/// The number of bytes that were whole samples.
+std::size_t SampleFileReader::take_samples(SampleBatch& batch) {
+  const std::span<const std::uint8_t> all(pending_);
+  std::size_t at = 0;
+  while (all.size() - at >= kSampleHeaderBytes) {
+    const std::uint32_t payload = payload_bytes(all.subspan(at));
+    if (payload > kLargestSamplePayload) {
+      pending_offset_ += at;
+      pending_.erase(pending_.begin(), pending_.begin() + static_cast<std::ptrdiff_t>(at));
+      fail("a sample claims " + std::to_string(payload) + " payload bytes; the rest is not read");
+      return 0;
+    }
+    const std::size_t size = kSampleHeaderBytes + payload;
+    if (all.size() - at < size) break;
+    count_sample(all.subspan(at, size));
+    if (wanted_masters_.test(all[at + kProbeOffset])) {
+      take_sample(batch, all.subspan(at, size), pending_offset_ + at);
+    }
+    at += size;
+  }
+  return at;
+}
+
+void SampleFileReader::take_sample(SampleBatch& batch, std::span<const std::uint8_t> sample,
+                                   std::uint64_t offset) {
+  SampleHead head;
+  head.offset = offset;
+  head.begin = static_cast<std::uint32_t>(batch.bytes.size());
+  head.size = static_cast<std::uint32_t>(sample.size());
+  head.master = sample[kProbeOffset];
+  batch.bytes.insert(batch.bytes.end(), sample.begin(), sample.end());
+  batch.heads.push_back(head);
+}
+
+void SampleFileReader::count_sample(std::span<const std::uint8_t> sample) {
+  const std::uint64_t words = payload_bytes(sample) / kSampleWordBytes;
+  counts_.assembly.words += words;
+  ++counts_.assembly.messages;
+  counts_.assembly.masters.set(sample[kProbeOffset]);
+  ++counts_.assembly.messages_of_words[words];
+}
+
+/// Nothing tells where the next sample would begin, so a fault ends the file; the rest is only
+/// counted.
+void SampleFileReader::fail(std::string_view reason) {
+  ended_ = true;
+  ++counts_.damages;
+  if (options_.on_damage) options_.on_damage(pending_offset_, reason);
+  counts_.bytes_skipped += pending_.size();
+  pending_.resize(kPieceBytes);
+  while (const std::size_t got = input_.read(pending_)) {
+    counts_.bytes += got;
+    counts_.bytes_skipped += got;
+  }
+}
+
+}  // namespace qbt2

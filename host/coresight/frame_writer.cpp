@@ -1,0 +1,97 @@
+#include "host/coresight/frame_writer.h"
+
+#include <utility>
+
+namespace qbt2 {
+namespace {
+
+constexpr std::size_t kLastPlace = 14;  // an even byte with no odd one behind it
+constexpr std::size_t kFlagsPlace = 15;
+constexpr std::array<std::uint8_t, 4> kSyncWord = {0xFF, 0xFF, 0xFF, 0x7F};
+constexpr std::array<std::uint8_t, 2> kHalfWord = {0xFF, 0x7F};
+
+bool is_due(std::uint64_t frame, unsigned every) {
+  return every != 0 && frame % every == 0;
+}
+
+}  // namespace
+
+FrameWriter::Even FrameWriter::data(std::uint8_t byte) {
+  return {static_cast<std::uint8_t>(byte & 0xFE), (byte & 1) != 0};
+}
+
+FrameWriter::Even FrameWriter::announcement(std::uint8_t id, bool is_late) {
+  return {static_cast<std::uint8_t>(id << 1 | 1), is_late};
+}
+
+void FrameWriter::write(std::uint8_t id, std::span<const std::uint8_t> bytes) {
+  for (const std::uint8_t byte : bytes) write_byte(id, byte);
+}
+
+bool FrameWriter::must_announce(std::uint8_t id) {
+  if (id != current_) return true;
+  return is_due(frames_, options_.announce_every) && announced_frame_ != frames_;
+}
+
+void FrameWriter::write_byte(std::uint8_t id, std::uint8_t byte) {
+  if (waiting_) {
+    const std::uint8_t before = *std::exchange(waiting_, std::nullopt);
+    if (id == current_) return put(data(before), byte);
+    current_ = id;
+    put(announcement(id, true), before);
+  }
+  if (must_announce(id)) {
+    current_ = id;
+    announced_frame_ = frames_;
+    if (place_ < kLastPlace) return put(announcement(id, false), byte);
+    put_last(announcement(id, false));
+  }
+  if (place_ == kLastPlace) return put_last(data(byte));
+  waiting_ = byte;
+}
+
+void FrameWriter::finish() {
+  if (place_ == 0 && !waiting_) return;
+  if (waiting_) {
+    put(announcement(kPaddingSource, true), *std::exchange(waiting_, std::nullopt));
+    current_ = kPaddingSource;
+  }
+  while (place_ != 0) {
+    const Even even = current_ == kPaddingSource ? data(0) : announcement(kPaddingSource, false);
+    current_ = kPaddingSource;
+    if (place_ == kLastPlace) return put_last(even);
+    put(even, 0);
+  }
+}
+
+void FrameWriter::put(const Even& even, std::uint8_t odd) {
+  frame_[place_] = even.byte;
+  frame_[place_ + 1] = odd;
+  if (even.flag)
+    frame_[kFlagsPlace] = static_cast<std::uint8_t>(frame_[kFlagsPlace] | 1U << (place_ / 2));
+  place_ += 2;
+}
+
+void FrameWriter::put_last(const Even& even) {
+  frame_[kLastPlace] = even.byte;
+  if (even.flag)
+    frame_[kFlagsPlace] = static_cast<std::uint8_t>(frame_[kFlagsPlace] | 1U << (kLastPlace / 2));
+  end_frame();
+}
+
+void FrameWriter::end_frame() {
+  if (is_due(frames_, options_.sync_word_every))
+    bytes_.insert(bytes_.end(), kSyncWord.begin(), kSyncWord.end());
+  if (is_due(frames_, options_.half_word_every))
+    bytes_.insert(bytes_.end(), kHalfWord.begin(), kHalfWord.end());
+  bytes_.insert(bytes_.end(), frame_.begin(), frame_.end());
+  frame_.fill(0);
+  place_ = 0;
+  ++frames_;
+}
+
+std::vector<std::uint8_t> FrameWriter::take() {
+  return std::exchange(bytes_, {});
+}
+
+}  // namespace qbt2

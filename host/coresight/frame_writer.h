@@ -1,0 +1,61 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <span>
+#include <vector>
+
+#include "host/coresight/formatter_frames.h"
+
+/// Wraps the bytes of trace sources into CoreSight formatter frames: the inverse of
+/// FrameDemultiplexer, for synthetic captures and for tests. One thread.
+namespace qbt2 {
+
+class FrameWriter {
+ public:
+  /// As of a continuous stream. Counted in frames; 0 is never.
+  struct Options {
+    unsigned sync_word_every = 0;  ///< a synchronisation word before every n-th frame
+    unsigned half_word_every = 0;  ///< a half-word of idle time before every n-th frame
+    unsigned announce_every = 0;   ///< the current id again in every n-th frame
+  };
+
+  FrameWriter() = default;
+  explicit FrameWriter(const Options& options) : options_(options) {}
+
+  /// The next bytes of source `id`. An id that changes at an odd place takes effect one byte late.
+  void write(std::uint8_t id, std::span<const std::uint8_t> bytes);
+  /// Fills the frame under way with padding; nothing where none is.
+  void finish();
+
+  /// Whole frames not yet taken.
+  const std::vector<std::uint8_t>& bytes() const { return bytes_; }
+  std::vector<std::uint8_t> take();
+
+ private:
+  /// An even byte: data, or an id and whether it takes effect one byte late.
+  struct Even {
+    std::uint8_t byte = 0;
+    bool flag = false;
+  };
+  static Even data(std::uint8_t byte);
+  static Even announcement(std::uint8_t id, bool is_late);
+
+  void write_byte(std::uint8_t id, std::uint8_t byte);
+  bool must_announce(std::uint8_t id);
+  void put(const Even& even, std::uint8_t odd);
+  void put_last(const Even& even);
+  void end_frame();
+
+  Options options_;
+  std::vector<std::uint8_t> bytes_;
+  std::uint64_t frames_ = 0;
+  std::uint64_t announced_frame_ = ~std::uint64_t{0};
+  std::uint8_t current_ = kPaddingSource;
+  std::array<std::uint8_t, kFrameBytes> frame_{};
+  std::size_t place_ = 0;  // the next even place
+  // A byte of the current source for that place; what stands there depends on the next byte.
+  std::optional<std::uint8_t> waiting_;
+};
+
+}  // namespace qbt2

@@ -1,0 +1,75 @@
+#include "host/decode/decoder_library.h"
+
+#include <dlfcn.h>
+
+#include <vector>
+
+#include "host/base/error.h"
+
+namespace qbt2 {
+namespace {
+
+using Kz::Dvt::Trace::CDecoderUnitIF;
+
+std::string loader_reason() {
+  const char* const reason = ::dlerror();
+  return reason != nullptr ? reason : "no reason given";
+}
+
+template <typename Function>
+Function* find_entry(void* handle, const std::string& path, const char* name) {
+  void* const symbol = ::dlsym(handle, name);
+  if (symbol == nullptr) {
+    throw Error(ErrorCode::kPlugin, path,
+                std::string("is no decoder plug-in, entry point ") + name + ": " + loader_reason());
+  }
+  return reinterpret_cast<Function*>(symbol);
+}
+
+}  // namespace
+
+DecoderLibrary::DecoderLibrary(const std::string& path) : path_(path) {
+  void* const handle = ::dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL);
+  if (handle == nullptr) {
+    throw Error(ErrorCode::kPlugin, path, "cannot load the decoder plug-in: " + loader_reason());
+  }
+  handle_ = std::shared_ptr<void>(handle, [](void* open) { ::dlclose(open); });
+  create_ = find_entry<void*()>(handle, path, "CreateDecoderUnit");
+  destroy_ = find_entry<void(void*)>(handle, path, "DestroyDecoderUnit");
+}
+
+DecoderLibrary::Unit DecoderLibrary::create_unit() const {
+  void* const unit = create_();
+  if (unit == nullptr) throw Error(ErrorCode::kPlugin, path_, "made no decoder unit");
+  return Unit(static_cast<CDecoderUnitIF*>(unit), UnitDeleter{handle_, destroy_});
+}
+
+ColumnCatalogue read_catalogue(CDecoderUnitIF& unit) {
+  std::vector<CDecoderUnitIF::SharedColumns> shared;
+  std::uint32_t count = 0;
+  unit.InitColumn(shared, kFirstColumnId, count);
+  if (count != shared.size()) {
+    throw Error(ErrorCode::kPlugin, "the decoder plug-in announces " + std::to_string(count) +
+                                        " columns and hands over " + std::to_string(shared.size()));
+  }
+  ColumnCatalogue catalogue;
+  catalogue.first_id = kFirstColumnId;
+  for (const auto& column : shared) {
+    unit.AddColumn(column.columnId, true);
+    ColumnDescription description;
+    Kz::Dvt::Trace::eInput input{};
+    std::uint32_t bits = 0;
+    bool enabled = false;
+    unit.GetColumnInfo(column.columnId, input, bits, enabled, description.name, description.key,
+                       description.description);
+    if (bits != 8 && bits != 16 && bits != 32 && bits != 64) {
+      throw Error(ErrorCode::kPlugin, "the decoder plug-in's column '" + column.name + "' has " +
+                                          std::to_string(bits) + " bits");
+    }
+    description.size_bytes = static_cast<std::uint8_t>(bits / 8);
+    catalogue.columns.push_back(std::move(description));
+  }
+  return catalogue;
+}
+
+}  // namespace qbt2

@@ -1,0 +1,45 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "host/device/device_session.h"
+#include "interfaces/decoder_unit_if.h"
+#include "interfaces/device_config_manager_if.h"
+
+/// What a host does with a decoder unit before the first sample: a device session, a configuration
+/// manager over it, the settings loaded, the master ids handed over, the use case loaded. One
+/// thread; must outlive the units that it was applied to.
+namespace qbt2 {
+
+class DecoderSetup {
+ public:
+  /// `config_path`: settings, a trace data file (.tdf) or lines of KEY=VALUE; `device_path`: a
+  /// device description. Either may be empty. Throws Error(kInput) where one cannot be used.
+  DecoderSetup(const std::string& config_path, const std::string& device_path);
+
+  /// Sets up one unit and loads its use case. Units may share a setup: they ask it only here.
+  void apply(Kz::Dvt::Trace::CDecoderUnitIF& unit);
+
+  /// Whether anything was given: with neither settings nor a device, no master is known.
+  bool has_settings() const { return has_settings_; }
+  /// The ids of the QBT2_<id> settings, in rising order.
+  const std::vector<std::uint32_t>& master_ids() const { return master_ids_; }
+  /// The setting ATBID; empty where it is missing, 0 or no number.
+  std::optional<std::uint8_t> atb_id() const;
+  /// A line for each use-case setting that the decoder cannot use.
+  std::vector<std::string> warnings() const;
+
+ private:
+  void load_settings(const std::string& path);
+
+  bool has_settings_;
+  DeviceSession session_;
+  std::unique_ptr<Kz::Dvt::Trace::CDeviceConfigManager> manager_;
+  std::vector<std::uint32_t> master_ids_;
+};
+
+}  // namespace qbt2

@@ -1,0 +1,128 @@
+#include "host/device/device_session.h"
+
+#include <algorithm>
+#include <charconv>
+#include <string_view>
+#include <system_error>
+
+namespace qbt2 {
+namespace {
+
+constexpr std::string_view kMasterPrefix = "QBT2_";
+
+/// True when the name is the one that the decoder builds for `id`: the prefix and plain decimal.
+bool parse_master_setting(const std::string& name, std::uint32_t& id) {
+  if (!name.starts_with(kMasterPrefix)) return false;
+  const char* begin = name.data() + kMasterPrefix.size();
+  const char* end = name.data() + name.size();
+  const auto [stop, error] = std::from_chars(begin, end, id);
+  const bool leading_zero = end - begin > 1 && *begin == '0';
+  return error == std::errc() && stop == end && !leading_zero;
+}
+
+}  // namespace
+
+bool SessionSettings::ReadSetting(const std::string& name, std::string& value, std::string& error) {
+  DescribedSetting setting;
+  if (!find(name, setting)) {
+    error = "The device has no setting " + name;
+    return false;
+  }
+  error.clear();
+  value = setting.value;
+  return true;
+}
+
+bool SessionSettings::WriteSetting(const std::string& name, const std::string& value,
+                                   std::string& error) {
+  if (name.empty()) {
+    error = "A setting without a name cannot be written";
+    return false;
+  }
+  error.clear();
+  written_[name] = value;
+  return true;
+}
+
+bool SessionSettings::find(const std::string& name, DescribedSetting& setting) const {
+  const auto described = described_.find(name);
+  const auto written = written_.find(name);
+  if (described == described_.end() && written == written_.end()) return false;
+  setting = described == described_.end() ? DescribedSetting{} : described->second;
+  if (written != written_.end()) setting.value = written->second;
+  return true;
+}
+
+std::map<std::string, std::string> SessionSettings::values() const {
+  std::map<std::string, std::string> all = written_;
+  for (const auto& [name, setting] : described_) all.emplace(name, setting.value);
+  return all;
+}
+
+DeviceSession::DeviceSession() : DeviceSession(default_device_description()) {}
+
+DeviceSession::DeviceSession(DeviceDescription description)
+    : device_name_(description.device->GetName()),
+      object_file_(std::move(description.object_file)),
+      first_number_(description.first_number),
+      second_number_(description.second_number),
+      settings_(std::move(description.settings)) {
+  identifier_.AddDevice(std::move(description.device));
+}
+
+std::vector<std::uint32_t> DeviceSession::master_ids() const {
+  std::vector<std::uint32_t> ids;
+  for (const auto& [name, value] : settings_.values()) {
+    std::uint32_t id = 0;
+    if (parse_master_setting(name, id)) ids.push_back(id);
+  }
+  std::sort(ids.begin(), ids.end());
+  return ids;
+}
+
+Kz::Dvt::Trace::CDeviceIdentifier* DeviceSession::GetDeviceIdentifier() {
+  return &identifier_;
+}
+
+EktTrace::IConfigAccessor_t* DeviceSession::GetConfigAccessor(const std::string& device,
+                                                              const std::string& /*second*/,
+                                                              std::string& error) {
+  return is_known(device, error) ? &settings_ : nullptr;
+}
+
+void DeviceSession::GetObjectFile(const std::string& device, std::string& path) {
+  path = device == device_name_ ? object_file_ : std::string();
+}
+
+bool DeviceSession::GetDeviceInformation(const std::string& device,
+                                         EktTrace::DeviceInformation_t& information,
+                                         std::string& error) {
+  if (!is_known(device, error)) return false;
+  information = {first_number_, second_number_, device_name_};
+  return true;
+}
+
+bool DeviceSession::GetProperty(const std::string& device, const std::string& /*second*/,
+                                const std::string& name, std::string& value, std::uint32_t& kind,
+                                std::string& error) {
+  if (!is_known(device, error)) return false;
+  DescribedSetting setting;
+  if (!settings_.find(name, setting)) {
+    error = "The device has no setting " + name;
+    return false;
+  }
+  value = setting.value;
+  kind = setting.kind;
+  return true;
+}
+
+bool DeviceSession::is_known(const std::string& device, std::string& error) const {
+  if (device == device_name_) {
+    error.clear();
+    return true;
+  }
+  error = "There is no device named " + device;
+  return false;
+}
+
+}  // namespace qbt2

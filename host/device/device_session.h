@@ -1,0 +1,82 @@
+#pragma once
+
+#include <cstdint>
+#include <map>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "host/device/device_description.h"
+#include "interfaces/device_session_if.h"
+#include "platforms/source/device/device_identifier.h"
+
+/// The reference host's device session: what a configuration manager asks of the device it works
+/// on. There is no live device behind it. Its settings are those of the description, covered by
+/// those written since (a manager writes every setting that it loads from a file). Used by one
+/// thread at a time; must outlive the managers and decoder units that were given it.
+namespace qbt2 {
+
+/// The settings of one device. Reading and writing is what the manager's accessor does.
+class SessionSettings final : public EktTrace::IConfigAccessor_t {
+ public:
+  explicit SessionSettings(std::map<std::string, DescribedSetting> described)
+      : described_(std::move(described)) {}
+
+  /// False with `error` filled, and `value` unchanged, for a setting neither described nor written.
+  bool ReadSetting(const std::string& name, std::string& value, std::string& error) override;
+  /// Refuses only an empty name. A value that does not suit the described kind is kept: the manager
+  /// answers it with the kind and without a number.
+  bool WriteSetting(const std::string& name, const std::string& value, std::string& error) override;
+
+  /// False when the setting is not known. The kind is the described one; a setting that was only
+  /// written is text.
+  bool find(const std::string& name, DescribedSetting& setting) const;
+  /// Every known setting with its present value, in byte order of the names.
+  std::map<std::string, std::string> values() const;
+
+ private:
+  std::map<std::string, DescribedSetting> described_;
+  std::map<std::string, std::string> written_;
+};
+
+class DeviceSession final : public EktTrace::IDeviceSession_t {
+ public:
+  /// A session on default_device_description().
+  DeviceSession();
+  explicit DeviceSession(DeviceDescription description);
+  DeviceSession(const DeviceSession&) = delete;
+  DeviceSession& operator=(const DeviceSession&) = delete;
+
+  /// The name under which a configuration manager finds the device.
+  const std::string& device_name() const { return device_name_; }
+  const SessionSettings& settings() const { return settings_; }
+  /// The master ids that have a setting QBT2_<id>, in rising order. Names other than the decoder
+  /// asks for (leading zeros, hexadecimal, more than 32 bits) have none.
+  std::vector<std::uint32_t> master_ids() const;
+
+  // EktTrace::IDeviceSession_t. The second name changes nothing: a session has one set of settings
+  // for a device. A device of another name is refused with an error text.
+  Kz::Dvt::Trace::CDeviceIdentifier* GetDeviceIdentifier() override;
+  EktTrace::IConfigAccessor_t* GetConfigAccessor(const std::string& device,
+                                                 const std::string& second,
+                                                 std::string& error) override;
+  /// An empty path when there is no such device or no object file.
+  void GetObjectFile(const std::string& device, std::string& path) override;
+  /// The description's two numbers and the device's name: the decoder looks the device up by it.
+  bool GetDeviceInformation(const std::string& device, EktTrace::DeviceInformation_t& information,
+                            std::string& error) override;
+  bool GetProperty(const std::string& device, const std::string& second, const std::string& name,
+                   std::string& value, std::uint32_t& kind, std::string& error) override;
+
+ private:
+  bool is_known(const std::string& device, std::string& error) const;
+
+  std::string device_name_;
+  std::string object_file_;
+  int first_number_;
+  int second_number_;
+  SessionSettings settings_;
+  EktTrace::DeviceIdentifier_t identifier_;
+};
+
+}  // namespace qbt2

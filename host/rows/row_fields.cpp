@@ -1,0 +1,112 @@
+#include "host/rows/row_fields.h"
+
+#include <algorithm>
+#include <array>
+#include <numeric>
+#include <utility>
+
+#include "host/base/error.h"
+
+namespace qbt2 {
+namespace {
+
+constexpr std::array<std::string_view, kBuiltinFieldCount> kBuiltinNames{
+    "offset", "timestamp", "time_ns", "probe", "master", "type", "kind", "description", "address"};
+constexpr std::array<std::string_view, 4> kKindNames{"", "throughput", "latency", "transaction"};
+
+char lower(char c) {
+  return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
+}
+
+bool equal_but_case(std::string_view a, std::string_view b) {
+  return std::equal(a.begin(), a.end(), b.begin(), b.end(),
+                    [](char x, char y) { return lower(x) == lower(y); });
+}
+
+/// Single-character changes that turn one name into the other, whatever the case.
+std::size_t edit_distance(std::string_view a, std::string_view b) {
+  std::vector<std::size_t> line(b.size() + 1);
+  std::iota(line.begin(), line.end(), std::size_t{0});
+  for (std::size_t i = 0; i < a.size(); ++i) {
+    std::size_t diagonal = std::exchange(line[0], i + 1);
+    for (std::size_t j = 0; j < b.size(); ++j) {
+      const std::size_t replaced = diagonal + (lower(a[i]) == lower(b[j]) ? 0 : 1);
+      diagonal = line[j + 1];
+      line[j + 1] = std::min({replaced, diagonal + 1, line[j] + 1});
+    }
+  }
+  return line.back();
+}
+
+std::string_view trim(std::string_view text) {
+  constexpr std::string_view kBlanks = " \t";
+  const std::size_t first = text.find_first_not_of(kBlanks);
+  if (first == std::string_view::npos) return {};
+  return text.substr(first, text.find_last_not_of(kBlanks) - first + 1);
+}
+
+[[noreturn]] void throw_unknown(const ColumnCatalogue& catalogue, std::string_view name) {
+  constexpr std::size_t kLongestName = 64;  // a longer one is no slip of the finger
+  std::string text = "unknown column '" + std::string(name) + "'";
+  if (name.size() <= kLongestName) {
+    const std::vector<FieldIndex> fields = all_fields(catalogue);
+    const auto distance = [&](FieldIndex f) {
+      return edit_distance(name, field_name(catalogue, f));
+    };
+    const FieldIndex nearest =
+        *std::min_element(fields.begin(), fields.end(),
+                          [&](FieldIndex a, FieldIndex b) { return distance(a) < distance(b); });
+    text += "; the nearest is '" + std::string(field_name(catalogue, nearest)) + "'";
+  }
+  throw Error(ErrorCode::kUsage, text);
+}
+
+FieldIndex find_field(const ColumnCatalogue& catalogue, std::string_view name) {
+  if (name.empty()) throw Error(ErrorCode::kUsage, "empty name in the list of columns");
+  const std::vector<FieldIndex> fields = all_fields(catalogue);
+  auto found = std::find_if(fields.begin(), fields.end(),
+                            [&](FieldIndex f) { return field_name(catalogue, f) == name; });
+  if (found == fields.end())
+    found = std::find_if(fields.begin(), fields.end(), [&](FieldIndex f) {
+      return equal_but_case(field_name(catalogue, f), name);
+    });
+  if (found == fields.end()) throw_unknown(catalogue, name);
+  return *found;
+}
+
+}  // namespace
+
+std::string_view field_name(BuiltinField field) {
+  return kBuiltinNames[static_cast<std::size_t>(field)];
+}
+
+std::string_view kind_name(RowKind kind) {
+  return kKindNames[static_cast<std::size_t>(kind)];
+}
+
+std::string_view field_name(const ColumnCatalogue& catalogue, FieldIndex field) {
+  if (field < kBuiltinFieldCount) return field_name(static_cast<BuiltinField>(field));
+  return catalogue.columns.at(field - kBuiltinFieldCount).key;
+}
+
+std::vector<FieldIndex> all_fields(const ColumnCatalogue& catalogue) {
+  std::vector<FieldIndex> fields(kBuiltinFieldCount + catalogue.columns.size());
+  std::iota(fields.begin(), fields.end(), FieldIndex{0});
+  return fields;
+}
+
+std::vector<FieldIndex> parse_field_list(const ColumnCatalogue& catalogue, std::string_view list) {
+  std::vector<FieldIndex> fields;
+  for (std::size_t begin = 0; begin <= list.size();) {
+    const std::size_t end = std::min(list.find(',', begin), list.size());
+    const FieldIndex field = find_field(catalogue, trim(list.substr(begin, end - begin)));
+    if (std::find(fields.begin(), fields.end(), field) != fields.end())
+      throw Error(ErrorCode::kUsage,
+                  "column '" + std::string(field_name(catalogue, field)) + "' is named twice");
+    fields.push_back(field);
+    begin = end + 1;
+  }
+  return fields;
+}
+
+}  // namespace qbt2

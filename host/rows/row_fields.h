@@ -1,0 +1,42 @@
+#pragma once
+
+#include <cstddef>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "host/rows/row_batch.h"
+
+/// The fields of a row as machines name them, and the choice of fields that a user makes.
+namespace qbt2 {
+
+/// The fields before the catalogue's columns, in their fixed order.
+enum class BuiltinField {
+  kOffset,
+  kTimestamp,
+  kTimeNs,
+  kProbe,
+  kMaster,
+  kType,
+  kKind,
+  kDescription,
+  kAddress,
+};
+inline constexpr std::size_t kBuiltinFieldCount = 9;
+
+/// "offset", "timestamp", "time_ns", "probe", "master", "type", "kind", "description", "address".
+std::string_view field_name(BuiltinField field);
+/// "throughput", "latency", "transaction"; empty for kUnknown.
+std::string_view kind_name(RowKind kind);
+
+/// Field number f: below kBuiltinFieldCount a BuiltinField, from there on catalogue column
+/// f - kBuiltinFieldCount.
+using FieldIndex = std::size_t;
+std::string_view field_name(const ColumnCatalogue& catalogue, FieldIndex field);
+/// All fields in their fixed order.
+std::vector<FieldIndex> all_fields(const ColumnCatalogue& catalogue);
+/// The fields that a comma-separated list names, in the list's order. Throws Error(kUsage) naming
+/// what is unknown, and the nearest known name.
+std::vector<FieldIndex> parse_field_list(const ColumnCatalogue& catalogue, std::string_view list);
+
+}  // namespace qbt2

@@ -1,0 +1,111 @@
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+
+#include "host/stp/stp_packet.h"
+
+/// The opcodes of STP version 2 as tables: what the first nibble says and, behind the prefixes F,
+/// F0 and F0F, what the second, third and fourth say. Constants only; any thread.
+namespace qbt2 {
+
+/// What follows an opcode nibble.
+enum class StpForm : std::uint8_t {
+  kPacket,      ///< the payload
+  kPrefix,      ///< one more opcode nibble, looked up in the next table
+  kUserLength,  ///< a length nibble n, then n + 1 payload nibbles
+  kVersion,     ///< one payload nibble; its highest bit announces two more
+  kUnsettled,   ///< unknown: no agreed length
+  kReserved,
+};
+
+struct StpOpcode {
+  StpKind kind = StpKind::kNull;
+  StpForm form = StpForm::kReserved;
+  std::uint8_t payload_nibbles = 0;
+  bool marked = false;
+  bool timestamped = false;  ///< a time stamp follows the payload
+};
+
+namespace detail {
+
+constexpr StpOpcode packet(StpKind kind, std::uint8_t payload_nibbles) {
+  return {kind, StpForm::kPacket, payload_nibbles};
+}
+constexpr StpOpcode packet_ts(StpKind kind, std::uint8_t payload_nibbles) {
+  return {kind, StpForm::kPacket, payload_nibbles, false, true};
+}
+constexpr StpOpcode packet_m(StpKind kind, std::uint8_t payload_nibbles) {
+  return {kind, StpForm::kPacket, payload_nibbles, true};
+}
+constexpr StpOpcode packet_mts(StpKind kind, std::uint8_t payload_nibbles) {
+  return {kind, StpForm::kPacket, payload_nibbles, true, true};
+}
+
+inline constexpr StpOpcode kPrefix{StpKind::kNull, StpForm::kPrefix};
+inline constexpr StpOpcode kUnsettled{StpKind::kNull, StpForm::kUnsettled};
+inline constexpr StpOpcode kReserved{};
+
+}  // namespace detail
+
+inline constexpr std::size_t kStpOpcodeLevels = 4;
+
+/// kStpOpcodes[level][nibble]; level 0 is the first nibble, 1 to 3 stand behind F, F0 and F0F.
+/// F F is reserved here: that it may begin an ASYNC is the reader's concern.
+inline constexpr std::array<std::array<StpOpcode, 16>, kStpOpcodeLevels> kStpOpcodes = [] {
+  using namespace detail;
+  using enum StpKind;
+  using Level = std::array<StpOpcode, 16>;
+  return std::array<Level, kStpOpcodeLevels>{
+      Level{packet(kNull, 0), packet(kM8, 2), packet(kMerr, 2), packet(kC8, 2),  // 0 to 3
+            packet(kD8, 2), packet(kD16, 4), packet(kD32, 8), packet(kD64, 16),  // 4 to 7
+            packet_mts(kD8, 2), packet_mts(kD16, 4), packet_mts(kD32, 8),        // 8 to A
+            packet_mts(kD64, 16), packet(kD4, 1), packet_mts(kD4, 1),            // B to D
+            packet_ts(kFlag, 0), kPrefix},                                       // E, F
+      Level{kPrefix, packet(kM16, 4), packet(kGerr, 2), packet(kC16, 4),         // F 0 to F 3
+            packet_ts(kD8, 2), packet_ts(kD16, 4), packet_ts(kD32, 8),           // F 4 to F 6
+            packet_ts(kD64, 16), packet_m(kD8, 2), packet_m(kD16, 4),            // F 7 to F 9
+            packet_m(kD32, 8), packet_m(kD64, 16), packet_ts(kD4, 1),            // F A to F C
+            packet_m(kD4, 1), packet(kFlag, 0), kReserved},                      // F D to F F
+      Level{StpOpcode{kVersion, StpForm::kVersion, 1}, packet_ts(kNull, 0),      // F 0 0, F 0 1
+            StpOpcode{kUser, StpForm::kUserLength},                              // F 0 2
+            StpOpcode{kUser, StpForm::kUserLength, 0, false, true},              // F 0 3
+            kUnsettled, kUnsettled,                                              // TIME, TIME_TS
+            packet(kTrig, 2), packet_ts(kTrig, 2), packet(kFreq, 8),             // F 0 6 to 8
+            packet_ts(kFreq, 8), packet(kXsync, 2), packet_ts(kXsync, 2),        // F 0 9 to B
+            kReserved, kReserved, kReserved, kPrefix},                           // F 0 C to F
+      Level{packet(kFreq40, 10), packet_ts(kFreq40, 10), kUnsettled /* DIP */,   // F 0 F 0 to 2
+            packet(kCerr, 2), kReserved, kReserved, kReserved, kReserved, kReserved,  //
+            kReserved, kReserved, kReserved, kReserved, kReserved, kReserved, kReserved}};
+}();
+
+/// Payload widths and opcodes settled for version 2; wider than 16 nibbles no value could be.
+static_assert([] {
+  for (const auto& level : kStpOpcodes) {
+    for (const StpOpcode& opcode : level) {
+      if (opcode.payload_nibbles > 16) return false;
+      if (opcode.marked && (opcode.kind < StpKind::kD4 || opcode.kind > StpKind::kD64))
+        return false;
+    }
+  }
+  return true;
+}());
+
+/// F nibbles of an ASYNC, which a 0 ends.
+inline constexpr std::uint64_t kAsyncRun = 21;
+inline constexpr std::uint64_t kAsyncNibbles = kAsyncRun + 1;
+
+/// Nibbles of a time stamp by its size nibble; 15 is reserved.
+inline constexpr std::uint8_t kReservedTimestampSize = 15;
+inline constexpr std::array<std::uint8_t, 15> kTimestampNibbles = {0, 1, 2,  3,  4,  5,  6, 7,
+                                                                   8, 9, 10, 11, 12, 14, 16};
+
+/// What VERSION's low three bits say.
+inline constexpr std::uint64_t kVersionCodingMask = 7;
+inline constexpr std::uint64_t kVersionContinues = 8;
+inline constexpr std::uint64_t kVersionDelta = 2;
+inline constexpr std::uint64_t kVersionNatural = 3;
+inline constexpr std::uint64_t kVersionGray = 4;
+
+}  // namespace qbt2

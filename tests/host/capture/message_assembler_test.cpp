@@ -1,0 +1,310 @@
+#include "host/capture/message_assembler.h"
+
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "host/capture/framing_chooser.h"
+
+namespace qbt2 {
+namespace {
+
+/// Packets from a line of words, so that a test reads like the stream it speaks of:
+///   1, 2m, 3t, 4mt   D32 with this value, marked, time-stamped
+///   L7, L7m          D64 whose low word is 7 and whose high word is 0
+///   b                D8
+///   F, Ft            FLAG, FLAG_TS
+///   M5, C9           from now on master 5 (and channel 0), channel 9
+///   MERR, GERR       the source lost trace
+///   X                synchronisation was lost
+///   H1000            FREQ
+/// Every time stamp is 10 more than the one before; packets stand 4 bytes apart.
+class Script {
+ public:
+  template <typename Sink>
+  void play(const std::string& text, Sink& sink) {
+    std::istringstream words(text);
+    for (std::string word; words >> word;) play_word(word, sink);
+  }
+
+ private:
+  template <typename Sink>
+  void play_word(const std::string& word, Sink& sink) {
+    StpPacket packet;
+    offset_ += 4;
+    if (word == "X") {
+      sink.on_sync_lost(offset_, StpSyncLoss::kReservedOpcode);
+      return;
+    }
+    if (word == "MERR" || word == "GERR") {
+      packet.kind = word == "MERR" ? StpKind::kMerr : StpKind::kGerr;
+    } else if (word[0] == 'F') {
+      packet.kind = StpKind::kFlag;
+    } else if (word[0] == 'M') {
+      packet.kind = StpKind::kM8;
+      master_ = static_cast<std::uint16_t>(std::stoul(word.substr(1)));
+      channel_ = 0;
+    } else if (word[0] == 'C') {
+      packet.kind = StpKind::kC8;
+      channel_ = static_cast<std::uint16_t>(std::stoul(word.substr(1)));
+    } else if (word[0] == 'H') {
+      packet.kind = StpKind::kFreq;
+      packet.value = std::stoul(word.substr(1));
+    } else if (word[0] == 'b') {
+      packet.kind = StpKind::kD8;
+    } else {
+      const bool wide = word[0] == 'L';
+      packet.kind = wide ? StpKind::kD64 : StpKind::kD32;
+      packet.value = std::stoul(word.substr(wide ? 1 : 0));
+      packet.marked = word.find('m') != std::string::npos;
+    }
+    packet.has_timestamp = word.back() == 't';
+    if (packet.has_timestamp) now_ += 10;
+    packet.timestamp = now_;
+    packet.master = master_;
+    packet.channel = channel_;
+    packet.nibble_offset = 2 * offset_;
+    sink.on_packet(packet);
+  }
+
+  std::uint64_t offset_ = 0;
+  std::uint64_t now_ = 0;
+  std::uint16_t master_ = 0;
+  std::uint16_t channel_ = 0;
+};
+
+/// "master:word,word@timestamp" for each sample, read back from the sample's own bytes.
+std::string to_text(const SampleBatch& batch) {
+  std::string text;
+  for (const SampleHead& head : batch.heads) {
+    const std::uint8_t* const sample = batch.bytes.data() + head.begin;
+    std::uint32_t payload = 0;
+    std::memcpy(&payload, sample + 4, 4);
+    EXPECT_EQ(head.size, 8 + payload);
+    EXPECT_EQ(sample[1], head.master & 0xFF);
+    if (!text.empty()) text += ' ';
+    text += std::to_string(head.master);
+    text += ':';
+    for (std::uint32_t at = 8; at < head.size; at += 5) {
+      EXPECT_EQ(sample[at], 4);
+      std::uint32_t word = 0;
+      std::memcpy(&word, sample + at + 1, 4);
+      if (at != 8) text += ',';
+      text += std::to_string(word);
+    }
+    if (head.has_timestamp) text.append("@").append(std::to_string(head.timestamp));
+  }
+  return text;
+}
+
+struct Assembled {
+  std::string samples;
+  AssemblyCounts counts;
+  SampleBatch batch;
+};
+
+Assembled assemble(Framing framing, const std::string& script, bool on_boundary = true,
+                   AssemblerOptions options = {}) {
+  options.framing = framing;
+  MessageAssembler assembler(options);
+  Assembled result;
+  assembler.set_batch(result.batch);
+  Script().play(script, assembler);
+  assembler.finish(on_boundary);
+  result.samples = to_text(result.batch);
+  result.counts = assembler.counts();
+  return result;
+}
+
+TEST(MessageAssembler, EachFramingEndsMessagesItsOwnWay) {
+  const struct {
+    Framing framing;
+    const char* script;
+    const char* samples;
+    std::uint64_t incomplete;
+  } cases[] = {
+      // A FLAG without words is no message; marks and time stamps do not end one.
+      {Framing::kFlag, "M3 F 1m 2t F F 3 4 Ft", "3:1,2@10 3:3,4@20", 0},
+      {Framing::kFlag, "M3 1 2 F 3", "3:1,2", 1},
+      {Framing::kMarkerLast, "M3 1 2m 3t 4m 5", "3:1,2 3:3,4@10", 1},
+      {Framing::kMarkerLast, "M3 1 F 2m", "3:1,2", 0},
+      {Framing::kTimestampLast, "M3 1 2t 3m 4mt 5 F", "3:1,2@10 3:3,4@20", 1},
+      // The stray words before the first marked packet are no message; the time stamp of the packet
+      // that begins the next message does not count for the one before.
+      {Framing::kMarkerFirst, "M3 9 8 1m 2t 3mt 4", "3:1,2@10 3:3,4@20", 1},
+      {Framing::kMarkerFirst, "M3 1m 2 Ft 7 8 3m 4", "3:1,2@10 3:3,4@10", 1},
+      // D64 gives two words, low half first, and delimits like D32; D8 is no word.
+      {Framing::kMarkerLast, "M3 L1 b L5m", "3:1,0,5,0", 0},
+  };
+  for (const auto& test : cases) {
+    SCOPED_TRACE(test.script);
+    const Assembled got = assemble(test.framing, test.script);
+    EXPECT_EQ(got.samples, test.samples);
+    EXPECT_EQ(got.counts.messages_incomplete, test.incomplete);
+  }
+}
+
+TEST(MessageAssembler, SourcesAreKeptApartByMasterAndChannel) {
+  const Assembled got = assemble(Framing::kFlag, "M1 1 M2 2 C7 3 M1 4 F M2 5 C7 6 F M2 F");
+  EXPECT_EQ(got.samples, "1:1,4 2:3,6 2:2,5");
+}
+
+TEST(MessageAssembler, MasterIdsAbove255KeepTheirFullIdBesideTheProbeByte) {
+  const Assembled got = assemble(Framing::kFlag, "M300 1 2 F");
+  ASSERT_EQ(got.batch.heads.size(), 1U);
+  EXPECT_EQ(got.batch.heads[0].master, 300);
+  EXPECT_EQ(got.batch.bytes[1], 300 - 256);
+}
+
+TEST(MessageAssembler, LostTraceDropsOpenWords) {
+  const struct {
+    const char* script;
+    const char* samples;
+    std::uint64_t incomplete;
+    std::uint64_t source_errors;
+  } cases[] = {
+      // MERR drops all channels of its own master, GERR and lost synchronisation those of all.
+      {"M1 1 C4 2 M2 3 M1 MERR 4 F M2 5 F", "1:4 2:3,5", 2, 1},
+      {"M1 1 M2 3 GERR M2 5 F M1 6 F", "2:5 1:6", 2, 1},
+      {"M1 1 X 2 F", "1:2", 1, 0},
+      {"M1 1 F MERR GERR X", "1:1", 0, 2},
+      {"M1 1 MERR 2 MERR 3 F", "1:3", 2, 2},
+  };
+  for (const auto& test : cases) {
+    SCOPED_TRACE(test.script);
+    const Assembled got = assemble(Framing::kFlag, test.script);
+    EXPECT_EQ(got.samples, test.samples);
+    EXPECT_EQ(got.counts.messages_incomplete, test.incomplete);
+    EXPECT_EQ(got.counts.source_errors, test.source_errors);
+  }
+}
+
+TEST(MessageAssembler, OnlyMarkerFirstEndsMessagesAtACleanEnd) {
+  EXPECT_EQ(assemble(Framing::kMarkerFirst, "M1 1m 2 M2 3m", true).samples, "1:1,2 2:3");
+  EXPECT_EQ(assemble(Framing::kMarkerFirst, "M1 1m 2 M2 3m", true).counts.messages_incomplete, 0U);
+  EXPECT_EQ(assemble(Framing::kMarkerFirst, "M1 1m 2", false).samples, "");
+  EXPECT_EQ(assemble(Framing::kMarkerFirst, "M1 1m 2", false).counts.messages_incomplete, 1U);
+  EXPECT_EQ(assemble(Framing::kFlag, "M1 1 2", true).counts.messages_incomplete, 1U);
+}
+
+TEST(MessageAssembler, LongMessagesAreCountedAndDropped) {
+  std::string longest = "M1";
+  for (int i = 0; i < 64; ++i) longest += " 5";
+  EXPECT_EQ(assemble(Framing::kFlag, longest + " F").batch.heads.size(), 1U);
+  const Assembled cut = assemble(Framing::kFlag, longest + " 6 F 1 2 F");
+  EXPECT_EQ(cut.samples, "1:1,2");
+  EXPECT_EQ(cut.counts.messages, 2U);
+  EXPECT_EQ(cut.counts.words, 67U);
+  EXPECT_EQ(cut.counts.messages_of_words,
+            (std::map<std::uint64_t, std::uint64_t>{{2, 1}, {65, 1}}));
+}
+
+TEST(MessageAssembler, TimeComesFromFreqThenFromTheGivenClock) {
+  AssemblerOptions options;
+  options.clock_hz = 1'000'000'000;
+  const Assembled got = assemble(Framing::kFlag, "M1 1 F 1 Ft H0 1 Ft H1000 1 Ft", true, options);
+  ASSERT_EQ(got.batch.heads.size(), 4U);
+  EXPECT_FALSE(got.batch.heads[0].has_timestamp);
+  EXPECT_FALSE(got.batch.heads[0].has_time_ns);
+  EXPECT_EQ(got.batch.heads[1].time_ns, 10U);
+  EXPECT_EQ(got.batch.heads[2].time_ns, 20U);
+  EXPECT_EQ(got.batch.heads[3].time_ns, 30'000'000U);
+  const Assembled unknown = assemble(Framing::kFlag, "M1 1 Ft");
+  EXPECT_TRUE(unknown.batch.heads[0].has_timestamp);
+  EXPECT_FALSE(unknown.batch.heads[0].has_time_ns);
+}
+
+TEST(MessageAssembler, UnwantedMastersAreCountedButGiveNoSamples) {
+  AssemblerOptions options;
+  options.masters = {258};
+  const Assembled got = assemble(Framing::kFlag, "M2 1 F M258 2 F", true, options);
+  EXPECT_EQ(got.samples, "258:2");
+  EXPECT_EQ(got.counts.messages, 2U);
+}
+
+TEST(MessageAssembler, MoreSourcesThanItRemembersLoseTheirOldestWords) {
+  MessageAssembler assembler(AssemblerOptions{});
+  SampleBatch batch;
+  assembler.set_batch(batch);
+  Script script;
+  const std::string last = std::to_string(kMostSources);
+  for (std::size_t i = 0; i <= kMostSources; ++i) {
+    script.play(std::string("M").append(std::to_string(i)).append(" 1"), assembler);
+  }
+  script.play(std::string("M0 2 F M1 F M").append(last).append(" F"), assembler);
+  EXPECT_EQ(to_text(batch), std::string("0:2 ").append(last).append(":1"));
+  EXPECT_EQ(assembler.counts().messages_incomplete, 2U);
+}
+
+struct Chosen {
+  std::string samples;
+  FramingChoice choice;
+};
+
+Chosen choose(const std::string& script, bool on_boundary = true) {
+  FramingChooser chooser({}, std::nullopt);
+  SampleBatch batch;
+  chooser.set_batch(batch);
+  Script().play(script, chooser);
+  chooser.finish(on_boundary);
+  return {to_text(batch), *chooser.choice()};
+}
+
+TEST(FramingChooser, TakesTheFramingWithTheLargestShareOfKnownLengths) {
+  const struct {
+    const char* script;
+    Framing framing;
+    std::uint64_t good;
+    std::uint64_t messages;
+  } cases[] = {
+      {"M1 1t 2t 3 4 F 1t 2t 3 4 F", Framing::kFlag, 2, 2},
+      {"M1 1m 2 F 3m 4 F", Framing::kFlag, 2, 2},  // marker-first does as well, but stands behind
+      {"M1 1 2m 3 4m", Framing::kMarkerLast, 2, 2},
+      {"M1 1 2mt 3 4mt", Framing::kMarkerLast, 2, 2},
+      {"M1 1 2t 3 4t", Framing::kTimestampLast, 2, 2},
+      {"M1 1m 2 3m 4 5m 6", Framing::kMarkerFirst, 3, 3},
+      {"M1 9 8 1m 2 3m 4 5m 6", Framing::kMarkerFirst, 3, 4},  // stray words count as one
+      {"", Framing::kFlag, 0, 0},
+      {"M1 1 2 3", Framing::kFlag, 0, 1},  // open words count as one message of a wrong length
+  };
+  for (const auto& test : cases) {
+    SCOPED_TRACE(test.script);
+    const Chosen got = choose(test.script);
+    EXPECT_EQ(framing_name(got.choice.framing), framing_name(test.framing));
+    EXPECT_EQ(got.choice.good_messages, test.good);
+    EXPECT_EQ(got.choice.messages, test.messages);
+  }
+}
+
+TEST(FramingChooser, DecidesOnTheFirstPacketsAndLosesNoneOfThem) {
+  std::string script = "M1 X";
+  for (int i = 0; i < 3000; ++i) script += " 1 2m";    // the choice falls inside, on packet 4096
+  for (int i = 0; i < 10; ++i) script += " 5 6 7 8t";  // too late to matter
+  const Chosen got = choose(script);
+  EXPECT_EQ(framing_name(got.choice.framing), "marker-last");
+  EXPECT_EQ(got.choice.good_messages, 2048U);
+  EXPECT_EQ(std::count(got.samples.begin(), got.samples.end(), ':'), 3000);
+}
+
+TEST(FramingChooser, HeldPacketsKeepTheirPlaceInTheInput) {
+  struct Shifted : StreamOffsets {
+    std::uint64_t input_offset(std::uint64_t stream_offset) override {
+      return stream_offset + 1000;
+    }
+  } shifted;
+  AssemblerOptions options;
+  options.offsets = &shifted;
+  FramingChooser chooser(options, std::nullopt);
+  SampleBatch batch;
+  chooser.set_batch(batch);
+  Script().play("M1 1 2 F", chooser);
+  chooser.finish(true);
+  ASSERT_EQ(batch.heads.size(), 1U);
+  EXPECT_EQ(batch.heads[0].offset, 1008U);
+}
+
+}  // namespace
+}  // namespace qbt2

@@ -1,0 +1,133 @@
+#include "host/decode/decoder_setup.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <cstring>
+
+#include "host/base/error.h"
+#include "host/decode/decode_worker.h"
+#include "tests/support/sample_bytes.h"
+#include "tests/support/test_folder.h"
+
+namespace qbt2 {
+namespace {
+
+using testing::ElementsAre;
+
+constexpr const char* kSettings =
+    "# names\n"
+    "ATBID=0x21\n"
+    "QBT2_5=DMA1;1;0x1000;0;0;0;0;0;0;0;0;0;0;0;0\n"
+    "QBT2_261=SHADOWED;1;2;0;0;0;0;0;0;0;0;0;0;0;0\n"
+    "QBT2_131=MASTERNAME;1;255;0;0;0;0;0;0;0;0;0;0;0;0\n";
+constexpr const char* kDevice =
+    R"({"version": 1, "name": "SOC", "components": [{"name": "MOD_QBTRACER0",
+        "property_lists": {"masterid.proc": [{"name": "GPU", "value": 131}]}}],
+        "settings": {"ATBID": "17", "QBT2_9": "ISP;0;16;0;0;0;0;0;0;0;0;0;0;0;0"}})";
+
+std::string trace_data_file(const std::string& settings) {
+  const std::string name = "STMDECODERINFO";
+  return "TDF2" + test::le32(static_cast<std::uint32_t>(12 + name.size() + settings.size())) +
+         test::le32(1) + test::le32(static_cast<std::uint32_t>(name.size())) + name + settings;
+}
+
+/// What the real plug-in calls the master of a throughput sample of each probe, and its window.
+std::string rows_of(DecoderSetup& setup, const std::vector<std::uint8_t>& probes) {
+  const DecoderLibrary library(QBT2_PLUGIN_PATH);
+  DecoderLibrary::Unit unit = library.create_unit();
+  const ColumnCatalogue catalogue = read_catalogue(*unit);
+  setup.apply(*unit);
+  FormatOptions options;
+  options.fields = parse_field_list(catalogue, "master,description");
+  DecodeWorker worker(std::move(unit), catalogue, make_row_formatter("csv", catalogue, options));
+  DecodeJob job;
+  for (const std::uint8_t probe : probes) {
+    const std::string bytes = test::sample(probe, {100, 25});
+    SampleHead head;
+    head.begin = static_cast<std::uint32_t>(job.samples.bytes.size());
+    head.size = static_cast<std::uint32_t>(bytes.size());
+    job.samples.bytes.insert(job.samples.bytes.end(), bytes.begin(), bytes.end());
+    job.samples.heads.push_back(head);
+  }
+  worker.run(job);
+  return std::string(job.text.view());
+}
+
+TEST(DecoderSetup, NamesMastersFromTextAndTraceDataFiles) {
+  const test::TestFolder folder;
+  const std::string device = folder.put("soc.json", kDevice);
+  for (const std::string& config : {folder.put("settings.cfg", kSettings),
+                                    folder.put("settings.tdf", trace_data_file(kSettings))}) {
+    DecoderSetup plain(config, "");
+    EXPECT_THAT(plain.master_ids(), ElementsAre(5, 131, 261));
+    EXPECT_EQ(plain.atb_id(), 0x21);
+    EXPECT_EQ(rows_of(plain, {5, 131, 6}),
+              "DMA1,Throughput statistics per 0x1000 clock cycles\n"
+              "MASTERNAME,Throughput statistics per 0xff clock cycles\n"
+              "Unknown,Throughput statistics: sampling period unknown\n");
+    DecoderSetup described(config, device);
+    EXPECT_THAT(described.master_ids(), ElementsAre(5, 9, 131, 261));
+    EXPECT_EQ(rows_of(described, {131, 9}),
+              "GPU,Throughput statistics per 0xff clock cycles\n"
+              "ISP,Throughput statistics per 0x10 clock cycles\n");
+    EXPECT_EQ(described.atb_id(), 0x21) << "settings cover the description";
+    EXPECT_TRUE(described.warnings().empty());
+  }
+  DecoderSetup device_only("", device);
+  EXPECT_EQ(device_only.atb_id(), 17);
+  EXPECT_THAT(device_only.master_ids(), ElementsAre(9));
+  DecoderSetup nothing("", "");
+  EXPECT_FALSE(nothing.has_settings());
+  EXPECT_EQ(rows_of(nothing, {5}), "Unknown,Throughput statistics: sampling period unknown\n");
+}
+
+TEST(DecoderSetup, TakesTheSourceIdFromTheSettings) {
+  const test::TestFolder folder;
+  const struct {
+    const char* value;
+    std::optional<int> expected;
+  } cases[] = {{"16", 16},          {"0x10", 16},          {"020", 16},  // octal
+               {"127", 127},        {"128", std::nullopt}, {"0", std::nullopt},
+               {"x", std::nullopt}, {"-1", std::nullopt},  {"18446744073709551633", std::nullopt}};
+  for (const auto& c : cases) {
+    const DecoderSetup setup(folder.put("cfg", std::string("ATBID=") + c.value + "\n"), "");
+    EXPECT_EQ(setup.atb_id().has_value(), c.expected.has_value()) << c.value;
+    EXPECT_EQ(setup.atb_id().value_or(0), c.expected.value_or(0)) << c.value;
+  }
+  EXPECT_FALSE(DecoderSetup(folder.put("cfg", "OTHER=1\n"), "").atb_id());
+}
+
+TEST(DecoderSetup, LeavesTheEnvironmentAsItWas) {
+  const test::TestFolder folder;
+  const std::string config = folder.put("settings.cfg", kSettings);
+  constexpr const char* kVariable = "KZ_TRACE_SETTINGS_DIR";
+  ::setenv(kVariable, "/elsewhere", 1);
+  EXPECT_EQ(DecoderSetup(config, "").master_ids().size(), 3U);
+  EXPECT_STREQ(::getenv(kVariable), "/elsewhere");
+  ::unsetenv(kVariable);
+  EXPECT_EQ(DecoderSetup(config, "").master_ids().size(), 3U);
+  EXPECT_EQ(::getenv(kVariable), nullptr);
+  EXPECT_THROW(DecoderSetup(folder.put("bad.tdf", "TDF2"), ""), Error);
+  EXPECT_EQ(::getenv(kVariable), nullptr);
+}
+
+TEST(DecoderSetup, RefusesWhatHoldsNoSettings) {
+  const test::TestFolder folder;
+  std::string other_version = trace_data_file(kSettings);
+  other_version[8] = 2;
+  for (const std::string& path :
+       {folder.at("missing"), folder.at(""), std::string("-"), std::string("/dev/null"),
+        folder.put("short.tdf", "TDF2"), folder.put("old.tdf", other_version)}) {
+    try {
+      const DecoderSetup setup(path, "");
+      ADD_FAILURE() << path;
+    } catch (const Error& error) {
+      EXPECT_EQ(error.code(), ErrorCode::kInput);
+      EXPECT_NE(std::strstr(error.what(), path.c_str()), nullptr) << error.what();
+    }
+  }
+}
+
+}  // namespace
+}  // namespace qbt2

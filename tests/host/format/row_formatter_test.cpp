@@ -1,0 +1,267 @@
+#include "host/format/row_formatter.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <nlohmann/json.hpp>
+#include <sstream>
+
+#include "host/base/utf8.h"
+#include "tests/support/row_test_support.h"
+
+namespace qbt2::test {
+namespace {
+
+using testing::ElementsAre;
+
+class RowFormatterTest : public testing::Test {
+ protected:
+  void add(const Stream& stream) {
+    RecordFault fault;
+    ASSERT_EQ(reader.read(stream.bytes, given, rows, fault), 1U) << fault.reason;
+  }
+  /// One row of each kind, the second with all the times.
+  void add_three_rows() {
+    given.offset = 24;
+    add(throughput(1, "DDR", 100));
+    given.offset = 1234567890123;
+    given.timestamp = 18446744073709551615U;
+    given.time_ns = 18446744073709551614U;
+    given.has_timestamp = given.has_time_ns = true;
+    add(latency(2, "GPU", 11259154, 9));
+    given = RowHead{};
+    add(transaction(255, "a \"b\", c", 0xABCDEF012345, 3, 4095, 18446744073709551615U));
+  }
+
+  const ColumnCatalogue catalogue = small_catalogue();
+  RowReader reader{catalogue};
+  RowBatch rows{catalogue, 8};
+  RowHead given;
+};
+
+TEST_F(RowFormatterTest, UnknownFormatsHaveNoFormatter) {
+  EXPECT_EQ(make_row_formatter("xml", catalogue, {}), nullptr);
+  EXPECT_EQ(make_row_formatter("", catalogue, {}), nullptr);
+}
+
+TEST_F(RowFormatterTest, JsonLinesLeaveOutWhatARowDoesNotHave) {
+  add_three_rows();
+  EXPECT_EQ(
+      formatted("jsonl", rows),
+      R"({"offset":24,"probe":1,"master":"DDR","type":"Value","kind":"throughput","description":"per 0x10","Bytes":100})"
+      "\n"
+      R"({"offset":1234567890123,"timestamp":18446744073709551615,"time_ns":18446744073709551614,)"
+      R"("probe":2,"master":"GPU","type":"Value","kind":"latency","description":"waits","Tracked":11259154,"MaxWait":9})"
+      "\n"
+      R"({"offset":0,"probe":255,"master":"a \"b\", c","type":"Value","kind":"transaction","description":"logged",)"
+      R"("address":188900966474565,"Mode_":3,"RouteID":4095,"Wide":18446744073709551615})"
+      "\n");
+}
+
+TEST_F(RowFormatterTest, CsvHasAllColumnsAndEmptyCells) {
+  add_three_rows();
+  EXPECT_EQ(formatted("csv", rows),
+            "offset,timestamp,time_ns,probe,master,type,kind,description,address,"
+            "Bytes,Tracked,MaxWait,Mode_,RouteID,Wide\n"
+            "24,,,1,DDR,Value,throughput,per 0x10,,100,,,,,\n"
+            "1234567890123,18446744073709551615,18446744073709551614,2,GPU,Value,latency,waits,,"
+            ",11259154,9,,,\n"
+            "0,,,255,\"a \"\"b\"\", c\",Value,transaction,logged,188900966474565,"
+            ",,,3,4095,18446744073709551615\n");
+}
+
+TEST_F(RowFormatterTest, ChosenFieldsComeInTheirOrder) {
+  add_three_rows();
+  const FormatOptions some{parse_field_list(catalogue, "RouteID,kind,Bytes,offset"), 0};
+  EXPECT_EQ(formatted("csv", rows, some),
+            "RouteID,kind,Bytes,offset\n"
+            ",throughput,100,24\n"
+            ",latency,,1234567890123\n"
+            "4095,transaction,,0\n");
+  const FormatOptions rare{parse_field_list(catalogue, "Wide"), 0};
+  EXPECT_EQ(formatted("jsonl", rows, rare), "{}\n{}\n{\"Wide\":18446744073709551615}\n");
+  // An empty line would be no record.
+  EXPECT_EQ(formatted("csv", rows, rare), "Wide\n\"\"\n\"\"\n18446744073709551615\n");
+}
+
+TEST_F(RowFormatterTest, TableWithoutLimitShowsEverything) {
+  add_three_rows();
+  EXPECT_EQ(
+      formatted("table", rows),
+      "      offset       timestamp               time_ns  master                    kind         "
+      "       address  values\n"
+      "------------  --------------  --------------------  ------------------------  -----------  "
+      "--------------  ------\n"
+      "          24                                        DDR                       throughput   "
+      "                Bytes=100\n"
+      "1234567890123  18446744073709551615  18446744073709551614  GPU                       "
+      "latency  "
+      "                    Tracked=11259154 MaxWait=9\n"
+      "           0                                        a \"b\", c                  transaction "
+      " "
+      "0xabcdef012345  RouteID=4095 Mode_=3 Wide=18446744073709551615\n");
+}
+
+TEST_F(RowFormatterTest, TableFitsTheTerminal) {
+  given.timestamp = 99999999999999;
+  given.has_timestamp = true;
+  add(transaction(7, "a master with a very long name", 0xFFFFFFFFFFFF, 255, 65535, ~0ULL));
+  add(throughput(1, "\xC3\xA4\xC3\xB6\xC3\xBC\xE2\x82\xAC", 4294967295));
+  EXPECT_EQ(formatted("table", rows, {{}, 80}),
+            "     timestamp  master         kind                address  values\n"
+            "--------------  -------------  -----------  --------------  --------------------\n"
+            "99999999999999  a master wit\xE2\x80\xA6  transaction  0xffffffffffff  "
+            "RouteID=65535 \xE2\x80\xA6\n"
+            "99999999999999  \xC3\xA4\xC3\xB6\xC3\xBC\xE2\x82\xAC           throughput"
+            "                   Bytes=4294967295\n");
+  for (std::size_t width = 47; width < 240; ++width) {
+    std::istringstream lines(formatted("table", rows, {{}, width}));
+    for (std::string line; std::getline(lines, line);)
+      EXPECT_LE(measure_text(line, 1000).characters, width) << width << ": " << line;
+  }
+}
+
+TEST_F(RowFormatterTest, TableOfChosenColumnsCutsTextsButDropsNothing) {
+  add(latency(2, std::string(40, 'm'), 1, 2));
+  const auto fields = parse_field_list(catalogue, "MaxWait,master,RouteID");
+  EXPECT_EQ(formatted("table", rows, {fields, 30}),
+            "MaxWait  master        RouteID\n"
+            "-------  ------------  -------\n"
+            "      2  mmmmmmmmmmm\xE2\x80\xA6\n");
+  EXPECT_EQ(formatted("table", rows, {fields, 5}), formatted("table", rows, {fields, 30}));
+  EXPECT_THAT(formatted("table", rows, {fields, 0}), testing::HasSubstr(std::string(40, 'm')));
+}
+
+TEST_F(RowFormatterTest, TableShowsNothingThatATerminalActsUpon) {
+  add(throughput(1, "\x1B[2J\a\t\x7F\xC2\x9B\xE2\x80\xAE\xFF.", 1));
+  const auto fields = parse_field_list(catalogue, "master");
+  const std::string mark(kReplacementCharacter);
+  EXPECT_EQ(formatted("table", rows, {fields, 0}), "master\n------------------------\n" + mark +
+                                                       "[2J" + mark + mark + mark + mark + mark +
+                                                       mark + ".\n");
+}
+
+/// Records of cells, by RFC 4180 alone.
+std::vector<std::vector<std::string>> parse_csv(std::string_view text) {
+  std::vector<std::vector<std::string>> records(1, {""});
+  bool quoted = false;
+  for (std::size_t n = 0; n < text.size(); ++n) {
+    std::string& cell = records.back().back();
+    if (quoted && text.substr(n, 2) == "\"\"")
+      cell += text[n++];
+    else if (text[n] == '"')
+      quoted = !quoted;
+    else if (quoted)
+      cell += text[n];
+    else if (text[n] == ',')
+      records.back().emplace_back();
+    else if (text[n] == '\n')
+      records.push_back({""});
+    else
+      cell += text[n];
+  }
+  EXPECT_FALSE(quoted);
+  EXPECT_THAT(records.back(), ElementsAre("")) << "the last record has no end";
+  records.pop_back();
+  return records;
+}
+
+TEST_F(RowFormatterTest, HostileTextsComeBackFromCsvAndJson) {
+  const std::string huge(1 << 20, '"');
+  const struct {
+    std::string text;
+    std::string read_back;
+  } cases[] = {
+      {"", ""},
+      {"plain", "plain"},
+      {" blanks ", " blanks "},
+      {"\"", "\""},
+      {",\"\",", ",\"\","},
+      {"a\r\nb\nc\r", "a\r\nb\nc\r"},
+      {"back\\slash/\\u0041", "back\\slash/\\u0041"},
+      {std::string("nul\0\x01\x1F\x7F", 7), std::string("nul\0\x01\x1F\x7F", 7)},
+      {"\xC3\xA9\xF0\x9F\x98\x80", "\xC3\xA9\xF0\x9F\x98\x80"},
+      {"\xFF|\xC3|\xED\xA0\x80|\xF0\x9F\x98",
+       "\xEF\xBF\xBD|\xEF\xBF\xBD|\xEF\xBF\xBD\xEF\xBF\xBD\xEF\xBF\xBD|\xEF\xBF\xBD"},
+      {huge, huge},
+  };
+  for (const auto& c : cases) {
+    add(throughput(1, "name", 5));
+    RowHead& head = rows.head(rows.size() - 1);
+    head.master_text = rows.texts().intern(c.text);  // the reader would end it at a zero
+    head.description_text = head.master_text;
+  }
+  const auto fields = parse_field_list(catalogue, "master,Bytes,description");
+  const auto records = parse_csv(formatted("csv", rows, {fields, 0}));
+  ASSERT_EQ(records.size(), 1 + std::size(cases));
+  std::istringstream lines(formatted("jsonl", rows, {fields, 0}));
+  for (std::size_t n = 0; n < std::size(cases); ++n) {
+    const std::string& expected = cases[n].read_back;
+    const std::string shown = cases[n].text.substr(0, 32);
+    EXPECT_TRUE(records[n + 1] == (std::vector<std::string>{expected, "5", expected})) << shown;
+    std::string line;
+    std::getline(lines, line);
+    const auto json = nlohmann::json::parse(line);
+    EXPECT_TRUE(json["master"] == expected && json["description"] == expected) << shown;
+    EXPECT_EQ(json["Bytes"], 5) << shown;
+  }
+}
+
+TEST_F(RowFormatterTest, KeysOfTheCatalogueAreQuotedToo) {
+  const ColumnCatalogue odd{kFirst, {{"", "a\"b,\n\xFF", "", 1}}};
+  RowReader odd_reader(odd);
+  RowBatch odd_rows(odd, 1);
+  RecordFault fault;
+  odd_reader.read(Stream().number(kFirst, 1, 200).end().bytes, {}, odd_rows, fault);
+  const auto json = nlohmann::json::parse(formatted("jsonl", odd_rows));
+  EXPECT_EQ(json["a\"b,\n\xEF\xBF\xBD"], 200);
+  EXPECT_EQ(parse_csv(formatted("csv", odd_rows))[0][kBuiltinFieldCount], "a\"b,\n\xEF\xBF\xBD");
+}
+
+TEST_F(RowFormatterTest, TheBytesDoNotDependOnHowRowsAreBatched) {
+  for (const char* format : {"table", "csv", "jsonl"}) {
+    const auto formatter = make_row_formatter(format, catalogue, {});
+    TextBuffer pieces;
+    RowBatch all(catalogue, 4);
+    for (std::uint32_t n = 0; n < 60; ++n) {
+      const std::string name(1, static_cast<char>('a' + n % 7));
+      const Stream stream = n % 3 == 0   ? throughput(1, name, n)
+                            : n % 3 == 1 ? latency(1, name, n, 1)
+                                         : transaction(1, name, n, 1, 2, 3);
+      RecordFault fault;
+      RowBatch one(catalogue, 1);
+      reader.read(stream.bytes, {}, one, fault);
+      reader.read(stream.bytes, {}, all, fault);
+      formatter->append(one, pieces);
+    }
+    TextBuffer whole;
+    make_row_formatter(format, catalogue, {})->append(all, whole);
+    EXPECT_EQ(pieces.view(), whole.view()) << format;
+  }
+}
+
+TEST_F(RowFormatterTest, MoreShapesThanAreRemembered) {
+  for (unsigned round = 0; round < 2; ++round)
+    for (unsigned present = 1; present < 64; ++present) {
+      Stream stream;
+      for (unsigned k = 0; k < 6; ++k)
+        if ((present >> k & 1) != 0)
+          stream.number(static_cast<std::uint8_t>(kFirst + k), catalogue.columns[k].size_bytes,
+                        present);
+      add(stream.end());
+    }
+  const auto fields = parse_field_list(catalogue, "Bytes,MaxWait,Wide");
+  std::istringstream lines(formatted("jsonl", rows, {fields, 0}));
+  for (unsigned n = 0; n < 126; ++n) {
+    const unsigned present = n % 63 + 1;
+    std::string line;
+    std::getline(lines, line);
+    const auto json = nlohmann::json::parse(line);
+    EXPECT_EQ(json.value("Bytes", 0U), (present & 1) != 0 ? present : 0) << line;
+    EXPECT_EQ(json.value("MaxWait", 0U), (present & 4) != 0 ? present : 0) << line;
+    EXPECT_EQ(json.value("Wide", 0U), (present & 32) != 0 ? present : 0) << line;
+  }
+}
+
+}  // namespace
+}  // namespace qbt2::test

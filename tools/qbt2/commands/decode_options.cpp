@@ -1,0 +1,141 @@
+#include "tools/qbt2/commands/decode_options.h"
+
+#include <algorithm>
+#include <array>
+#include <cstdlib>
+#include <string_view>
+#include <thread>
+
+#include "host/base/error.h"
+#include "host/decode/decoder_library.h"
+#include "tools/qbt2/cli/command.h"
+#include "tools/qbt2/cli/numbers.h"
+#include "tools/qbt2/cli/terminal.h"
+
+namespace qbt2::tool {
+namespace {
+
+constexpr std::uint64_t kLargestAtbId = 0x7F;
+constexpr std::uint64_t kLargestMaster = 0xFFFF;
+constexpr std::uint64_t kMostThreads = 256;
+
+template <typename Enum, int Count>
+std::optional<Enum> by_name(std::string_view name, std::string_view (*name_of)(Enum)) {
+  for (int i = 0; i < Count; ++i) {
+    if (name == name_of(static_cast<Enum>(i))) return static_cast<Enum>(i);
+  }
+  return std::nullopt;  // "auto"; the parser lets no other word through
+}
+
+void refuse(bool contradiction, const std::string& text) {
+  if (contradiction) throw Error(ErrorCode::kUsage, text);
+}
+
+void check_contradictions(const DecodeArguments& arguments) {
+  const bool samples = arguments.input == "samples";
+  refuse(!arguments.atb_id.empty() && (samples || arguments.input == "stp"),
+         "--atb-id goes with --input frames, not with --input " + arguments.input);
+  refuse(samples && arguments.framing != "auto",
+         "--framing goes with STP, not with --input samples: samples are whole messages");
+  refuse(samples && !arguments.clock_hz.empty(),
+         "--clock-hz goes with STP, not with --input samples: samples have no time stamps");
+  const bool none = arguments.format == "none";
+  refuse(none && arguments.output != "-", "-o contradicts --format none, which writes nothing");
+  refuse(none && !arguments.columns.empty(),
+         "--columns contradicts --format none, which writes nothing");
+  refuse(std::count(arguments.captures.begin(), arguments.captures.end(), "-") > 1,
+         "standard input (-) can be read only once");
+}
+
+std::vector<std::uint16_t> parse_masters(const std::vector<std::string>& texts) {
+  std::vector<std::uint16_t> masters;
+  masters.reserve(texts.size());
+  for (const std::string& text : texts) {
+    masters.push_back(static_cast<std::uint16_t>(parse_number("--master", text, kLargestMaster)));
+  }
+  return masters;
+}
+
+unsigned parse_threads(const std::string& text) {
+  if (text.empty()) return std::max(1U, std::thread::hardware_concurrency());
+  const auto threads = static_cast<unsigned>(parse_number("--threads", text, kMostThreads));
+  refuse(threads == 0, "--threads: at least 1");
+  return threads;
+}
+
+/// NO_COLOR (when not empty) asks for plain output; a bar that redraws itself is none.
+bool wants_plain_output() {
+  const char* const value = std::getenv("NO_COLOR");
+  return value != nullptr && *value != '\0';
+}
+
+bool wants_progress(const std::string& word, bool rows_on_terminal) {
+  if (word != "auto") return word == "always";
+  return standard_error_is_terminal() && !rows_on_terminal && !wants_plain_output();
+}
+
+}  // namespace
+
+void DecodeArguments::add_to(CLI::App& app) {
+  plugin = kDefaultPluginPath;
+  app.add_option("CAPTURE", captures, "Captures to decode in this order; - is standard input")
+      ->required();
+  app.add_option("--input", input, "What the captures are: auto, samples, stp or frames")
+      ->check(CLI::IsMember({"auto", "samples", "stp", "frames"}))
+      ->capture_default_str();
+  app.add_option("--atb-id", atb_id, "Frames: the source to decode (default: the only one there)");
+  app.add_option("--framing", framing,
+                 "How a message ends: auto, flag, marker-first, marker-last or timestamp-last")
+      ->check(CLI::IsMember({"auto", "flag", "marker-first", "marker-last", "timestamp-last"}))
+      ->capture_default_str();
+  app.add_option("--config", config,
+                 "Settings that name the masters: a .tdf, or lines of KEY=VALUE");
+  app.add_option("--device", device, "Device description (JSON) that answers for the device model");
+  app.add_option("--master", masters,
+                 "Rows of this master only, by its full id; repeat for more (default: all)")
+      ->allow_extra_args(false);
+  app.add_option("--clock-hz", clock_hz,
+                 "Rate of the STP time stamps where no FREQ packet tells it");
+  app.add_option("--format", format, "How to write rows: table, csv, jsonl or none (count only)")
+      ->check(CLI::IsMember({"table", "csv", "jsonl", "none"}))
+      ->capture_default_str();
+  app.add_option("-o,--output", output, "Where to write rows; - is standard output")
+      ->capture_default_str();
+  app.add_option("--columns", columns,
+                 "Fields to write, separated by commas (see qbt2 columns for their keys)");
+  app.add_option("--limit", limit, "Stop after this many rows");
+  app.add_flag("--stats", stats, "Print an account of the run on standard error");
+  app.add_option("--plugin", plugin, "The decoder plug-in to load")->capture_default_str();
+  app.add_option("--progress", progress, "Progress bar on standard error: auto, always or never")
+      ->check(CLI::IsMember({"auto", "always", "never"}))
+      ->capture_default_str();
+  app.add_option("--threads", threads, "Threads to decode with (default: one a core)");
+  refuse_empty_values(app);
+}
+
+DecodeOptions DecodeOptions::from(const DecodeArguments& arguments) {
+  check_contradictions(arguments);
+  DecodeOptions options;
+  options.input = by_name<CaptureFormat, kCaptureFormatCount>(arguments.input, capture_format_name);
+  options.capture.framing = by_name<Framing, kFramingCount>(arguments.framing, framing_name);
+  if (!arguments.atb_id.empty()) {
+    options.capture.source_id =
+        static_cast<std::uint8_t>(parse_number("--atb-id", arguments.atb_id, kLargestAtbId));
+    refuse(options.capture.source_id == 0, "--atb-id: 0 is padding, not a source");
+  }
+  options.capture.masters = parse_masters(arguments.masters);
+  if (!arguments.clock_hz.empty()) {
+    options.capture.clock_hz = parse_number("--clock-hz", arguments.clock_hz);
+    refuse(options.capture.clock_hz == 0, "--clock-hz: at least 1");
+  }
+  if (!arguments.limit.empty()) options.limit = parse_number("--limit", arguments.limit);
+  options.threads = parse_threads(arguments.threads);
+  // Rows past a limit must not be formatted, and only one thread at a time knows where it lies.
+  if (options.limit != UINT64_MAX) options.threads = 1;
+  options.rows_on_terminal =
+      arguments.output == "-" && arguments.format != "none" && standard_output_is_terminal();
+  options.show_progress = wants_progress(arguments.progress, options.rows_on_terminal);
+  return options;
+}
+
+}  // namespace qbt2::tool

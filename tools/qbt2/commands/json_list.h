@@ -1,0 +1,46 @@
+#pragma once
+
+#include <nlohmann/json.hpp>
+#include <string>
+#include <string_view>
+
+#include "tools/qbt2/cli/printer.h"
+
+/// JSON for scripts. Text that is not UTF-8 is written with U+FFFD for what is broken.
+namespace qbt2::tool {
+
+using Json = nlohmann::ordered_json;
+
+inline std::string json_text(const Json& value, int indent = -1) {
+  return value.dump(indent, ' ', false, Json::error_handler_t::replace);
+}
+
+/// One JSON object with the file's name, one array that is written item by item, one a line, and
+/// what is known only after the items.
+class JsonList {
+ public:
+  JsonList(Printer& printer, std::string_view file, std::string_view list) : printer_(printer) {
+    printer_.print("{\"file\":" + json_text(Json(file)) + "," + json_text(Json(list)) + ":[");
+  }
+  void item(const Json& value) {
+    begin_item();
+    printer_.print(json_text(value));
+  }
+  /// The line break before an item that the caller prints himself.
+  void begin_item() {
+    printer_.print(is_first_ ? "\n" : ",\n");
+    is_first_ = false;
+  }
+  /// `tail` is an object; its members follow the array.
+  void finish(const Json& tail) {
+    const std::string members = json_text(tail);
+    printer_.print("\n]" + (tail.empty() ? "" : "," + members.substr(1, members.size() - 2)) +
+                   "}\n");
+  }
+
+ private:
+  Printer& printer_;
+  bool is_first_ = true;
+};
+
+}  // namespace qbt2::tool
