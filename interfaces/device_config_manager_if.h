@@ -1,12 +1,19 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <string>
+#include <string_view>
 
 /// The configuration manager as the decoder sees it: named settings of the traced device.
 ///
 /// One thread at a time uses a manager; nothing here locks.
 namespace Kz::Dvt::Trace {
+
+/// The use-case setting of a master is named by this and its id in plain decimal: "QBT2_5". Its
+/// value has this many fields, separated by ';'.
+inline constexpr std::string_view kUseCaseSettingPrefix = "QBT2_";
+inline constexpr std::size_t kUseCaseFields = 15;
 
 /// Kind codes of ConfigPropertyValue::type.
 enum eConfigPropertyType : std::uint32_t {
