@@ -27,14 +27,10 @@ StpQBTracer2Decoder::~StpQBTracer2Decoder() = default;
 void StpQBTracer2Decoder::LoadDeviceDatabaseUtility() {
   try {
     KZ_DVT::uDll library(nullptr, KZ_DVT::uDll::kDefaultFlags);
-    if (!library.FindAndLoad("DeviceDataBaseUtility", KZ_DVT::uDll::kDefaultFlags)) {
-      return;
-    }
+    if (!library.FindAndLoad("DeviceDataBaseUtility", KZ_DVT::uDll::kDefaultFlags)) return;
     const auto create =
         library.GetFunction<CDeviceDataBaseUtility* (*)()>("CreateDeviceDataBaseUtility");
-    if (create == nullptr) {
-      return;
-    }
+    if (create == nullptr) return;
     destroyDeviceDatabaseUtility = library.GetSymbol("DestroyDeviceDataBaseUtility");
     // Kept loaded before the first call into it: an exception of its own needs its code.
     library.Release();
@@ -46,9 +42,7 @@ void StpQBTracer2Decoder::LoadDeviceDatabaseUtility() {
 
 void StpQBTracer2Decoder::SetDeviceConfigManager(Kz::Dvt::Trace::CDeviceConfigManager* manager) {
   deviceConfigManager = manager;
-  if (manager != nullptr) {
-    manager->GetInfo(deviceInfoFirst, deviceInfoSecond, deviceInfoName);
-  }
+  if (manager != nullptr) manager->GetInfo(deviceInfoFirst, deviceInfoSecond, deviceInfoName);
 }
 
 void StpQBTracer2Decoder::SetDeviceIdentifier(Kz::Dvt::Trace::CDeviceIdentifier* identifier) {
@@ -89,9 +83,7 @@ void StpQBTracer2Decoder::GetColumnInfo(std::uint32_t id, Kz::Dvt::Trace::eInput
                                         std::uint32_t& bits, bool& enabled, std::string& name,
                                         std::string& key, std::string& description) const {
   for (const DecoderColumn& column : columns) {
-    if (column.columnId != id) {
-      continue;
-    }
+    if (column.columnId != id) continue;
     name = column.name;
     enabled = column.enabled;
     const qbt2StaticColumnInfo& info = FindColumnInfo(columns, column);

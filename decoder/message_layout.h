@@ -125,9 +125,7 @@ class LayoutCheck {
 
  private:
   constexpr bool Claim(const BitRange& range, std::size_t wordCount) {
-    if (range.word >= wordCount || range.lowestBit + range.width > 32) {
-      return false;
-    }
+    if (range.word >= wordCount || range.lowestBit + range.width > 32) return false;
     const std::uint64_t bits = ((std::uint64_t{1} << range.width) - 1) << range.lowestBit;
     const bool isFree = (taken_[range.word] & bits) == 0;
     taken_[range.word] |= bits;
@@ -142,9 +140,7 @@ class LayoutCheck {
 consteval bool LayoutIsSound(std::span<const MessageField> fields, std::size_t wordCount,
                              const SplitValue& address) {
   LayoutCheck check;
-  if (!check.Claim(address, wordCount)) {
-    return false;
-  }
+  if (!check.Claim(address, wordCount)) return false;
   eQbt2Column expected = fields.front().column;
   for (const MessageField& field : fields) {
     const std::uint32_t width = std::uint32_t{field.value.low.width} + field.value.high.width;

@@ -54,9 +54,7 @@ void StpQBTracer2Decoder::OutputDataToBuffer(eMsgDataSizeType size, std::uint64_
 // first zero byte while the field keeps its full length. Deliberate, both: readers rely on the
 // lengths.
 void StpQBTracer2Decoder::OutputStringToBuffer(const std::string* text, std::uint8_t position) {
-  if (text == nullptr) {
-    return;
-  }
+  if (text == nullptr) return;
   const std::uint64_t needed = std::uint64_t{bytesWritten} + text->size();
   if (needed > outputCapacity) {
     throw DecodeError{0, static_cast<std::uint32_t>(needed)};

@@ -53,9 +53,7 @@ void StoreValues(std::uint8_t* tail, const std::uint32_t* words,
 template <std::size_t kWords>
 void LayOutTail(const DecoderColumns& columns, RowTail<kWords>& tail) {
   using Tail = RowTail<kWords>;
-  if (Tail::kHasAddress) {
-    tail.bytes.front() = kPositionAddress;
-  }
+  if (Tail::kHasAddress) tail.bytes.front() = kPositionAddress;
   for (std::size_t k = 0; k < Tail::kValues; ++k) {
     const DecoderColumn& column = columns[static_cast<std::size_t>(Tail::kColumns[k])];
     tail.bytes[Tail::kOffsets[k]] = static_cast<std::uint8_t>(column.columnId);

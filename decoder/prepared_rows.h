@@ -34,9 +34,7 @@ struct RowTail {
     for (const MessageField& field : kFields) {
       columns[next++] = field.column;
     }
-    if (kHasAverage) {
-      columns[next++] = eQbt2Column::AvgLength;
-    }
+    if (kHasAverage) columns[next++] = eQbt2Column::AvgLength;
     for (std::size_t word = 0; word < kWords; ++word) {
       columns[next++] = RawWordColumn(word);
     }

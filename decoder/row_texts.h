@@ -23,9 +23,7 @@ inline constexpr const char* kTransactionDescription = "Transaction logging";
 /// period's hexadecimal digits.
 inline std::string StatisticsDescription(const std::string& kind, const Qbt2ProbeData_t& probe,
                                          const std::string& hexPeriod) {
-  if (!probe.recordFound) {
-    return kind + " statistics: sampling period unknown";
-  }
+  if (!probe.recordFound) return kind + " statistics: sampling period unknown";
   return kind + " statistics per 0x" + hexPeriod + " clock cycles";
 }
 

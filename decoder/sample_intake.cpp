@@ -48,9 +48,7 @@ bool StpQBTracer2Decoder::TakePreparedRow() {
   const std::uint32_t payload = LoadLittleEndian32(inputBuffer + kSamplePayloadCountOffset);
   const std::uint32_t rowBytes =
       zeroSuppress ? 0 : preparedRows.Write(inputBuffer, payload, outputCapacity, outputCursor);
-  if (rowBytes == 0) {
-    return false;
-  }
+  if (rowBytes == 0) return false;
   payloadBytes = payload;
   readIndex = kSampleHeaderBytes + payload;
   outputCursor += rowBytes;
@@ -72,9 +70,7 @@ void StpQBTracer2Decoder::DecodeSample() {
 
 Qbt2ProbeData_t StpQBTracer2Decoder::GetProbeData(std::uint8_t id) const {
   for (const Qbt2ProbeData_t& probe : probes) {
-    if (probe.probeId == id) {
-      return probe;
-    }
+    if (probe.probeId == id) return probe;
   }
   Qbt2ProbeData_t unknown;
   unknown.probeId = id;
@@ -83,9 +79,7 @@ Qbt2ProbeData_t StpQBTracer2Decoder::GetProbeData(std::uint8_t id) const {
 
 bool StpQBTracer2Decoder::ProcessQBTracerData(Qbt2ProbeData_t probe) {
   MessageWords message;
-  if (!CollectWords(message)) {
-    return false;
-  }
+  if (!CollectWords(message)) return false;
   switch (message.count) {
     case kThroughputWords:
       ProcessThroughputMessage(message.ToVector(), std::move(probe));
@@ -107,9 +101,7 @@ bool StpQBTracer2Decoder::ProcessQBTracerData(Qbt2ProbeData_t probe) {
 bool StpQBTracer2Decoder::CollectWords(MessageWords& message) {
   payloadBytes = LoadLittleEndian32(inputBuffer + readIndex);
   readIndex += kWordBytes;
-  if (payloadBytes == 0) {
-    return false;
-  }
+  if (payloadBytes == 0) return false;
   for (std::uint32_t consumed = 0; consumed < payloadBytes;) {
     const std::uint8_t length = inputBuffer[readIndex++];
     CheckWordEnd(length);

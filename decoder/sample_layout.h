@@ -25,9 +25,7 @@ struct MessageWords {
   std::size_t count = 0;
 
   void Append(std::uint32_t word) {
-    if (count < words.size()) {
-      words[count] = word;
-    }
+    if (count < words.size()) words[count] = word;
     ++count;
   }
 

@@ -11,9 +11,7 @@ bool StpQBTracer2Decoder::IsSuppressed(const std::vector<unsigned int>& words) c
 
 void StpQBTracer2Decoder::ProcessThroughputMessage(std::vector<unsigned int> words,
                                                    Qbt2ProbeData_t probe) {
-  if (words.size() != kThroughputWords || IsSuppressed(words)) {
-    return;
-  }
+  if (words.size() != kThroughputWords || IsSuppressed(words)) return;
   WriteRowHead(probe, StatisticsDescription("Throughput", probe,
                                             convert_int_to_hex_string(probe.samplingPeriod)));
   for (const MessageField& field : kThroughputFields) {
@@ -26,9 +24,7 @@ void StpQBTracer2Decoder::ProcessThroughputMessage(std::vector<unsigned int> wor
 
 void StpQBTracer2Decoder::ProcessLatencyMessage(std::vector<unsigned int> words,
                                                 Qbt2ProbeData_t probe) {
-  if (words.size() != kLatencyWords || IsSuppressed(words)) {
-    return;
-  }
+  if (words.size() != kLatencyWords || IsSuppressed(words)) return;
   WriteRowHead(probe, StatisticsDescription("Latency", probe,
                                             convert_int_to_hex_string(probe.samplingPeriod)));
   for (const MessageField& field : kLatencyFields) {

@@ -71,9 +71,7 @@ std::string MakeLogFileName(const std::string& pid) {
 }
 
 void SetUpOnce(TraceEnvironment& environment) {
-  if (environment.initialised) {
-    return;
-  }
+  if (environment.initialised) return;
   SettleDebugClient(environment);
   PublishDirectories();
   environment.logFileName = MakeLogFileName(environment.debugClientPid);

@@ -3,9 +3,7 @@
 
 void StpQBTracer2Decoder::ProcessTransactionMessage(std::vector<unsigned int> words,
                                                     Qbt2ProbeData_t probe) {
-  if (words.size() != kTransactionWords || IsSuppressed(words)) {
-    return;
-  }
+  if (words.size() != kTransactionWords || IsSuppressed(words)) return;
   WriteRowHead(probe, kTransactionDescription);
   OutputDataToBuffer(eMsgDataSize8, Extract(words.data(), kTransactionAddress), kPositionAddress,
                      true);

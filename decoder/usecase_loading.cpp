@@ -103,9 +103,7 @@ void StpQBTracer2Decoder::LoadUsecase() {
 // Hosts without the companion library are the rule, so a missing utility is skipped, and one that
 // fails does not keep the use case from loading.
 void StpQBTracer2Decoder::TellDeviceDatabaseUtility() {
-  if (deviceDatabaseUtility == nullptr) {
-    return;
-  }
+  if (deviceDatabaseUtility == nullptr) return;
   try {
     deviceDatabaseUtility->SetDeviceIdentifier(deviceIdentifier);
   } catch (...) {
@@ -127,33 +125,21 @@ void StpQBTracer2Decoder::LoadMaster(std::uint32_t masterId, Qbt2ProbeData_t& re
     return;
   }
   const std::vector<std::string> tokens = SplitUsecaseLine(line.text);
-  if (tokens.size() != kUsecaseTokens) {
-    return;
-  }
+  if (tokens.size() != kUsecaseTokens) return;
   record.probeName = tokens[kNameToken];
-  if (record.probeName == kMasterNamePlaceholder) {
-    TakeMasterName(masterId, record.probeName);
-  }
+  if (record.probeName == kMasterNamePlaceholder) TakeMasterName(masterId, record.probeName);
   ParseUsecaseNumbers(tokens, record);
   record.stateBits = std::uint32_t{currentProbeId} >> 5;
   record.recordFound = true;
 }
 
 void StpQBTracer2Decoder::TakeMasterName(std::uint32_t masterId, std::string& name) const {
-  if (deviceIdentifier == nullptr) {
-    return;
-  }
+  if (deviceIdentifier == nullptr) return;
   const EktTrace::IDevice_t* device = deviceIdentifier->GetDeviceByName(deviceInfoName);
-  if (device == nullptr) {
-    return;
-  }
+  if (device == nullptr) return;
   const EktTrace::IComponent_t* tracer = device->GetComponent("MOD_QBTRACER0");
-  if (tracer == nullptr) {
-    return;
-  }
+  if (tracer == nullptr) return;
   const auto* masters = tracer->GetPropertyList("masterid.proc");
   const std::string* found = masters != nullptr ? FindMasterName(*masters, masterId) : nullptr;
-  if (found != nullptr) {
-    name = *found;
-  }
+  if (found != nullptr) name = *found;
 }

@@ -25,9 +25,7 @@ namespace {
 class Settings final : public CDeviceConfigManager {
  public:
   bool GetProperty(const std::string& name, ConfigPropertyValue& value) override {
-    if (name != "QBT2_5") {
-      return false;
-    }
+    if (name != "QBT2_5") return false;
     value.type = eConfigPropertyText;
     value.text = "DMA1;0;0x1000;0;0;0;0;0;0;0;0;0;0;0;0";  // name, -, sampling period, ...
     return true;
@@ -101,13 +99,9 @@ bool PrintRow(const std::map<std::uint8_t, Column>& columns, std::span<const std
   constexpr std::uint8_t kRowEnd = 0xFE;
   while (!rest.empty()) {
     const auto position = static_cast<std::uint8_t>(TakeNumber(rest, 1));
-    if (position == kRowEnd) {
-      return rest.empty();
-    }
+    if (position == kRowEnd) return rest.empty();
     const auto column = columns.find(position);
-    if (column == columns.end()) {
-      return false;
-    }
+    if (column == columns.end()) return false;
     const auto& [name, bytes] = column->second;
     if (bytes == 0) {
       std::printf("%s: %s\n", name.c_str(), TakeText(rest).c_str());

@@ -16,9 +16,7 @@ using EktTrace::ConfigFile::DeviceIdentifier_t;
 using EktTrace::ConfigFile::TraceDecode_t;
 
 void Require(bool condition) {
-  if (!condition) {
-    std::abort();
-  }
+  if (!condition) std::abort();
 }
 
 void CheckSettings(const std::string& text) {
@@ -50,9 +48,7 @@ void CheckDecoderInfo(const std::string& text) {
 bool NamesRepeat(const DeviceIdentifier_t::DevIdData_t& data) {
   std::set<std::string> names;
   for (const auto& processor : data.processors) {
-    if (!names.insert(processor.name).second) {
-      return true;
-    }
+    if (!names.insert(processor.name).second) return true;
   }
   return false;
 }

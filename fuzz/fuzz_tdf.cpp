@@ -23,9 +23,7 @@ using namespace Kz::Dvt::Trace::TdfFormat;
 namespace ConfigFile = EktTrace::ConfigFile;
 
 void Require(bool condition) {
-  if (!condition) {
-    std::abort();
-  }
+  if (!condition) std::abort();
 }
 
 class MemoryFile {
@@ -113,9 +111,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   file.Set(data, size);
   const std::string path = file.Path();
   Require(FileSize(path.c_str()) == size);
-  if (TDFHandler::ISTDF(path.c_str())) {
-    CheckWalk(path, size);
-  }
+  if (TDFHandler::ISTDF(path.c_str())) CheckWalk(path, size);
   for (const SectionKind& kind : kKinds) {
     CheckSection(path, kind, data, size);
   }

@@ -280,9 +280,7 @@ fs::path real_target(const std::string& path) {
 }
 
 void require_replaceable(const std::string& path, const fs::path& target) {
-  if (!fs::is_regular_file(target)) {
-    throw Error(ErrorCode::kOutput, path, "is no regular file");
-  }
+  if (!fs::is_regular_file(target)) throw Error(ErrorCode::kOutput, path, "is no regular file");
   // A rename asks nothing of the file that goes; a write-protected one is protected all the same.
   if (::faccessat(AT_FDCWD, target.c_str(), W_OK, AT_EACCESS) != 0) fail_output(path, errno);
 }

@@ -12,9 +12,7 @@ TEST(UProcess, LooksUpLivingProcesses) {
 
   const pid_t child = fork();
   ASSERT_GE(child, 0);
-  if (child == 0) {
-    _exit(0);
-  }
+  if (child == 0) _exit(0);
   ASSERT_EQ(waitpid(child, nullptr, 0), child);
   EXPECT_FALSE(uProcess::LookupProcess(static_cast<std::uint32_t>(child)));
 }

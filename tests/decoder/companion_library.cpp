@@ -19,9 +19,7 @@ void Note(const std::string& call) {
   const char* calls = std::getenv("COMPANION_CALLS");
   setenv("COMPANION_CALLS", ((calls != nullptr ? calls : "") + call + ";").c_str(), 1);
   const char* failing = std::getenv("COMPANION_FAILS_IN");
-  if (failing != nullptr && call == failing) {
-    throw CompanionFailure(call);
-  }
+  if (failing != nullptr && call == failing) throw CompanionFailure(call);
 }
 
 class Utility final : public Kz::Dvt::Trace::CDeviceDataBaseUtility {

@@ -140,9 +140,7 @@ class FakeConfigManager : public Kz::Dvt::Trace::CDeviceConfigManager {
   bool GetProperty(const std::string& name, ConfigPropertyValue& value) override {
     asked.push_back(name);
     const auto setting = settings.find(name);
-    if (setting == settings.end()) {
-      return false;
-    }
+    if (setting == settings.end()) return false;
     value.type = Kz::Dvt::Trace::eConfigPropertyText;
     value.text = setting->second;
     return true;
@@ -183,9 +181,7 @@ class TempHome {
 class DecoderTest : public testing::Test {
  protected:
   explicit DecoderTest(const char* logLevel = nullptr) {
-    if (logLevel != nullptr) {
-      setenv("KZ_TRACE_LOGGING", logLevel, 1);
-    }
+    if (logLevel != nullptr) setenv("KZ_TRACE_LOGGING", logLevel, 1);
     unit_ = std::make_unique<StpQBTracer2Decoder>();
     NumberColumns(100);
   }

@@ -19,9 +19,7 @@ std::size_t g_allocations = 0;
 [[gnu::noinline]] void* operator new(std::size_t size) {
   ++g_allocations;
   void* memory = std::malloc(size);
-  if (memory == nullptr) {
-    throw std::bad_alloc();
-  }
+  if (memory == nullptr) throw std::bad_alloc();
   return memory;
 }
 // Neither is inlined, or the compiler takes malloc() and free() for a mismatch.

@@ -42,18 +42,14 @@ hwDbgError::hwDbgError(const hwDbgError& other) : hwDbgErrorIF(other) {
 }
 
 hwDbgError& hwDbgError::operator=(const hwDbgError& other) {
-  if (this != &other) {
-    Copy(other);
-  }
+  if (this != &other) Copy(other);
   return *this;
 }
 
 hwDbgError::~hwDbgError() = default;
 
 const char* hwDbgError::GetTitle() {
-  if (title_.empty()) {
-    title_ = DefaultTitle[severity_];
-  }
+  if (title_.empty()) title_ = DefaultTitle[severity_];
   return title_.c_str();
 }
 
@@ -87,22 +83,16 @@ void hwDbgError::SetErrorText(const std::string& text) {
 
 const char* hwDbgError::GetDetailedText() {
   // Joined once and kept, deliberately: the host holds on to the returned text while it shows it.
-  if (!detailedText_.empty()) {
-    return detailedText_.c_str();
-  }
+  if (!detailedText_.empty()) return detailedText_.c_str();
   for (const std::string& line : details_) {
-    if (&line != &details_.front()) {
-      detailedText_ += '\n';
-    }
+    if (&line != &details_.front()) detailedText_ += '\n';
     detailedText_ += line;
   }
   return detailedText_.c_str();
 }
 
 void hwDbgError::AddDetailedInfo(const char* text) {
-  if (text != nullptr) {
-    details_.emplace_back(text);
-  }
+  if (text != nullptr) details_.emplace_back(text);
 }
 
 void hwDbgError::AddDetailedInfo(const std::string& text) {
@@ -110,9 +100,7 @@ void hwDbgError::AddDetailedInfo(const std::string& text) {
 }
 
 void hwDbgError::PushText(const char* text) {
-  if (text != nullptr) {
-    PushText(std::string(text));
-  }
+  if (text != nullptr) PushText(std::string(text));
 }
 
 void hwDbgError::PushText(const std::string& text) {
@@ -124,9 +112,7 @@ void hwDbgError::PushText(const std::string& text) {
 void hwDbgError::Delete() {}
 
 void hwDbgError::Copy(const hwDbgError& other) {
-  if (this == &other) {
-    return;
-  }
+  if (this == &other) return;
   // detailedText_ is left alone on purpose: a text already handed to the host stays valid.
   severity_ = other.severity_;
   details_ = other.details_;

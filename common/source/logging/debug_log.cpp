@@ -42,9 +42,7 @@ constexpr std::array<record_type_text, 9> kRecordTypeTexts = {{
 
 constexpr bool each_type_is_its_own_bit() {
   for (std::size_t i = 0; i < kRecordTypeTexts.size(); ++i) {
-    if (kRecordTypeTexts[i].type != 1 << i) {
-      return false;
-    }
+    if (kRecordTypeTexts[i].type != 1 << i) return false;
   }
   return true;
 }
@@ -65,9 +63,7 @@ constexpr const char* kHeaderKey =
 
 const char* type_text(log_type_t type) {
   for (const record_type_text& entry : kRecordTypeTexts) {
-    if (entry.type == type) {
-      return entry.text;
-    }
+    if (entry.type == type) return entry.text;
   }
   return "   ";
 }
@@ -82,29 +78,19 @@ std::string thread_id_text() {
 // One level only: a missing home directory is an error to report, not something to create.
 void make_log_directory(const boost::filesystem::path& directory) {
   boost::system::error_code error;
-  if (boost::filesystem::is_directory(directory, error)) {
-    return;
-  }
+  if (boost::filesystem::is_directory(directory, error)) return;
   error.clear();  // it says that the directory is missing, which is the normal first start
-  if (boost::filesystem::create_directory(directory, error)) {
-    return;
-  }
+  if (boost::filesystem::create_directory(directory, error)) return;
   boost::system::error_code made_by_another;
-  if (boost::filesystem::is_directory(directory, made_by_another)) {
-    return;
-  }
+  if (boost::filesystem::is_directory(directory, made_by_another)) return;
   std::string text = "Could not create directory at " + directory.string();
-  if (error) {
-    text += " Error: " + error.message();
-  }
+  if (error) text += " Error: " + error.message();
   throw std::runtime_error(text);
 }
 
 std::string log_file_path() {
   const char* file = std::getenv("KZ_TRACE_LOGFILE");
-  if (file != nullptr) {
-    return file;
-  }
+  if (file != nullptr) return file;
   const char* home = std::getenv("HOME");
   if (home == nullptr) {
     throw std::runtime_error(
@@ -118,9 +104,7 @@ std::string log_file_path() {
 
 void open_log(const std::string& path) {
   logout = std::fopen(path.c_str(), "w");
-  if (logout == nullptr) {
-    throw std::runtime_error("Error trying to open " + path + " for logging");
-  }
+  if (logout == nullptr) throw std::runtime_error("Error trying to open " + path + " for logging");
 }
 
 void write_header() {
@@ -153,13 +137,9 @@ void debug_log_init() {
     // Decimal only, and a text that is no number is 0: off.
     g_log_level = static_cast<std::int32_t>(std::strtol(level, nullptr, 10));
   }
-  if (g_log_level <= 0) {
-    return;
-  }
+  if (g_log_level <= 0) return;
   const std::string path = log_file_path();
-  if (!g_log_enable) {
-    open_log(path);
-  }
+  if (!g_log_enable) open_log(path);
   g_log_enable = true;
   start_time = std::chrono::system_clock::now();
   write_header();
@@ -172,9 +152,7 @@ void debug_log_init() {
 void debug_log_msg(log_type_t type, const char* file, int line, const char* function,
                    const char* format, ...) {
   const std::lock_guard<std::mutex> lock(lock_logging);
-  if (logout == nullptr) {
-    return;
-  }
+  if (logout == nullptr) return;
   const std::string elapsed =
       debug_log_format_elapsed(std::chrono::system_clock::now() - start_time);
   std::fprintf(logout, "%s %s %-20s %4d %-20s %10s  ", type_text(type), elapsed.c_str(), file, line,

@@ -68,14 +68,10 @@ class debug_log_scope {
  public:
   debug_log_scope(const char* file, int line, const char* function)
       : file_(file), line_(line), function_(function) {
-    if (debug_log_wants(LOG_FUNC_ENTRY)) {
-      debug_log_msg(LOG_FUNC_ENTRY, file_, line_, function_);
-    }
+    if (debug_log_wants(LOG_FUNC_ENTRY)) debug_log_msg(LOG_FUNC_ENTRY, file_, line_, function_);
   }
   ~debug_log_scope() {
-    if (debug_log_wants(LOG_FUNC_EXIT)) {
-      write_exit();
-    }
+    if (debug_log_wants(LOG_FUNC_EXIT)) write_exit();
   }
   debug_log_scope(const debug_log_scope&) = delete;
   debug_log_scope& operator=(const debug_log_scope&) = delete;

@@ -37,31 +37,23 @@ bool uDll::Load(const char* name, int flags) {
 }
 
 bool uDll::FindAndLoad(const char* name, int flags) {
-  if (Load(name, flags) || name == nullptr || *name == '\0') {
-    return IsLoaded();
-  }
+  if (Load(name, flags) || name == nullptr || *name == '\0') return IsLoaded();
   const std::string whole = name;
   const std::size_t last_part = whole.rfind('/') + 1;  // npos + 1 is 0: all of it
   const std::string with_prefix = std::string(whole).insert(last_part, "lib") + ".so";
-  if (!TryLoad(with_prefix, flags) && !TryLoad(whole + ".so", flags)) {
-    return false;
-  }
+  if (!TryLoad(with_prefix, flags) && !TryLoad(whole + ".so", flags)) return false;
   error_.clear();
   return true;
 }
 
 bool uDll::TryLoad(const std::string& name, int flags) {
   handle_ = ::dlopen(name.c_str(), flags != kDefaultFlags ? flags : flags_);
-  if (handle_ == nullptr) {
-    AddError(LoaderError());
-  }
+  if (handle_ == nullptr) AddError(LoaderError());
   return IsLoaded();
 }
 
 void uDll::AddError(const std::string& text) {
-  if (!error_.empty()) {
-    error_ += "; ";
-  }
+  if (!error_.empty()) error_ += "; ";
   error_ += text;
 }
 
@@ -73,16 +65,12 @@ void* uDll::GetSymbol(const char* name) {
   }
   ::dlerror();
   void* symbol = ::dlsym(handle_, name);
-  if (symbol == nullptr) {
-    error_ = LoaderError();
-  }
+  if (symbol == nullptr) error_ = LoaderError();
   return symbol;
 }
 
 void uDll::Unload() {
-  if (void* handle = std::exchange(handle_, nullptr)) {
-    ::dlclose(handle);
-  }
+  if (void* handle = std::exchange(handle_, nullptr)) ::dlclose(handle);
 }
 
 void* uDll::Release() {

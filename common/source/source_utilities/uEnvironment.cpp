@@ -35,9 +35,7 @@ void CheckName(const char* name) {
 
 std::string& MakeTraceDirectory(std::string& out, const char* below) {
   GetTraceUserDirectory(out);
-  if (below != nullptr) {
-    uEnvironment::JoinPaths(out, below);
-  }
+  if (below != nullptr) uEnvironment::JoinPaths(out, below);
   uEnvironment::MakeDirectory(out.c_str());
   return out;
 }
@@ -71,9 +69,7 @@ int uEnvironment::SetWorkingDirectory(const char* path) {
 }
 
 std::uint32_t uEnvironment::MakeDirectory(const char* path) {
-  if (path == nullptr) {
-    return 0xFFFFFFFF;
-  }
+  if (path == nullptr) return 0xFFFFFFFF;
   std::string level;
   std::string rest;
   std::string prefix;
@@ -107,9 +103,7 @@ std::string& uEnvironment::GetParentDir(std::string& out, const char* path) {
 
 std::string& uEnvironment::JoinPaths(std::string& path, const char* text) {
   const std::string last = text != nullptr ? text : "";
-  if (!path.empty() && path.back() != '/') {
-    path += '/';
-  }
+  if (!path.empty() && path.back() != '/') path += '/';
   path += last;
   return NormalizeDirSep(path);
 }
@@ -141,9 +135,7 @@ uEnvironment::ScopedDirectoryChanger::~ScopedDirectoryChanger() {
 }
 
 void uEnvironment::ScopedDirectoryChanger::Change(const char* path) {
-  if (path == nullptr) {
-    return;
-  }
+  if (path == nullptr) return;
   if (!saved_.empty()) {
     throw source_utilities_error(
         "can't temporarily change the working directory again until its restored");
@@ -156,9 +148,7 @@ void uEnvironment::ScopedDirectoryChanger::Change(const char* path) {
 }
 
 void uEnvironment::ScopedDirectoryChanger::Restore() {
-  if (saved_.empty()) {
-    return;
-  }
+  if (saved_.empty()) return;
   SetWorkingDirectory(saved_.c_str());
   saved_.clear();
 }

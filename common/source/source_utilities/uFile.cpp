@@ -9,9 +9,7 @@ namespace KZ_DVT {
 
 bool uFile::Open(const char* path, const char* mode) {
   file_.reset();
-  if (path == nullptr || mode == nullptr) {
-    return false;
-  }
+  if (path == nullptr || mode == nullptr) return false;
   // "e": the programs that the host starts do not inherit the file.
   file_.reset(std::fopen(path, (std::string(mode) + "e").c_str()));
   return IsOpen();

@@ -65,9 +65,7 @@ bool IsLineBreak(char c) {
 
 /// The length without one line break at the end: a character, or a pair of two different ones.
 std::size_t WithoutLineBreak(const char* text, std::size_t length) {
-  if (length == 0 || !IsLineBreak(text[length - 1])) {
-    return length;
-  }
+  if (length == 0 || !IsLineBreak(text[length - 1])) return length;
   const bool is_pair =
       length >= 2 && IsLineBreak(text[length - 2]) && text[length - 2] != text[length - 1];
   return length - (is_pair ? 2 : 1);
@@ -107,9 +105,7 @@ void uLogger::Log(const char* format, ...) {
 
 void uLogger::LogV(std::uint32_t kinds, std::uint32_t style, const char* format,
                    std::va_list arguments) {
-  if (!outputEnabled_ || kinds == 0 || levelMask_ == 0) {
-    return;
-  }
+  if (!outputEnabled_ || kinds == 0 || levelMask_ == 0) return;
   const uMutex::ScopedLock lock(mutex_);
   AddRecord(FormatRecord(kinds, style, format, arguments));
 }
@@ -134,17 +130,11 @@ std::size_t uLogger::FormatRecord(std::uint32_t kinds, std::uint32_t style, cons
 }
 
 void uLogger::AddRecord(std::size_t lengthBytes) {
-  if (!outputEnabled_) {
-    return;
-  }
+  if (!outputEnabled_) return;
   std::size_t length = WithoutLineBreak(buffer_.data(), lengthBytes);
   buffer_[length++] = '\n';  // in the place of the terminator at most
-  if (!file_.IsOpen()) {
-    OpenFile();
-  }
-  if (file_.Write(buffer_.data(), length)) {
-    file_.Flush();
-  }
+  if (!file_.IsOpen()) OpenFile();
+  if (file_.Write(buffer_.data(), length)) file_.Flush();
   if (echoToStdio_) {
     std::fwrite(buffer_.data(), 1, length, stdout);
     std::fflush(stdout);
@@ -153,16 +143,12 @@ void uLogger::AddRecord(std::size_t lengthBytes) {
 
 void uLogger::OpenFile() {
   // A failure shows in file_.IsOpen() and is tried again by the next record.
-  if (named_) {
-    static_cast<void>(file_.Open(fileName_.c_str(), append_ ? "a+" : "w+"));
-  }
+  if (named_) static_cast<void>(file_.Open(fileName_.c_str(), append_ ? "a+" : "w+"));
 }
 
 bool uLogger::EnableOutput(bool enable) {
   const uMutex::ScopedLock lock(mutex_);
-  if (!enable) {
-    file_.Close();
-  }
+  if (!enable) file_.Close();
   return outputEnabled_.exchange(enable);
 }
 
@@ -177,9 +163,7 @@ bool uLogger::EnableLogDbgOutWindow(bool enable) {
 }
 
 void uLogger::SetFileName(const char* fileName, bool append) {
-  if (fileName == nullptr) {
-    return;
-  }
+  if (fileName == nullptr) return;
   const uMutex::ScopedLock lock(mutex_);
   fileName_ = fileName;
   append_ = append;
@@ -227,13 +211,9 @@ uLogSystem* uLogSystem::GetLogSystem() {
 
 bool uLogSystem::InitLog(const char* fileName, const char* levelVariable,
                          const char* directoryVariable, bool registerLogger) {
-  if (fileName == nullptr || levelVariable == nullptr) {
-    return false;
-  }
+  if (fileName == nullptr || levelVariable == nullptr) return false;
   registerFlag_ = registerLogger;
-  if (UseRegistered(fileName)) {
-    return true;
-  }
+  if (UseRegistered(fileName)) return true;
   const std::string directory =
       directoryVariable != nullptr ? uEnvironment::GetVar(directoryVariable) : "";
   CreateLogger(fileName, directory, LevelFromEnvironment(levelVariable));
@@ -241,9 +221,7 @@ bool uLogSystem::InitLog(const char* fileName, const char* levelVariable,
 }
 
 bool uLogSystem::InitLogEx(const char* fileName, int level, const char* directory) {
-  if (fileName == nullptr) {
-    return false;
-  }
+  if (fileName == nullptr) return false;
   registerFlag_ = true;
   if (!UseRegistered(fileName)) {
     CreateLogger(fileName, directory != nullptr ? directory : "", level);
@@ -253,9 +231,7 @@ bool uLogSystem::InitLogEx(const char* fileName, int level, const char* director
 
 bool uLogSystem::UseRegistered(const char* fileName) {
   uLogger* const logger = registerFlag_ ? LookupLogger(fileName) : nullptr;
-  if (logger == nullptr) {
-    return false;
-  }
+  if (logger == nullptr) return false;
   currentLogger_ = logger;
   return true;
 }
@@ -264,9 +240,7 @@ void uLogSystem::CreateLogger(const char* fileName, const std::string& directory
   const std::string path = directory.empty() ? fileName : directory + "/" + fileName;
   owned_.push_back(std::make_unique<uLogger>(path.c_str(), true));
   currentLogger_ = owned_.back().get();
-  if (registerFlag_) {
-    loggers_.emplace(fileName, currentLogger_);
-  }
+  if (registerFlag_) loggers_.emplace(fileName, currentLogger_);
   ++count_;
   SetLoggingLevel(level);
   ReportDirectories();
@@ -283,9 +257,7 @@ void uLogSystem::ReportDirectories() {
 }
 
 void uLogSystem::SetLoggingLevel(int level) {
-  if (currentLogger_ == nullptr) {
-    return;
-  }
+  if (currentLogger_ == nullptr) return;
   const bool output = level >= 1 && level <= static_cast<int>(kLevels.size());
   // Off, the verbosity is the number itself, deliberately: call sites may pass their test, but
   // nothing is written.

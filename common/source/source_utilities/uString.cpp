@@ -24,9 +24,7 @@ NumberFormat CheckFormat(const char* format, const char* conversions) {
   NumberFormat checked;
   for (const char* at = format; *at != '\0'; ++at) {
     checked.text += *at;
-    if (*at != '%') {
-      continue;
-    }
+    if (*at != '%') continue;
     ++at;
     const std::size_t flags_length = std::strspn(at, "-+ #0123456789.");
     checked.text.append(at, flags_length);
@@ -56,9 +54,7 @@ void Print(const std::string& format, T value, std::string& out, bool append) {
   if (std::snprintf(buffer.data(), buffer.size(), format.c_str(), value) < 0) {
     throw uString::error("unable to print a number with the format \"" + format + "\"");
   }
-  if (!append) {
-    out.clear();
-  }
+  if (!append) out.clear();
   out += buffer.data();
 }
 
@@ -92,9 +88,7 @@ constexpr std::array<EngineeringPrefix, 17> kEngineeringPrefixes = {{
 
 constexpr bool ScalesDescend() {
   for (std::size_t i = 1; i < kEngineeringPrefixes.size(); ++i) {
-    if (kEngineeringPrefixes[i].scale >= kEngineeringPrefixes[i - 1].scale) {
-      return false;
-    }
+    if (kEngineeringPrefixes[i].scale >= kEngineeringPrefixes[i - 1].scale) return false;
   }
   return true;
 }
@@ -102,9 +96,7 @@ static_assert(ScalesDescend());
 
 const EngineeringPrefix& PrefixOf(double value) {
   for (const EngineeringPrefix& prefix : kEngineeringPrefixes) {
-    if (value >= prefix.scale) {
-      return prefix;
-    }
+    if (value >= prefix.scale) return prefix;
   }
   return kEngineeringPrefixes.back();
 }
@@ -112,12 +104,8 @@ const EngineeringPrefix& PrefixOf(double value) {
 }  // namespace
 
 std::string& uString::Replace(std::string& text, const char* from, const char* to) {
-  if (from == nullptr) {
-    throw error("unable to perform string replacement from null original text");
-  }
-  if (to == nullptr) {
-    throw error("unable to perform string replacement with null replacement text");
-  }
+  if (from == nullptr) throw error("unable to perform string replacement from null original text");
+  if (to == nullptr) throw error("unable to perform string replacement with null replacement text");
   const std::string_view original = from;
   const std::string_view replacement = to;
   std::size_t found = original.empty() ? std::string::npos : text.find(original);
@@ -137,12 +125,8 @@ std::string& uString::Replace(std::string& text, const char* from, const char* t
 
 std::uint32_t uString::Split(const char* source, std::string& first, std::string& rest,
                              const char* delimiter) {
-  if (source == nullptr) {
-    throw error("unable to split null string");
-  }
-  if (delimiter == nullptr) {
-    throw error("unable to split with null delimeter");
-  }
+  if (source == nullptr) throw error("unable to split null string");
+  if (delimiter == nullptr) throw error("unable to split with null delimeter");
   std::string before = source;
   std::string after;
   const std::size_t delimiter_length = std::strlen(delimiter);
@@ -153,9 +137,7 @@ std::uint32_t uString::Split(const char* source, std::string& first, std::string
   }
   first.swap(before);
   rest.swap(after);
-  if (found != std::string::npos) {
-    return 2;
-  }
+  if (found != std::string::npos) return 2;
   return first.empty() ? 0 : 1;
 }
 
@@ -169,9 +151,7 @@ void uString::Split(std::vector<std::string>& list, const char* source, const ch
 }
 
 std::string& uString::StripLeading(std::string& text, const char* set) {
-  if (set != nullptr) {
-    text.erase(0, text.find_first_not_of(set));
-  }
+  if (set != nullptr) text.erase(0, text.find_first_not_of(set));
   return text;
 }
 
@@ -183,26 +163,16 @@ std::string& uString::StripTrailing(std::string& text, const char* set) {
 }
 
 bool uString::ToBool(const char* text) {
-  if (text == nullptr) {
-    throw error("unable to convert null string to boolean");
-  }
+  if (text == nullptr) throw error("unable to convert null string to boolean");
   const std::string_view view = text;
-  if (view.empty()) {
-    throw error("unable to convert empty string to boolean");
-  }
-  if (view == "true" || view == "TRUE" || view == "True") {
-    return true;
-  }
-  if (view == "false" || view == "FALSE" || view == "False") {
-    return false;
-  }
+  if (view.empty()) throw error("unable to convert empty string to boolean");
+  if (view == "true" || view == "TRUE" || view == "True") return true;
+  if (view == "false" || view == "FALSE" || view == "False") return false;
   throw error("unable to convert \"" + std::string(view) + "\" to boolean");
 }
 
 std::string& uString::FromBool(bool value, std::string& out, bool append) {
-  if (!append) {
-    out.clear();
-  }
+  if (!append) out.clear();
   return out += value ? "true" : "false";
 }
 
@@ -263,15 +233,9 @@ double uString::ToDouble(const char* text) {
 }
 
 uString::NumberBase uString::BaseOf(const char* text) {
-  if (text == nullptr) {
-    throw error("unable to convert null string to numeric");
-  }
-  if (*text == '\0') {
-    throw error("unable to convert empty string to numeric");
-  }
-  if (text[0] != '0' || text[1] == '\0') {
-    return NumberBase::kDecimal;
-  }
+  if (text == nullptr) throw error("unable to convert null string to numeric");
+  if (*text == '\0') throw error("unable to convert empty string to numeric");
+  if (text[0] != '0' || text[1] == '\0') return NumberBase::kDecimal;
   return text[1] == 'x' || text[1] == 'X' ? NumberBase::kHexadecimal : NumberBase::kOctal;
 }
 

@@ -133,13 +133,9 @@ T uString::ToNumeric(const char* text) {
               std::ios_base::basefield);
   Read value = {};
   stream >> value;
-  if (stream.fail()) {
-    ThrowNotNumeric(text);
-  }
+  if (stream.fail()) ThrowNotNumeric(text);
   stream >> std::ws;
-  if (!stream.eof()) {
-    ThrowNotNumeric(text);
-  }
+  if (!stream.eof()) ThrowNotNumeric(text);
   return static_cast<T>(value);
 }
 

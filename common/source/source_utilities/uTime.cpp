@@ -24,9 +24,7 @@ std::string ExpandMilliseconds(const char* format, int milliseconds) {
       at += 2;
     } else {
       expanded += *at;
-      if (at[0] == '%' && at[1] == '%') {
-        expanded += *++at;
-      }
+      if (at[0] == '%' && at[1] == '%') expanded += *++at;
     }
   }
   return expanded;

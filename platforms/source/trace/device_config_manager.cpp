@@ -23,9 +23,7 @@ bool ReadNumber(const std::string& text, Number& number) {
   stream.imbue(std::locale::classic());
   stream.unsetf(std::ios::basefield);
   Number read = 0;
-  if (!(stream >> read)) {
-    return false;
-  }
+  if (!(stream >> read)) return false;
   number = read;
   return true;
 }
@@ -34,9 +32,7 @@ bool ReadNumber(const std::string& text, Number& number) {
 template <typename Wide, typename Narrow>
 void ReadLowHalf(const std::string& text, Narrow& number) {
   Wide wide = 0;
-  if (ReadNumber(text, wide)) {
-    number = static_cast<Narrow>(wide);
-  }
+  if (ReadNumber(text, wide)) number = static_cast<Narrow>(wide);
 }
 
 // Fills type and value from the text. A text that does not convert leaves the number alone and is
@@ -79,9 +75,7 @@ DeviceConfigManager_t::DeviceConfigManager_t(IDeviceSession_t* session,
       m_deviceName(deviceName),
       m_secondName(secondName),
       m_configType(configType) {
-  if (session == nullptr) {
-    throw std::runtime_error("Null device pointer");
-  }
+  if (session == nullptr) throw std::runtime_error("Null device pointer");
 }
 
 void DeviceConfigManager_t::AddConfigEntry(const std::string& name, _eTraceAttributeId_t id) {
@@ -133,9 +127,7 @@ void DeviceConfigManager_t::ReadLive(const std::string& name) {
   m_settings.values[name] = GetDefaultValue(name);
   QBT2_DEBUG_LOG(LOG_MSG_COMMON, "Failed to access config setting %s. Using default value",
                  name.c_str());
-  if (!error.empty()) {
-    QBT2_DEBUG_LOG(LOG_ERROR, "%s", error.c_str());
-  }
+  if (!error.empty()) QBT2_DEBUG_LOG(LOG_ERROR, "%s", error.c_str());
 }
 
 bool DeviceConfigManager_t::ReadFromDevice(const std::string& name, std::string& value,
@@ -170,9 +162,7 @@ void DeviceConfigManager_t::ApplyValues(IConfigAccessor_t& accessor) const {
     QBT2_DEBUG_LOG(LOG_MSG_PLATFORM, "Applying config setting %s = %s", name.c_str(),
                    value.c_str());
     std::string error;
-    if (!accessor.WriteSetting(name, value, error)) {
-      QBT2_DEBUG_LOG(LOG_ERROR, "%s", error.c_str());
-    }
+    if (!accessor.WriteSetting(name, value, error)) QBT2_DEBUG_LOG(LOG_ERROR, "%s", error.c_str());
   }
 }
 

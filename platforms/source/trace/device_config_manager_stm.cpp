@@ -64,9 +64,7 @@ void DeviceConfigManagerStm_t::AddMasterEntries(IDeviceSession_t& session) {
       device != nullptr ? device->GetComponent(kTracerComponent) : nullptr;
   const auto* const masters =
       component != nullptr ? component->GetPropertyList(kMasterList) : nullptr;
-  if (masters == nullptr) {
-    return;
-  }
+  if (masters == nullptr) return;
   for (const IPropertyEntry_t* const master : *masters) {
     if (master != nullptr) {
       AddConfigEntry(kUseCasePrefix + master->GetValue(), eTraceAttributeQbt2UseCase);

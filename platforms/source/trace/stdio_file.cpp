@@ -24,9 +24,7 @@ StdioFile OpenForReading(const char* path) {
 
 StdioFile OpenForWriting(const char* path, const char* mode) {
   StdioFile file(std::fopen(path, mode));
-  if (file) {
-    static_cast<void>(std::setvbuf(file.get(), nullptr, _IONBF, 0));
-  }
+  if (file) static_cast<void>(std::setvbuf(file.get(), nullptr, _IONBF, 0));
   return file;
 }
 
@@ -35,26 +33,20 @@ bool CloseWritten(StdioFile file) {
 }
 
 bool SeekTo(std::FILE* stream, std::uint64_t offset) {
-  if (offset > static_cast<std::uint64_t>(std::numeric_limits<off_t>::max())) {
-    return false;
-  }
+  if (offset > static_cast<std::uint64_t>(std::numeric_limits<off_t>::max())) return false;
   return fseeko(stream, static_cast<off_t>(offset), SEEK_SET) == 0;
 }
 
 bool Tell(std::FILE* stream, std::uint64_t& offset) {
   const off_t position = ftello(stream);
-  if (position < 0) {
-    return false;
-  }
+  if (position < 0) return false;
   offset = static_cast<std::uint64_t>(position);
   return true;
 }
 
 bool FindEnd(std::FILE* stream, std::uint64_t& end) {
   std::uint64_t here = 0;
-  if (!Tell(stream, here) || fseeko(stream, 0, SEEK_END) != 0 || !Tell(stream, end)) {
-    return false;
-  }
+  if (!Tell(stream, here) || fseeko(stream, 0, SEEK_END) != 0 || !Tell(stream, end)) return false;
   if (IsDirectory(stream)) {
     end = 0;  // some file systems answer the largest offset there is
   }
@@ -72,18 +64,14 @@ bool WriteWord(std::FILE* stream, std::uint32_t word) {
 bool ReadWholeFile(const std::string& path, std::string& text) {
   const StdioFile file = OpenForReading(path.c_str());
   std::uint64_t remaining = 0;
-  if (!file || IsDirectory(file.get()) || !FindEnd(file.get(), remaining)) {
-    return false;
-  }
+  if (!file || IsDirectory(file.get()) || !FindEnd(file.get(), remaining)) return false;
   text.clear();
   std::array<char, 65536> chunk;
   while (remaining > 0) {
     const std::size_t wanted = std::min<std::uint64_t>(remaining, chunk.size());
     const std::size_t got = std::fread(chunk.data(), 1, wanted, file.get());
     text.append(chunk.data(), got);
-    if (got < wanted) {
-      break;
-    }
+    if (got < wanted) break;
     remaining -= got;
   }
   return std::ferror(file.get()) == 0;
@@ -91,9 +79,7 @@ bool ReadWholeFile(const std::string& path, std::string& text) {
 
 WriteOutcome WriteWholeFile(const std::string& path, const std::string& text) {
   StdioFile file = OpenForWriting(path.c_str(), "wb");
-  if (!file) {
-    return WriteOutcome::NotOpened;
-  }
+  if (!file) return WriteOutcome::NotOpened;
   const bool complete = std::fwrite(text.data(), 1, text.size(), file.get()) == text.size();
   const bool closed = CloseWritten(std::move(file));
   return complete && closed ? WriteOutcome::Written : WriteOutcome::NotWritten;

@@ -26,13 +26,9 @@ bool IsDirectory(const char* path) {
 }  // namespace
 
 extern "C" std::uint32_t FileSize(const char* path) {
-  if (path == nullptr || IsDirectory(path)) {
-    return 0;
-  }
+  if (path == nullptr || IsDirectory(path)) return 0;
   std::ifstream file(path, std::ios::in | std::ios::binary);
-  if (!file) {
-    return 0;
-  }
+  if (!file) return 0;
   file.seekg(0, std::ios::beg);
   const std::streamoff begin = file.tellg();
   file.seekg(0, std::ios::end);
@@ -64,9 +60,7 @@ constexpr char kBadHeaderOffset[] = "Section header offset to save data is not v
 }
 
 void Require(bool condition, const char* text) {
-  if (!condition) {
-    Fail(text);
-  }
+  if (!condition) Fail(text);
 }
 
 StdioFile OpenForUpdate(const char* path) {
@@ -203,17 +197,13 @@ void TDFHandler::GetSectionDataPosition(const char* path, const char* name, std:
 bool TDFHandler::SeekSectionData(std::FILE* stream, const char* name, std::uint32_t version,
                                  std::uint32_t& dataLength) {
   dataLength = 0;
-  if (stream == nullptr || std::ferror(stream) != 0) {
-    return false;
-  }
+  if (stream == nullptr || std::ferror(stream) != 0) return false;
   const char* wanted = name == nullptr ? "" : name;
   TdfCursor cursor(stream);
   TdfSectionInfo section;
   TdfFault fault;
   while (cursor.Next(section, fault)) {
-    if (section.version != version || std::strcmp(section.name.c_str(), wanted) != 0) {
-      continue;
-    }
+    if (section.version != version || std::strcmp(section.name.c_str(), wanted) != 0) continue;
     if (section.payloadOffset > kMaxUint32 || !SeekTo(stream, section.payloadOffset)) {
       return false;  // positions are 32 bits wide
     }
@@ -226,22 +216,16 @@ bool TDFHandler::SeekSectionData(std::FILE* stream, const char* name, std::uint3
 }
 
 bool TDFHandler::ISTDF(const char* path) noexcept {
-  if (path == nullptr || !HasExtension(path, kExtension)) {
-    return false;
-  }
+  if (path == nullptr || !HasExtension(path, kExtension)) return false;
   const StdioFile file = OpenForReading(path);
   return file != nullptr && StartsWithIdentifier(file.get());
 }
 
 bool TDFHandler::HasExtension(const char* path, const char* extension) noexcept {
-  if (path == nullptr || extension == nullptr) {
-    return false;
-  }
+  if (path == nullptr || extension == nullptr) return false;
   const std::size_t pathLength = std::strlen(path);
   const std::size_t length = std::strlen(extension);
-  if (pathLength <= length || path[pathLength - length - 1] != '.') {
-    return false;
-  }
+  if (pathLength <= length || path[pathLength - length - 1] != '.') return false;
   return std::equal(extension, extension + length, path + pathLength - length,
                     [](char a, char b) { return LowerAscii(a) == LowerAscii(b); });
 }
@@ -253,9 +237,7 @@ bool TDFHandler::IsFileAvailable(const char* path) noexcept {
 bool TDFHandler::SaveNameVersion(std::FILE* stream, const char* name,
                                  std::uint32_t version) noexcept {
   const std::size_t length = name == nullptr ? 0 : std::strlen(name);
-  if (stream == nullptr || length > kMaxUint32) {
-    return false;
-  }
+  if (stream == nullptr || length > kMaxUint32) return false;
   return WriteWord(stream, version) && WriteWord(stream, static_cast<std::uint32_t>(length)) &&
          (length == 0 || std::fwrite(name, 1, length, stream) == length) &&
          std::fflush(stream) == 0;

@@ -65,9 +65,7 @@ class RecordReader {
   }
   std::string Text() {
     const std::uint32_t length = Word();
-    if (length > kMaxTraceHeaderText) {
-      throw EndOfRecord();
-    }
+    if (length > kMaxTraceHeaderText) throw EndOfRecord();
     std::string text(length, '\0');
     Bytes(text.data(), length);
     return text;
@@ -93,9 +91,7 @@ class RecordReader {
 
  private:
   void Bytes(void* target, std::size_t size) {
-    if (std::fread(target, 1, size, m_stream) != size) {
-      throw EndOfRecord();
-    }
+    if (std::fread(target, 1, size, m_stream) != size) throw EndOfRecord();
   }
 
   std::FILE* m_stream;
@@ -139,9 +135,7 @@ void ReadRecord(RecordReader& reader, std::uint32_t version, KzTraceData_t& data
   if (version == 1) {
     SetVersion1Defaults(data);
   } else {
-    if (version >= 4) {
-      data.deviceText = reader.Text();
-    }
+    if (version >= 4) data.deviceText = reader.Text();
     data.connectionName = reader.Text();
     for (const auto member : kHeaderValues) {
       data.*member = reader.Word();
@@ -161,22 +155,14 @@ void ReadRecord(RecordReader& reader, std::uint32_t version, KzTraceData_t& data
 const char* ReadPreamble(RecordReader& reader, std::uint32_t& version) {
   std::uint32_t headerSize = reader.Word();
   const bool isTdf = headerSize == kIdentifierWord;
-  if (isTdf) {
-    headerSize = reader.Word();
-  }
-  if (headerSize == 0) {
-    return "Display header size in binary trace file is invalid (zero).";
-  }
+  if (isTdf) headerSize = reader.Word();
+  if (headerSize == 0) return "Display header size in binary trace file is invalid (zero).";
   version = reader.Word();
   if (version < 1 || version > kNewestFormat) {
     return "File type is correct, but this format version is not supported.";
   }
-  if (!isTdf && reader.Text() != kFileSignature) {
-    return "File signature is incorrect.";
-  }
-  if (reader.Text() != kComponentName) {
-    return "Wrong component name.";
-  }
+  if (!isTdf && reader.Text() != kFileSignature) return "File signature is incorrect.";
+  if (reader.Text() != kComponentName) return "Wrong component name.";
   return nullptr;
 }
 
@@ -188,9 +174,7 @@ std::string ExtensionOf(const std::string& fileName) {
 
 std::uint32_t ModificationTime(const std::string& fileName) {
   struct stat status = {};
-  if (fileName.empty() || stat(fileName.c_str(), &status) != 0) {
-    return 0;
-  }
+  if (fileName.empty() || stat(fileName.c_str(), &status) != 0) return 0;
   return static_cast<std::uint32_t>(status.st_mtime);
 }
 
@@ -248,12 +232,8 @@ bool KzTrace_t::Save(const KzTraceData_t& data, std::string& errorText) try {
 }
 
 bool KzTrace_t::Load(KzTraceData_t& data, std::string& errorText) try {
-  if (m_fileType != kTdfFileType) {
-    return SetError("File type not supported", errorText);
-  }
-  if (ExtensionOf(m_fileName) != kExtension) {
-    return SetError("File extension is wrong", errorText);
-  }
+  if (m_fileType != kTdfFileType) return SetError("File type not supported", errorText);
+  if (ExtensionOf(m_fileName) != kExtension) return SetError("File extension is wrong", errorText);
   const StdioFile file = Kz::Dvt::Trace::OpenForReading(m_fileName.c_str());
   if (!file) {
     // Nothing follows the trailing blank: other tools compare the text as a whole.
@@ -261,9 +241,7 @@ bool KzTrace_t::Load(KzTraceData_t& data, std::string& errorText) try {
   }
   RecordReader reader(file.get());
   std::uint32_t version = 0;
-  if (const char* const fault = ReadPreamble(reader, version)) {
-    return SetError(fault, errorText);
-  }
+  if (const char* const fault = ReadPreamble(reader, version)) return SetError(fault, errorText);
   ReadRecord(reader, version, data);
   return true;
 } catch (const EndOfRecord&) {
@@ -290,9 +268,7 @@ bool ExtractNumber(const std::string& value, std::uint32_t& number) {
 // A data type or a data format; what is none of them becomes 0.
 std::uint32_t ReadKind(const std::string& value, const char* complaint) {
   std::uint32_t number = 0;
-  if (ExtractNumber(value, number) && number < kKindLimit) {
-    return number;
-  }
+  if (ExtractNumber(value, number) && number < kKindLimit) return number;
   if (debug_log_wants(LOG_ERROR)) {
     const std::string text = complaint + std::to_string(static_cast<std::int32_t>(number));
     QBT2_DEBUG_LOG(LOG_ERROR, "%s", text.c_str());
@@ -332,12 +308,8 @@ TraceDecode_t::TraceDecode_t(std::string fileName, std::uint32_t fileType)
     : m_fileName(std::move(fileName)), m_fileType(fileType) {}
 
 bool TraceDecode_t::Save(const TraceDecodeData_t& data, std::string& errorText) try {
-  if (m_fileType != kTdfFileType) {
-    return SetError("File type is not supported", errorText);
-  }
-  if (!TDFHandler::ISTDF(m_fileName.c_str())) {
-    return SetError("Bad TDF file", errorText);
-  }
+  if (m_fileType != kTdfFileType) return SetError("File type is not supported", errorText);
+  if (!TDFHandler::ISTDF(m_fileName.c_str())) return SetError("Bad TDF file", errorText);
   std::ostringstream stream;
   OutputValues(stream, data);
   SaveSectionText(m_fileName, kDecoderInfo, stream.str());
@@ -347,13 +319,9 @@ bool TraceDecode_t::Save(const TraceDecodeData_t& data, std::string& errorText) 
 }
 
 bool TraceDecode_t::Load(TraceDecodeData_t& data, std::string& errorText) try {
-  if (m_fileType != kTdfFileType) {
-    return SetError("File type is not supported", errorText);
-  }
+  if (m_fileType != kTdfFileType) return SetError("File type is not supported", errorText);
   std::string text;
-  if (!LoadSectionText(m_fileName, kDecoderInfo, text, errorText)) {
-    return false;
-  }
+  if (!LoadSectionText(m_fileName, kDecoderInfo, text, errorText)) return false;
   std::istringstream stream(text);
   InputValues(stream, data);
   return true;
@@ -372,9 +340,7 @@ void TraceDecode_t::InputValues(std::istream& stream, TraceDecodeData_t& data) {
   std::string line;
   while (std::getline(stream, line)) {
     clean_string(line);
-    if (!line.empty() && line.front() != '#') {
-      InputDecoderLine(line, data);
-    }
+    if (!line.empty() && line.front() != '#') InputDecoderLine(line, data);
   }
 }
 

@@ -72,12 +72,8 @@ bool DeviceConfig_t::Save(const DeviceConfigData_t& data, std::string& errorText
 }
 
 bool DeviceConfig_t::SaveSection(const std::string& text, std::string& errorText) const {
-  if (!TDFHandler::ISTDF(m_fileName.c_str())) {
-    return SetError(kBadTdf, errorText);
-  }
-  if (m_configType >= kSections.size()) {
-    return ReportError(kBadConfigType, errorText);
-  }
+  if (!TDFHandler::ISTDF(m_fileName.c_str())) return SetError(kBadTdf, errorText);
+  if (m_configType >= kSections.size()) return ReportError(kBadConfigType, errorText);
   SaveSectionText(m_fileName, kSections[m_configType], text);
   return true;
 }
@@ -109,16 +105,10 @@ bool DeviceConfig_t::LoadPlainFile(DeviceConfigData_t& data, std::string& errorT
 }
 
 bool DeviceConfig_t::LoadSection(DeviceConfigData_t& data, std::string& errorText) const {
-  if (!TDFHandler::ISTDF(m_fileName.c_str())) {
-    return ReportError(kBadTdf, errorText);
-  }
-  if (m_configType >= kSections.size()) {
-    return ReportError(kBadConfigType, errorText);
-  }
+  if (!TDFHandler::ISTDF(m_fileName.c_str())) return ReportError(kBadTdf, errorText);
+  if (m_configType >= kSections.size()) return ReportError(kBadConfigType, errorText);
   std::string text;
-  if (!LoadSectionText(m_fileName, kSections[m_configType], text, errorText)) {
-    return false;
-  }
+  if (!LoadSectionText(m_fileName, kSections[m_configType], text, errorText)) return false;
   std::istringstream stream(text);
   InputValues(stream, data);
   return true;
@@ -128,13 +118,9 @@ void DeviceConfig_t::OutputValues(std::ostream& stream, const DeviceConfigData_t
   for (const auto& [name, value] : data.values) {
     stream << name << '=' << value << '\n';
   }
-  if (m_configType != eStmConfig) {
-    return;
-  }
+  if (m_configType != eStmConfig) return;
   for (const IUseCaseText_t* block : {data.useCaseText1, data.useCaseText2, data.useCaseText3}) {
-    if (block != nullptr) {
-      stream << block->GetText();
-    }
+    if (block != nullptr) stream << block->GetText();
   }
 }
 
@@ -142,9 +128,7 @@ void DeviceConfig_t::InputValues(std::istream& stream, DeviceConfigData_t& data)
   std::string line;
   while (std::getline(stream, line)) {
     clean_string(line);
-    if (line.empty() || line.front() == '#') {
-      continue;
-    }
+    if (line.empty() || line.front() == '#') continue;
     if (line.front() == '{') {
       InputOneUseCase(line, stream, data);
     } else {
@@ -160,9 +144,7 @@ void DeviceConfig_t::InputOneValue(const std::string& line, DeviceConfigData_t& 
   std::string value = line.substr(equals == std::string::npos ? 0 : equals + 1);
   clean_string(name);
   clean_string(value);
-  if (!name.empty() && !value.empty()) {
-    data.values[name] = value;
-  }
+  if (!name.empty() && !value.empty()) data.values[name] = value;
 }
 
 void DeviceConfig_t::InputOneUseCase(const std::string& /*line*/, std::istream& /*stream*/,

@@ -50,9 +50,7 @@ std::vector<std::string> SplitAt(std::string_view text, char separator) {
 std::uint32_t ReadNumber(const std::string& text) {
   const int base = text.find("0x") != std::string::npos ? 16 : 10;
   const std::optional<std::uint32_t> number = ParseUnsigned(text, base);
-  if (!number) {
-    QBT2_DEBUG_LOG(LOG_ERROR, "Bad number, using 0: %s", text.c_str());
-  }
+  if (!number) QBT2_DEBUG_LOG(LOG_ERROR, "Bad number, using 0: %s", text.c_str());
   return number.value_or(0);
 }
 
@@ -81,9 +79,7 @@ class Record {
 template <typename Handle>
 void ForEachRecord(const std::string& value, Handle handle) {
   for (const std::string& text : SplitAt(value, kRecordEnd)) {
-    if (!text.empty()) {
-      handle(Record(text));
-    }
+    if (!text.empty()) handle(Record(text));
   }
 }
 
@@ -165,9 +161,7 @@ void InputPort(const std::string& value, Collected& all) {
 void InputDeviceIds(const std::string& value, Collected& all) {
   for (std::string item : SplitAt(value, kItemEnd)) {
     clean_string(item);
-    if (!item.empty()) {
-      all.devices.AddId(ReadNumber(item));
-    }
+    if (!item.empty()) all.devices.AddId(ReadNumber(item));
   }
 }
 
@@ -278,9 +272,7 @@ bool DeviceIdentifier_t::Save(const DevIdData_t& data, std::string& errorText) t
 bool DeviceIdentifier_t::Load(DevIdData_t& data, std::string& errorText) try {
   std::string text;
   if (m_fileType == kTdfFileType) {
-    if (!LoadSectionText(m_fileName, kDeviceIdentifier, text, errorText)) {
-      return false;
-    }
+    if (!LoadSectionText(m_fileName, kDeviceIdentifier, text, errorText)) return false;
   } else if (m_fileType == kPlainFileType4) {
     const std::string path = PlainPath(m_fileName);
     if (!Kz::Dvt::Trace::ReadWholeFile(path, text)) {

@@ -77,23 +77,17 @@ bool LoadSectionText(const std::string& fileName, const SectionKind& kind, std::
   std::vector<char> buffer(std::size_t{length} + 1);
   TDFHandler::LoadSectionData(fileName.c_str(), kind.name, kind.version, buffer.data(), length + 1,
                               got);
-  if (got > length) {
-    return ReportError("Internal error.  Buffer was overrun.", errorText);
-  }
+  if (got > length) return ReportError("Internal error.  Buffer was overrun.", errorText);
   text.assign(buffer.data());  // the vector's zeros end it at the latest
   return true;
 }
 
 std::optional<std::uint32_t> ParseUnsigned(std::string_view text, int base) {
   text.remove_prefix(std::min(text.find_first_not_of(kBlanks), text.size()));
-  if (base == 16 && text.substr(0, 2) == "0x") {
-    text.remove_prefix(2);
-  }
+  if (base == 16 && text.substr(0, 2) == "0x") text.remove_prefix(2);
   std::uint32_t number = 0;
   const auto result = std::from_chars(text.data(), text.data() + text.size(), number, base);
-  if (result.ec != std::errc()) {
-    return std::nullopt;
-  }
+  if (result.ec != std::errc()) return std::nullopt;
   return number;
 }
 

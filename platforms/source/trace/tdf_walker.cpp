@@ -33,9 +33,7 @@ bool TdfCursor::Stop(TdfFault& fault, eTdfFault kind, std::string reason) {
 }
 
 bool TdfCursor::Next(TdfSectionInfo& section, TdfFault& fault) {
-  if (m_next >= m_end || !ReadHeader(section, fault)) {
-    return false;
-  }
+  if (m_next >= m_end || !ReadHeader(section, fault)) return false;
   section.payloadOffset = section.offset + kSectionHeaderSize + section.name.size();
   const std::uint64_t claimed = section.length - kSectionHeaderSize - section.name.size();
   section.payloadLength = std::min(claimed, m_end - section.payloadOffset);
@@ -61,9 +59,7 @@ bool TdfCursor::ReadHeader(TdfSectionInfo& section, TdfFault& fault) {
       !ReadWord(m_stream, section.version) || !ReadWord(m_stream, nameLength)) {
     return Stop(fault, eTdfFault::ReadError, "a section's header cannot be read");
   }
-  if (length == 0) {
-    return Stop(fault, eTdfFault::LengthZero, "a section's length is 0");
-  }
+  if (length == 0) return Stop(fault, eTdfFault::LengthZero, "a section's length is 0");
   if (length > kMaxSectionLength) {
     return Stop(fault, eTdfFault::LengthTooLarge,
                 "a section's length is " + Count(length, "bytes, above the limit of 134217728"));

@@ -156,9 +156,7 @@ TEST(FrameDemultiplexer, SynchronisationWordEndsACutFrame) {
       ASSERT_GE(bytes.size(), data.size());
       EXPECT_EQ(Bytes(bytes.end() - 14, bytes.end()), data);
       // With 13 to 15 bytes before it, the word's own head completes a wrong frame first.
-      if (kept < 13) {
-        EXPECT_EQ(bytes.size(), 14U);
-      }
+      if (kept < 13) EXPECT_EQ(bytes.size(), 14U);
     }
   }
 }
