@@ -45,9 +45,10 @@ void BM_ProcessSamples(benchmark::State& state, const TrafficMix& mix) {
   std::vector<std::uint8_t> output(kRowBytes);
   for ([[maybe_unused]] auto _ : state) {
     std::uint32_t produced = 0;
-    for (const SampleHead& head : traffic.samples.heads)
+    for (const SampleHead& head : traffic.samples.heads) {
       unit->ProcessSamples(0, traffic.samples.bytes.data() + head.begin, kRowBytes, output.data(),
                            produced);
+    }
     if (produced < 2) state.SkipWithError("a row is missing");
     benchmark::DoNotOptimize(output.data());
   }

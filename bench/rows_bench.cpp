@@ -46,8 +46,9 @@ const Kind kTransaction{"Transaction logging", true, {{8, 44}}};
 ColumnCatalogue catalogue() {
   ColumnCatalogue made;
   made.first_id = kFirstId;
-  for (const BenchColumn& column : kColumns)
+  for (const BenchColumn& column : kColumns) {
     made.columns.push_back({column.key, column.key, "", column.size_bytes});
+  }
   return made;
 }
 
@@ -55,8 +56,9 @@ class StreamWriter {
  public:
   void number(std::size_t position, std::size_t size, std::uint64_t value) {
     bytes_.push_back(static_cast<std::uint8_t>(position));
-    for (std::size_t n = 0; n < size; ++n, value >>= 8)
+    for (std::size_t n = 0; n < size; ++n, value >>= 8) {
       bytes_.push_back(static_cast<std::uint8_t>(value));
+    }
   }
   void text(std::size_t position, const std::string& text) {
     number(position, 4, text.size());
@@ -84,10 +86,12 @@ std::vector<std::uint8_t> make_stream(const Kind& kind, std::uint64_t& state) {
   writer.text(9, "Value");
   writer.text(4, kind.description);
   if (kind.has_address) writer.number(11, 8, next());
-  for (const Span& span : kind.columns)
-    for (std::size_t k = span.first; k <= span.last; ++k)
+  for (const Span& span : kind.columns) {
+    for (std::size_t k = span.first; k <= span.last; ++k) {
       writer.number(kFirstId + k, kColumns[k].size_bytes,
                     kColumns[k].size_bytes == 4 ? next() : next() % 16);
+    }
+  }
   return writer.end();
 }
 

@@ -125,8 +125,9 @@ class CtfTrace {
     stream_.text(rows.texts().text(head.description_text));
     if (head.has_address) stream_.number(head.address);
     for (std::size_t k = 0; k < catalogue_.columns.size(); ++k) {
-      if (head.columns.test(k))
+      if (head.columns.test(k)) {
         stream_.number(rows.value(k, row), catalogue_.columns[k].size_bytes);
+      }
     }
     stream_.end_event();
   }

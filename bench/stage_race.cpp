@@ -70,8 +70,9 @@ void list_with_opencsd(std::span<const std::uint8_t> bytes) {
 /// One pass over all messages.
 void decode(const LoadedUnit& unit, Traffic& traffic, std::uint8_t* output) {
   std::uint32_t produced = 0;
-  for (const SampleHead& head : traffic.samples.heads)
+  for (const SampleHead& head : traffic.samples.heads) {
     unit->ProcessSamples(0, traffic.samples.bytes.data() + head.begin, kRowBytes, output, produced);
+  }
   keep(produced);
 }
 
@@ -100,8 +101,9 @@ double median(std::vector<double> values) {
 
 double median_ratio(const Contender& above, const Contender& below) {
   std::vector<double> ratios;
-  for (std::size_t i = 0; i < above.seconds.size(); ++i)
+  for (std::size_t i = 0; i < above.seconds.size(); ++i) {
     ratios.push_back(above.seconds[i] / below.seconds[i]);
+  }
   return median(ratios);
 }
 
@@ -138,8 +140,9 @@ void race_readers(const std::string& path, int rounds) {
                    {}};
   race({&reader, &opencsd, &memory}, rounds);
   const auto megabytes = static_cast<double>(bytes.size()) / 1e6;
-  for (const Contender* one : {&reader, &opencsd, &memory})
+  for (const Contender* one : {&reader, &opencsd, &memory}) {
     print(one->name + "_MB_per_s", megabytes / median(one->seconds));
+  }
   print("stp_reader_over_opencsd", median_ratio(opencsd, reader));
 }
 

@@ -42,8 +42,9 @@ void marked_message(StpWriter& writer, std::mt19937_64& random, std::uint64_t& t
 void mixed_message(StpWriter& writer, std::mt19937_64& random, std::uint64_t& time) {
   writer.m8(static_cast<std::uint8_t>(0x40 + random() % 4));
   const std::uint64_t words = 2 + random() % 3 * 2;
-  for (std::uint64_t i = 0; i + 1 < words; ++i)
+  for (std::uint64_t i = 0; i + 1 < words; ++i) {
     writer.data(StpKind::kD32, random() >> 32 >> random() % 32);
+  }
   time += 1 + random() % 5000;
   writer.data(StpKind::kD32, random(), {true, time});
 }

@@ -23,8 +23,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   const std::size_t chunk = data[0] == 0 ? size : data[0];
   qbt2::StpReader reader;
   qbt2::test::StpRecorder recorder;
-  for (std::size_t at = 0; at < bytes.size(); at += chunk)
+  for (std::size_t at = 0; at < bytes.size(); at += chunk) {
     reader.push(bytes.subspan(at, std::min(chunk, bytes.size() - at)), recorder);
+  }
   const bool on_boundary = reader.finish(recorder);
 
   const qbt2::test::ReferenceStpReader reference(bytes);

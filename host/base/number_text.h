@@ -95,8 +95,9 @@ inline char* write_decimal(char* at, std::uint64_t value) {
     std::memcpy(at, &entry, sizeof entry);
     return at + entry.length;
   }
-  if (value < detail::kHundredMillion)
+  if (value < detail::kHundredMillion) {
     return detail::write_up_to_eight(at, static_cast<std::uint32_t>(value));
+  }
   const std::uint64_t high = value / detail::kHundredMillion;
   const std::uint64_t low = value % detail::kHundredMillion;
   if (high < detail::kHundredMillion) {

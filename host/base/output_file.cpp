@@ -74,10 +74,11 @@ OutputFile::OutputFile(const std::string& path) : OutputFile() {
   struct stat status {};
   const bool exists = ::stat(path.c_str(), &status) == 0;
   if (!exists && errno != ENOENT) fail(errno);
-  if (exists && !S_ISREG(status.st_mode))
+  if (exists && !S_ISREG(status.st_mode)) {
     open_through(path);
-  else
+  } else {
     open_temporary(resolve_links(path));
+  }
 }
 
 OutputFile::~OutputFile() {
@@ -134,14 +135,15 @@ void OutputFile::wait_until_writable() const {
 bool OutputFile::write(std::string_view text) {
   while (!text.empty() && !reader_gone_) {
     const ssize_t written = ::write(descriptor_, text.data(), text.size());
-    if (written >= 0)
+    if (written >= 0) {
       text.remove_prefix(static_cast<std::size_t>(written));
-    else if (errno == EPIPE)
+    } else if (errno == EPIPE) {
       reader_gone_ = true;
-    else if (errno == EAGAIN)  // the other side set the pipe to non-blocking
+    } else if (errno == EAGAIN) {  // the other side set the pipe to non-blocking
       wait_until_writable();
-    else if (errno != EINTR)
+    } else if (errno != EINTR) {
       fail(errno);
+    }
   }
   return !reader_gone_;
 }

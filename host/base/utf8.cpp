@@ -24,8 +24,9 @@ constexpr std::array<LeadRange, 8> kLeadRanges{{
 }};
 
 const LeadRange* lead_range(std::uint8_t lead) {
-  for (const LeadRange& range : kLeadRanges)
+  for (const LeadRange& range : kLeadRanges) {
     if (lead >= range.first && lead <= range.last) return &range;
+  }
   return nullptr;
 }
 

@@ -34,8 +34,9 @@ std::vector<SourceBytes> find_sources(InputFile& input) {
   FrameDemultiplexer frames;
   std::vector<std::uint8_t> piece(kPieceBytes);
   const auto ignore = [](std::span<const std::uint8_t>, std::uint64_t) {};
-  while (const std::size_t got = input.read(piece))
+  while (const std::size_t got = input.read(piece)) {
     frames.push(std::span(piece).first(got), ignore);
+  }
   input.rewind();
   return frames.sources();
 }

@@ -93,8 +93,9 @@ void MessageAssembler::on_words(const StpPacket& packet) {
   Source* const known = find_source(key);
   Source& source = known != nullptr ? *known : make_source(key);
   // The packet that begins a message is not yet there when the one before it ends.
-  if (options_.framing == Framing::kMarkerFirst && packet.marked && is_open(source))
+  if (options_.framing == Framing::kMarkerFirst && packet.marked && is_open(source)) {
     end(source, newest_);
+  }
   take_time(packet);
   switch (options_.framing) {
     case Framing::kFlag:

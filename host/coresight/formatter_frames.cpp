@@ -23,9 +23,11 @@ constexpr std::uint64_t kEvenBytes = 0x00FF00FF00FF00FF;
 /// The lowest bits of four even bytes, as byte 15 holds them, where they belong.
 constexpr std::array<std::uint64_t, 16> kLowestBits = [] {
   std::array<std::uint64_t, 16> words{};
-  for (std::size_t flags = 0; flags < words.size(); ++flags)
-    for (std::size_t bit = 0; bit < 4; ++bit)
+  for (std::size_t flags = 0; flags < words.size(); ++flags) {
+    for (std::size_t bit = 0; bit < 4; ++bit) {
       words[flags] |= static_cast<std::uint64_t>(flags >> bit & 1) << (16 * bit);
+    }
+  }
   return words;
 }();
 
@@ -95,8 +97,9 @@ void InputOffsets::add(std::uint64_t stream_offset, std::uint64_t input_offset, 
       return mark.stream_offset + kHistoryBytes < stream_offset;
     });
     // The last of the old ones may still hold for what is not.
-    if (old - marks_.begin() > static_cast<std::ptrdiff_t>(marks_.size() / 2))
+    if (old - marks_.begin() > static_cast<std::ptrdiff_t>(marks_.size() / 2)) {
       marks_.erase(marks_.begin(), std::prev(old));
+    }
   }
   marks_.push_back({stream_offset, input_offset, whole_frames});
 }
@@ -107,8 +110,9 @@ FrameDemultiplexer::FrameDemultiplexer(std::uint8_t source)
 void FrameDemultiplexer::put(std::uint8_t byte, std::uint64_t input_offset) {
   ++source_bytes_[current_];
   if (current_ != source_ || source_ == kPaddingSource) return;
-  if (!offsets_.continues(stream_bytes_, input_offset, false))
+  if (!offsets_.continues(stream_bytes_, input_offset, false)) {
     offsets_.add(stream_bytes_, input_offset, false);
+  }
   block_[block_size_++] = byte;
   ++stream_bytes_;
 }
@@ -152,8 +156,9 @@ std::size_t FrameDemultiplexer::take_data_frames(std::span<const std::uint8_t> b
   const std::size_t data = frames * kFrameData;
   source_bytes_[current_] += data;
   if (is_chosen && frames > 0) {
-    if (!offsets_.continues(stream_bytes_, input_bytes_, true))
+    if (!offsets_.continues(stream_bytes_, input_bytes_, true)) {
       offsets_.add(stream_bytes_, input_bytes_, true);
+    }
     block_size_ += data;
     stream_bytes_ += data;
   }
@@ -220,8 +225,9 @@ std::uint64_t FrameDemultiplexer::bytes_other_sources() const {
 
 std::vector<SourceBytes> FrameDemultiplexer::sources() const {
   std::vector<SourceBytes> found;
-  for (std::uint8_t id = kPaddingSource + 1; id < kFirstReservedSource; ++id)
+  for (std::uint8_t id = kPaddingSource + 1; id < kFirstReservedSource; ++id) {
     if (source_bytes_[id] > 0) found.push_back({id, source_bytes_[id]});
+  }
   return found;
 }
 
@@ -241,8 +247,9 @@ bool looks_like_stp(std::span<const std::uint8_t> bytes) {
     std::size_t next = at;
     while (next < bytes.size() * 2 && detail::nibble_at(bytes, next) == 0) ++next;
     const detail::StpParse parse = detail::parse_packet(bytes, next, true);
-    if (parse.outcome == detail::StpParse::kPacket && parse.opcode.kind == StpKind::kVersion)
+    if (parse.outcome == detail::StpParse::kPacket && parse.opcode.kind == StpKind::kVersion) {
       return true;
+    }
   }
   return false;
 }

@@ -67,23 +67,27 @@ void FrameWriter::finish() {
 void FrameWriter::put(const Even& even, std::uint8_t odd) {
   frame_[place_] = even.byte;
   frame_[place_ + 1] = odd;
-  if (even.flag)
+  if (even.flag) {
     frame_[kFlagsPlace] = static_cast<std::uint8_t>(frame_[kFlagsPlace] | 1U << (place_ / 2));
+  }
   place_ += 2;
 }
 
 void FrameWriter::put_last(const Even& even) {
   frame_[kLastPlace] = even.byte;
-  if (even.flag)
+  if (even.flag) {
     frame_[kFlagsPlace] = static_cast<std::uint8_t>(frame_[kFlagsPlace] | 1U << (kLastPlace / 2));
+  }
   end_frame();
 }
 
 void FrameWriter::end_frame() {
-  if (is_due(frames_, options_.sync_word_every))
+  if (is_due(frames_, options_.sync_word_every)) {
     bytes_.insert(bytes_.end(), kSyncWord.begin(), kSyncWord.end());
-  if (is_due(frames_, options_.half_word_every))
+  }
+  if (is_due(frames_, options_.half_word_every)) {
     bytes_.insert(bytes_.end(), kHalfWord.begin(), kHalfWord.end());
+  }
   bytes_.insert(bytes_.end(), frame_.begin(), frame_.end());
   frame_.fill(0);
   place_ = 0;

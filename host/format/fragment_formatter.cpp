@@ -58,8 +58,9 @@ FragmentFormatter::FragmentFormatter(const ColumnCatalogue& catalogue, const For
       style_(style),
       texts_(style.render) {
   if (style.label == nullptr) return;
-  for (std::size_t n = 0; n < fields_.size(); ++n)
+  for (std::size_t n = 0; n < fields_.size(); ++n) {
     labels_[n] = rendered(style.label, field_name(catalogue, fields_[n]));
+  }
 }
 
 FragmentFormatter::Presence FragmentFormatter::presence_of(const RowHead& head) {
@@ -101,8 +102,9 @@ bool FragmentFormatter::has(const Presence& presence, FieldIndex field) {
 
 const FragmentFormatter::Shape& FragmentFormatter::shape_of(const RowHead& head) {
   const Presence presence = presence_of(head);
-  if (last_shape_ < shapes_.size() && shapes_[last_shape_].presence == presence)
+  if (last_shape_ < shapes_.size() && shapes_[last_shape_].presence == presence) {
     return shapes_[last_shape_];
+  }
   const auto known = std::find_if(shapes_.begin(), shapes_.end(),
                                   [&](const Shape& shape) { return shape.presence == presence; });
   last_shape_ = static_cast<std::size_t>(known - shapes_.begin());

@@ -194,8 +194,9 @@ bool TableFormatter::shows(FieldIndex field) const {
 
 void TableFormatter::header(TextBuffer& out) {
   std::size_t blanks = 0;
-  for (const Column& column : columns_)
+  for (const Column& column : columns_) {
     append_cell(column, {column.title, width_of(column.title)}, blanks, out);
+  }
   out.append("\n");
   for (std::size_t n = 0; n < columns_.size(); ++n) {
     if (n != 0) append_run(' ', kGap, out);
@@ -209,8 +210,9 @@ void TableFormatter::append(const RowBatch& rows, TextBuffer& out) {
   texts_.use(rows.texts());
   for (std::size_t row = 0; row < rows.size(); ++row) {
     std::size_t blanks = 0;
-    for (const Column& column : columns_)
+    for (const Column& column : columns_) {
       append_cell(column, make_cell(column, rows, row), blanks, out);
+    }
     out.append("\n");
   }
 }
@@ -305,12 +307,14 @@ TableFormatter::Cell TableFormatter::values_cell(const RowBatch& rows, std::size
     scratch_.append({digits.data(), digit_count});
     used += gap + label_width + digit_count;
   };
-  if (head.has_address && !shows(index_of(BuiltinField::kAddress)))
+  if (head.has_address && !shows(index_of(BuiltinField::kAddress))) {
     add("address=0x", 10, write_hex(digits.data(), head.address, kAddressDigits));
+  }
   for (const Pair& pair : pairs_) {
     if (cut) break;
-    if (head.columns.test(pair.column))
+    if (head.columns.test(pair.column)) {
       add(pair.label, pair.label_width, write_decimal(digits.data(), rows.value(pair.column, row)));
+    }
   }
   if (cut) {
     scratch_.append(used == 0 ? "" : " ");

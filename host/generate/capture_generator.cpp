@@ -86,8 +86,9 @@ std::string hexadecimal(std::uint64_t value) {
 CaptureGenerator::CaptureGenerator(const GeneratorOptions& options)
     : options_(options), model_(options.traffic) {
   const auto refuse = [](const std::string& reason) { throw Error(ErrorCode::kUsage, reason); };
-  if (options.messages == 0 && options.bytes == 0)
+  if (options.messages == 0 && options.bytes == 0) {
     refuse("a capture needs an end: messages or bytes");
+  }
   if (options.atb_id == 0 || options.atb_id > kLargestSourceId) {
     refuse("the ATB id must be from 1 to " + std::to_string(kLargestSourceId));
   }

@@ -48,8 +48,9 @@ std::uint32_t cut(std::uint64_t value, unsigned bits) {
 TrafficModel::TrafficModel(const TrafficOptions& options) : mix_(options.mix) {
   check(options);
   std::vector<std::uint16_t> ids = options.masters;
-  if (ids.empty())
+  if (ids.empty()) {
     for (const MasterProfile& profile : master_profiles()) ids.push_back(profile.id);
+  }
   const std::size_t kinds = master_profiles().size();
   SeededRandom seeds(options.seed);
   for (std::size_t i = 0; i < ids.size(); ++i) {

@@ -28,14 +28,16 @@ std::size_t round_up(std::size_t bytes, std::size_t unit) {
 }  // namespace
 
 void check_catalogue(const ColumnCatalogue& catalogue) {
-  if (catalogue.columns.size() > kMaxColumns)
+  if (catalogue.columns.size() > kMaxColumns) {
     throw Error(ErrorCode::kPlugin, "the decoder has more columns than position bytes: " +
                                         std::to_string(catalogue.columns.size()));
+  }
   for (const ColumnDescription& column : catalogue.columns) {
     const unsigned size = column.size_bytes;
-    if (size != 1 && size != 2 && size != 4 && size != 8)
+    if (size != 1 && size != 2 && size != 4 && size != 8) {
       throw Error(ErrorCode::kPlugin, "column " + column.key + " of the decoder has values of " +
                                           std::to_string(size) + " bytes");
+    }
   }
 }
 
@@ -68,8 +70,9 @@ RowBatch::RowBatch(const ColumnCatalogue& catalogue, std::size_t capacity)
   check_catalogue(catalogue);
   heads_.resize(capacity);
   columns_.reserve(catalogue.columns.size());
-  for (const ColumnDescription& column : catalogue.columns)
+  for (const ColumnDescription& column : catalogue.columns) {
     columns_.push_back({0, ~std::uint64_t{0} >> (64 - 8 * column.size_bytes), column.size_bytes});
+  }
   allocate_cells();
 }
 
@@ -95,9 +98,10 @@ void RowBatch::grow() {
   capacity_ = capacity_ == 0 ? 1 : capacity_ * 2;
   heads_.resize(capacity_);
   allocate_cells();
-  for (std::size_t k = 0; k < columns_.size(); ++k)
+  for (std::size_t k = 0; k < columns_.size(); ++k) {
     std::memcpy(cells_.get() + columns_[k].begin, old_cells.get() + old_columns[k].begin,
                 size_ * columns_[k].width);
+  }
 }
 
 }  // namespace qbt2

@@ -66,10 +66,11 @@ FieldIndex find_field(const ColumnCatalogue& catalogue, std::string_view name) {
   const std::vector<FieldIndex> fields = all_fields(catalogue);
   auto found = std::find_if(fields.begin(), fields.end(),
                             [&](FieldIndex f) { return field_name(catalogue, f) == name; });
-  if (found == fields.end())
+  if (found == fields.end()) {
     found = std::find_if(fields.begin(), fields.end(), [&](FieldIndex f) {
       return equal_but_case(field_name(catalogue, f), name);
     });
+  }
   if (found == fields.end()) throw_unknown(catalogue, name);
   return *found;
 }
@@ -100,9 +101,10 @@ std::vector<FieldIndex> parse_field_list(const ColumnCatalogue& catalogue, std::
   for (std::size_t begin = 0; begin <= list.size();) {
     const std::size_t end = std::min(list.find(',', begin), list.size());
     const FieldIndex field = find_field(catalogue, trim(list.substr(begin, end - begin)));
-    if (std::find(fields.begin(), fields.end(), field) != fields.end())
+    if (std::find(fields.begin(), fields.end(), field) != fields.end()) {
       throw Error(ErrorCode::kUsage,
                   "column '" + std::string(field_name(catalogue, field)) + "' is named twice");
+    }
     fields.push_back(field);
     begin = end + 1;
   }

@@ -63,8 +63,9 @@ constexpr std::array<RowReader::SharedPosition, 7> RowReader::kSharedPositions{{
 RowReader::RowReader(const ColumnCatalogue& catalogue)
     : catalogue_(&catalogue), shapes_(kShapeSlots) {
   check_catalogue(catalogue);
-  for (const SharedPosition& shared : kSharedPositions)
+  for (const SharedPosition& shared : kSharedPositions) {
     claim(shared.position, {shared.field, shared.size_bytes, 0}, "shared");
+  }
   for (std::size_t k = 0; k < catalogue.columns.size(); ++k) {
     const ColumnDescription& column = catalogue.columns[k];
     claim(static_cast<std::uint8_t>(catalogue.first_id + k),
@@ -74,10 +75,11 @@ RowReader::RowReader(const ColumnCatalogue& catalogue)
 }
 
 void RowReader::claim(std::uint8_t position, const Position& what, std::string_view name) {
-  if (positions_[position].field != Field::kUnknown)
+  if (positions_[position].field != Field::kUnknown) {
     throw Error(ErrorCode::kPlugin, "column " + std::string(name) + " of the decoder has the " +
                                         "position byte " + std::to_string(position) +
                                         ", which is taken");
+  }
   positions_[position] = what;
 }
 
@@ -251,24 +253,27 @@ bool RowReader::matches(const Shape& shape, std::span<const std::uint8_t> stream
     return (load_word(stream.data() + at) ^ load_word(bytes + at)) & load_word(fixed + at);
   };
   std::uint64_t difference = differs(size - sizeof(std::uint64_t));  // the last, partly once more
-  for (std::size_t at = 0; at + sizeof(std::uint64_t) <= size; at += sizeof(std::uint64_t))
+  for (std::size_t at = 0; at + sizeof(std::uint64_t) <= size; at += sizeof(std::uint64_t)) {
     difference |= differs(at);
+  }
   return difference == 0;
 }
 
 template <std::size_t kSize>
 void RowReader::copy_values(const Shape& shape, const std::uint8_t* stream, RowBatch& rows) {
   const std::size_t row = rows.size();
-  for (const ValuePlace& place : shape.places[size_index(kSize)])
+  for (const ValuePlace& place : shape.places[size_index(kSize)]) {
     std::memcpy(rows.cell(place.column, row), stream + place.offset, kSize);
+  }
 }
 
 void RowReader::read_values(const Shape& shape, std::span<const std::uint8_t> stream,
                             RowBatch& rows) {
   RowHead& row = rows.head(rows.size());
   row = shape.head;
-  if (row.has_address)
+  if (row.has_address) {
     row.address = load_little_endian(stream.data() + shape.address_offset, sizeof row.address);
+  }
   copy_values<1>(shape, stream.data(), rows);
   copy_values<2>(shape, stream.data(), rows);
   copy_values<4>(shape, stream.data(), rows);
@@ -306,19 +311,21 @@ void RowReader::remember(std::span<const std::uint8_t> stream, const RowBatch& r
     // The probe id stays fixed: it picked the slot, and the texts go with it.
     if (position.size_bytes == 0 || position.field == Field::kProbe) return;
     std::fill_n(shape.fixed.begin() + static_cast<std::ptrdiff_t>(begin), size, std::uint8_t{0});
-    if (position.field == Field::kAddress)
+    if (position.field == Field::kAddress) {
       shape.address_offset = begin;
-    else
+    } else {
       shape.places[size_index(size)].push_back(
           {static_cast<std::uint16_t>(begin), position.column});
+    }
   });
 }
 
 void RowReader::read_texts_again(Shape& shape, TextPool& texts) const {
   const std::span<const std::uint8_t> row(shape.bytes);
   visit_fields(row, [&](const Position& position, std::size_t begin, std::size_t size) {
-    if (position.size_bytes == 0)
+    if (position.size_bytes == 0) {
       set_text(shape.head, position.field, texts.intern(kept_text(row.subspan(begin, size))));
+    }
   });
   shape.text_generation = texts.generation();
 }

@@ -85,8 +85,9 @@ static_assert([] {
   for (const auto& level : kStpOpcodes) {
     for (const StpOpcode& opcode : level) {
       if (opcode.payload_nibbles > 16) return false;
-      if (opcode.marked && (opcode.kind < StpKind::kD4 || opcode.kind > StpKind::kD64))
+      if (opcode.marked && (opcode.kind < StpKind::kD4 || opcode.kind > StpKind::kD64)) {
         return false;
+      }
     }
   }
   return true;

@@ -123,8 +123,9 @@ StpParse parse_nibbles(std::span<const std::uint8_t> data, std::size_t at) {
   parse.value_nibbles = static_cast<std::uint8_t>(payload);
   if (parse.opcode.timestamped) {
     if (!cursor.take(1, nibble)) return parse;
-    if (nibble == kReservedTimestampSize)
+    if (nibble == kReservedTimestampSize) {
       return bad(StpSyncLoss::kReservedTimestampSize, cursor.at());
+    }
     parse.timestamp_nibbles = kTimestampNibbles[nibble];
     if (!cursor.take(parse.timestamp_nibbles, parse.timestamp)) return parse;
   }
@@ -205,8 +206,9 @@ void StpReader::keep_open(std::span<const std::uint8_t> data, std::size_t at) {
 }
 
 StpPacket StpReader::settle(const detail::StpParse& parse, std::uint64_t nibble_offset) {
-  if (parse.opcode.timestamped)
+  if (parse.opcode.timestamped) {
     detail::advance_timestamp(context_, parse.timestamp, parse.timestamp_nibbles);
+  }
   apply_effect(parse.opcode, parse.value, nibble_offset);
   ++counters_.packets;
   StpPacket packet;

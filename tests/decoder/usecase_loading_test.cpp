@@ -40,7 +40,9 @@ TEST_F(UsecaseLoadingTest, AcceptedAndRejectedLines) {
     ASSERT_EQ(Peer().Probes().size(), 2U) << c.line;
     EXPECT_EQ(Peer().Probes()[0].recordFound, c.found) << c.line;
     EXPECT_EQ(Peer().Probes()[0].probeId, 3) << c.line;
-    if (c.found) EXPECT_EQ(Peer().Probes()[0].samplingPeriod, c.period) << c.line;
+    if (c.found) {
+      EXPECT_EQ(Peer().Probes()[0].samplingPeriod, c.period) << c.line;
+    }
     EXPECT_TRUE(Peer().Probes()[1].recordFound) << c.line;
   }
 }

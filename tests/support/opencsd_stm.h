@@ -33,8 +33,9 @@ class OpencsdStm {
                                &id) != OCSD_OK ||
         ocsd_dt_attach_packet_callback(tree_, id, OCSD_C_API_CB_PKT_MON,
                                        reinterpret_cast<void*>(&OpencsdStm::monitor),
-                                       this) != OCSD_OK)
-      throw std::runtime_error("libopencsd has no STM packet lister");
+                                       this) != OCSD_OK) {
+      { throw std::runtime_error("libopencsd has no STM packet lister"); }
+    }
   }
   ~OpencsdStm() { ocsd_destroy_dcd_tree(tree_); }
   OpencsdStm(const OpencsdStm&) = delete;

@@ -28,8 +28,9 @@ class Stream {
  public:
   Stream& number(std::uint8_t position, std::size_t size, std::uint64_t value) {
     bytes.push_back(position);
-    for (std::size_t n = 0; n < size; ++n, value >>= 8)
+    for (std::size_t n = 0; n < size; ++n, value >>= 8) {
       bytes.push_back(static_cast<std::uint8_t>(value));
+    }
     return *this;
   }
   Stream& text(std::uint8_t position, std::string_view text) {

@@ -41,8 +41,9 @@ struct Model {
     Note(wanted ? '+' : '-');
     if (wanted == value) return;
     value = wanted;
-    if (AllBoolean())
+    if (AllBoolean()) {
       for (Model* child : children) child->SetValue(wanted);
+    }
     if (!wanted) UpdateParent();
   }
   void UpdateSelf() {

@@ -33,8 +33,9 @@ struct Demultiplexed {
     random.in_chunks(input, [&](std::span<const std::uint8_t> chunk) {
       frames.push(chunk, [&](std::span<const std::uint8_t> block, std::uint64_t first) {
         EXPECT_EQ(first, placed.size());
-        for (std::size_t i = 0; i < block.size(); ++i)
+        for (std::size_t i = 0; i < block.size(); ++i) {
           placed.push_back({block[i], frames.input_offset(first + i)});
+        }
       });
     });
     EXPECT_EQ(frames.input_bytes(), input.size());
@@ -145,8 +146,9 @@ TEST(FrameDemultiplexer, SynchronisationWordEndsACutFrame) {
   for (std::ptrdiff_t kept = 1; kept < 16; ++kept) {
     SCOPED_TRACE(kept);
     Bytes input(frame.begin(), frame.begin() + kept);
-    for (const int byte : {0xFF, 0xFF, 0xFF, 0x7F})
+    for (const int byte : {0xFF, 0xFF, 0xFF, 0x7F}) {
       input.push_back(static_cast<std::uint8_t>(byte));
+    }
     input.insert(input.end(), frame.begin(), frame.end());
     for (std::uint64_t seed = 1; seed < 9; ++seed) {
       RandomStp random(seed);
@@ -156,7 +158,9 @@ TEST(FrameDemultiplexer, SynchronisationWordEndsACutFrame) {
       ASSERT_GE(bytes.size(), data.size());
       EXPECT_EQ(Bytes(bytes.end() - 14, bytes.end()), data);
       // With 13 to 15 bytes before it, the word's own head completes a wrong frame first.
-      if (kept < 13) EXPECT_EQ(bytes.size(), 14U);
+      if (kept < 13) {
+        EXPECT_EQ(bytes.size(), 14U);
+      }
     }
   }
 }

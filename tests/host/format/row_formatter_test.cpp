@@ -116,8 +116,9 @@ TEST_F(RowFormatterTest, TableFitsTheTerminal) {
             "                   Bytes=4294967295\n");
   for (std::size_t width = 47; width < 240; ++width) {
     std::istringstream lines(formatted("table", rows, {{}, width}));
-    for (std::string line; std::getline(lines, line);)
+    for (std::string line; std::getline(lines, line);) {
       EXPECT_LE(measure_text(line, 1000).characters, width) << width << ": " << line;
+    }
   }
 }
 
@@ -147,18 +148,19 @@ std::vector<std::vector<std::string>> parse_csv(std::string_view text) {
   bool quoted = false;
   for (std::size_t n = 0; n < text.size(); ++n) {
     std::string& cell = records.back().back();
-    if (quoted && text.substr(n, 2) == "\"\"")
+    if (quoted && text.substr(n, 2) == "\"\"") {
       cell += text[n++];
-    else if (text[n] == '"')
+    } else if (text[n] == '"') {
       quoted = !quoted;
-    else if (quoted)
+    } else if (quoted) {
       cell += text[n];
-    else if (text[n] == ',')
+    } else if (text[n] == ',') {
       records.back().emplace_back();
-    else if (text[n] == '\n')
+    } else if (text[n] == '\n') {
       records.push_back({""});
-    else
+    } else {
       cell += text[n];
+    }
   }
   EXPECT_FALSE(quoted);
   EXPECT_THAT(records.back(), ElementsAre("")) << "the last record has no end";
@@ -241,15 +243,18 @@ TEST_F(RowFormatterTest, TheBytesDoNotDependOnHowRowsAreBatched) {
 }
 
 TEST_F(RowFormatterTest, MoreShapesThanAreRemembered) {
-  for (unsigned round = 0; round < 2; ++round)
+  for (unsigned round = 0; round < 2; ++round) {
     for (unsigned present = 1; present < 64; ++present) {
       Stream stream;
-      for (unsigned k = 0; k < 6; ++k)
-        if ((present >> k & 1) != 0)
+      for (unsigned k = 0; k < 6; ++k) {
+        if ((present >> k & 1) != 0) {
           stream.number(static_cast<std::uint8_t>(kFirst + k), catalogue.columns[k].size_bytes,
                         present);
+        }
+      }
       add(stream.end());
     }
+  }
   const auto fields = parse_field_list(catalogue, "Bytes,MaxWait,Wide");
   std::istringstream lines(formatted("jsonl", rows, {fields, 0}));
   for (unsigned n = 0; n < 126; ++n) {

@@ -14,12 +14,16 @@ namespace {
 TEST(NumberText, AgreesWithTheStandardLibrary) {
   std::vector<std::uint64_t> values;
   for (std::uint64_t value = 0; value < 2000; ++value) values.push_back(value);
-  for (std::uint64_t power = 1; power != 0 && power < ~std::uint64_t{0} / 10; power *= 10)
-    for (const std::uint64_t value : {power * 10 - 1, power * 10, power * 10 + 1})
+  for (std::uint64_t power = 1; power != 0 && power < ~std::uint64_t{0} / 10; power *= 10) {
+    for (const std::uint64_t value : {power * 10 - 1, power * 10, power * 10 + 1}) {
       values.push_back(value);
-  for (unsigned bit = 0; bit < 64; ++bit)
-    for (const std::uint64_t value : {(std::uint64_t{1} << bit) - 1, std::uint64_t{1} << bit})
+    }
+  }
+  for (unsigned bit = 0; bit < 64; ++bit) {
+    for (const std::uint64_t value : {(std::uint64_t{1} << bit) - 1, std::uint64_t{1} << bit}) {
       values.push_back(value);
+    }
+  }
   values.push_back(~std::uint64_t{0});
   std::mt19937_64 random(7);
   for (int n = 0; n < 20000; ++n) values.push_back(random() >> (random() % 64));
@@ -43,10 +47,11 @@ std::string taken_apart(std::string_view text) {
   while (!text.empty()) {
     const Utf8Character character = first_character(text);
     std::array<char, 16> part;
-    if (character.valid)
+    if (character.valid) {
       std::snprintf(part.data(), part.size(), "[%X]", static_cast<unsigned>(character.code_point));
-    else
+    } else {
       std::snprintf(part.data(), part.size(), "<%zu>", character.bytes);
+    }
     parts += part.data();
     text.remove_prefix(character.bytes);
   }

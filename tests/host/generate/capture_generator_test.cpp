@@ -100,7 +100,9 @@ TEST(TrafficModel, KeepsTheMixAndTheSamplingPeriod) {
       counts[static_cast<std::size_t>(message.kind)] += 1;
       if (message.kind == TrafficKind::kTransaction) continue;
       std::uint64_t& end = window_ends[message.master];
-      if (end != 0) ASSERT_EQ((message.ticks - end) % model.sampling_period(), 0U);
+      if (end != 0) {
+        ASSERT_EQ((message.ticks - end) % model.sampling_period(), 0U);
+      }
       end = message.ticks;
     }
     const double sum = mix.throughput + mix.latency + mix.transaction;
@@ -192,8 +194,12 @@ class CaptureGeneratorTest : public testing::Test {
       ASSERT_EQ(got.master, samples ? truth_[i].master & 0xFF : truth_[i].master) << i;
       ASSERT_EQ(got.words.count, truth_[i].words.count) << i;
       ASSERT_EQ(got.words.words, truth_[i].words.words) << i;
-      if (options.format != CaptureFormat::kFrames) ASSERT_EQ(got.offset, truth_[i].offset) << i;
-      if (!at_end_only && !samples) ASSERT_EQ(got.timestamp, truth_[i].timestamp) << i;
+      if (options.format != CaptureFormat::kFrames) {
+        ASSERT_EQ(got.offset, truth_[i].offset) << i;
+      }
+      if (!at_end_only && !samples) {
+        ASSERT_EQ(got.timestamp, truth_[i].timestamp) << i;
+      }
     }
     EXPECT_EQ(decoded_.counts.damages, 0U);
     EXPECT_EQ(decoded_.counts.bytes_other_sources != 0, options.other_sources != 0);

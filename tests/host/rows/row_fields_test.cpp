@@ -12,8 +12,9 @@ namespace {
 TEST(RowFields, NamesInTheirFixedOrder) {
   const ColumnCatalogue catalogue = small_catalogue();
   std::string names;
-  for (const FieldIndex field : all_fields(catalogue))
+  for (const FieldIndex field : all_fields(catalogue)) {
     names += std::string(field_name(catalogue, field)) + " ";
+  }
   EXPECT_EQ(names,
             "offset timestamp time_ns probe master type kind description address "
             "Bytes Tracked MaxWait Mode_ RouteID Wide ");

@@ -160,11 +160,13 @@ TEST_F(RowReaderTest, ARememberedShapeNeverChangesWhatAStreamMeans) {
   const std::vector<std::uint8_t> good = transaction(3, "DMA", 1, 1, 10, 100).bytes;
   for (std::size_t round = 0; round < 5000; ++round) {
     std::vector<std::uint8_t> changed = good;
-    for (std::size_t n = below(4); n > 0; --n)
+    for (std::size_t n = below(4); n > 0; --n) {
       changed[below(changed.size())] = static_cast<std::uint8_t>(random());
+    }
     if (below(4) == 0) changed.resize(below(changed.size() + 1));
-    if (below(8) == 0)
+    if (below(8) == 0) {
       changed.insert(changed.end(), below(12), static_cast<std::uint8_t>(random()));
+    }
     RowReader fresh(catalogue);
     outcome(reader, rows, good);
     const std::string warm = outcome(reader, rows, changed);
@@ -207,10 +209,11 @@ TEST(RowReaderCatalogue, RejectsWhatCannotBeReadBack) {
       {"width 3", with(100, 1, 3), false},
   };
   for (const auto& c : cases) {
-    if (c.accepted)
+    if (c.accepted) {
       EXPECT_NO_THROW(RowReader{c.catalogue}) << c.what;
-    else
+    } else {
       EXPECT_THROW(RowReader{c.catalogue}, Error) << c.what;
+    }
   }
 }
 

@@ -185,8 +185,9 @@ INSTANTIATE_TEST_SUITE_P(
                             {{"D32M", 24}, {"D32", 113}, {"FLAGTS", 23}, {"C16", 1}, {"M8", 1}}}),
     [](const testing::TestParamInfo<Capture>& info) {
       std::string name;
-      for (const char c : std::string(info.param.file))
+      for (const char c : std::string(info.param.file)) {
         if (std::isalnum(static_cast<unsigned char>(c)) != 0) name += c;
+      }
       return name;
     });
 

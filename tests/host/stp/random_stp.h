@@ -116,12 +116,14 @@ class RandomStp {
       packet(writer);
     }
     std::vector<std::uint8_t> bytes = writer.bytes();
-    for (std::uint64_t flips = below(4); flips > 0 && !bytes.empty(); --flips)
+    for (std::uint64_t flips = below(4); flips > 0 && !bytes.empty(); --flips) {
       bytes[below(bytes.size())] ^= static_cast<std::uint8_t>(1U << below(8));
+    }
     if (below(4) == 0) bytes.resize(below(bytes.size() + 1));
-    if (below(4) == 0)
+    if (below(4) == 0) {
       bytes.erase(bytes.begin(),
                   bytes.begin() + static_cast<std::ptrdiff_t>(below(bytes.size() + 1)));
+    }
     return bytes;
   }
 

@@ -96,8 +96,9 @@ class ReferenceStpReader {
     if (opcode == "F01") return read(start, StpKind::kNull, 0, false, true);
     if (opcode == "F02") return read(start, StpKind::kUser, take() + 1, false, false);
     if (opcode == "F03") return read(start, StpKind::kUser, take() + 1, false, true);
-    if (opcode == "F04" || opcode == "F05" || opcode == "F0F2")
+    if (opcode == "F04" || opcode == "F05" || opcode == "F0F2") {
       throw Loss{StpSyncLoss::kUnsettledPacket};
+    }
     if (opcode == "F06") return read(start, StpKind::kTrig, 2, false, false);
     if (opcode == "F07") return read(start, StpKind::kTrig, 2, false, true);
     if (opcode == "F08") return read(start, StpKind::kFreq, 8, false, false);
@@ -147,8 +148,9 @@ class ReferenceStpReader {
   }
 
   void read_f_run() {
-    while (true)
+    while (true) {
       if (take() != 0xF) throw Loss{StpSyncLoss::kReservedOpcode};
+    }
   }
 
   void read(std::size_t start, StpKind kind, unsigned width, bool marked, bool timed) {

@@ -29,10 +29,12 @@ struct StpEvent {
   }
 
   friend std::ostream& operator<<(std::ostream& out, const StpEvent& event) {
-    if (event.type == kSyncLost)
+    if (event.type == kSyncLost) {
       return out << "lost at byte " << event.offset << ": " << to_string(event.reason);
-    if (event.type == kSkipped)
+    }
+    if (event.type == kSkipped) {
       return out << "skipped " << event.nibbles << " nibbles at nibble " << event.offset;
+    }
     const StpPacket& packet = event.packet;
     return out << to_string(packet.kind) << (packet.marked ? "M" : "")
                << (packet.has_timestamp ? "TS" : "") << " at nibble " << event.offset << " value 0x"

@@ -45,8 +45,9 @@ struct Reading {
   }
   std::vector<StpPacket> packets() const {
     std::vector<StpPacket> found;
-    for (const StpEvent& event : recorder.events)
+    for (const StpEvent& event : recorder.events) {
       if (event.type == StpEvent::kPacket) found.push_back(event.packet);
+    }
     return found;
   }
 };
@@ -339,8 +340,9 @@ TEST(StpReader, AgreesWithReferenceOnGarbage) {
     RandomStp random(seed);
     // Mostly F, so that runs of every length come up.
     std::vector<std::uint8_t> bytes(random.below(600));
-    for (std::uint8_t& byte : bytes)
+    for (std::uint8_t& byte : bytes) {
       byte = random.below(12) != 0 ? 0xFF : static_cast<std::uint8_t>(random.value());
+    }
     expect_like_reference(random, bytes);
   }
 }
