@@ -83,7 +83,7 @@ class StpQBTracer2Decoder : public Kz::Dvt::Trace::CDecoderUnitIF {
   void ProcessTransactionMessage(std::vector<unsigned int> words, Qbt2ProbeData_t probe);
   bool IsSuppressed(const std::vector<unsigned int>& words) const;
 
-  /// Writes one numeric field (see docs/output-record.md); throws DecodeError of kind 0.
+  /// Writes one numeric field (see docs/formats/record.md); throws DecodeError of kind 0.
   void OutputDataToBuffer(eMsgDataSizeType size, std::uint64_t value, std::uint8_t position,
                           bool withPosition);
   /// Writes one text field; null writes nothing. Throws DecodeError of kind 0.

@@ -24,7 +24,7 @@ int CursorAsInt(const std::uint8_t* cursor) {
 
 // The room check asks for one free byte whatever the value's size, and comes when the position byte
 // is already stored. Deliberate: hosts hand in a buffer that holds a whole row with some slack, and
-// a full one shows at the next field. docs/output-record.md says how far a write can pass the end.
+// a full one shows at the next field. docs/formats/record.md says how far a write can pass the end.
 void StpQBTracer2Decoder::OutputDataToBuffer(eMsgDataSizeType size, std::uint64_t value,
                                              std::uint8_t position, bool withPosition) {
   if (withPosition) {

@@ -4,7 +4,7 @@
 
 /// Constants of the output record stream: what ProcessSamples leaves in the host's buffer.
 ///
-/// docs/output-record.md describes the stream. Numbers are little-endian, without alignment or
+/// docs/formats/record.md describes the stream. Numbers are little-endian, without alignment or
 /// padding. The writers are members of StpQBTracer2Decoder (output_record.cpp).
 
 /// Bytes of a numeric field's value.

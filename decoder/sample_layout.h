@@ -10,7 +10,7 @@
 
 /// Constants of a sample: what the host hands to ProcessSamples for one message.
 ///
-/// docs/sample-format.md describes it. Numbers are little-endian, without alignment.
+/// docs/formats/sample.md describes it. Numbers are little-endian, without alignment.
 
 inline constexpr std::uint32_t kSampleProbeIdOffset = 1;
 inline constexpr std::uint32_t kSamplePayloadCountOffset = 4;

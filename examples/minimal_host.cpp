@@ -1,5 +1,5 @@
 // The shortest complete host: load the plug-in, configure a decoder unit, decode one message, and
-// read the row back. docs/sample-format.md and docs/output-record.md describe the two formats.
+// read the row back. docs/formats/sample.md and docs/formats/record.md describe the two formats.
 //
 //   minimal_host libqbt2decoder.so
 

@@ -40,7 +40,7 @@ enum _ClassID : unsigned int {
 /// and takes two slots (3: destroys, 4: destroys and frees the storage), so an interface derived
 /// from this one begins at slot 5. As bases are virtual, these three operations are called on the
 /// IReferenceCount of an object, not through the table of another of its interfaces, where their
-/// slots are null; compilers do so by themselves (docs/property-tree.md has the offsets).
+/// slots are null; compilers do so by themselves (docs/inside/property-tree.md has the offsets).
 class QBT2_API IReferenceCount {
  public:
   /// Adds a reference; the new count.

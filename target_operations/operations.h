@@ -1,8 +1,8 @@
 #pragma once
 
 /// Everything of the property tree in one include: the interfaces, the node, the typed nodes, the
-/// casts and the owning handle. docs/property-tree.md is the way in. One thread at a time uses a
-/// tree.
+/// casts and the owning handle. docs/inside/property-tree.md is the way in. One thread at a time
+/// uses a tree.
 #include "target_operations/ReferenceCount.h"
 #include "target_operations/boolean_property.h"
 #include "target_operations/integer_property.h"

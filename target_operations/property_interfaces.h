@@ -7,7 +7,7 @@
 
 /// The interfaces of the property tree, as host and library see each other's nodes, and the names
 /// of the host's own interfaces that the query has an id for. Declaration order is slot order and
-/// part of the contract; docs/property-tree.md lists the slots.
+/// part of the contract; docs/inside/property-tree.md lists the slots.
 ///
 /// One thread at a time uses a tree. Operations never throw and report no errors: a value that
 /// breaks a rule is ignored, a look-up that finds nothing gives null, 0 or false.

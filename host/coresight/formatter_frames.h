@@ -10,7 +10,7 @@
 /// Takes CoreSight formatter frames apart: a capture of several trace sources in, the bytes of one
 /// of them out. A frame is 16 bytes: bytes 0 to 14 are data or, at even places, source ids; byte 15
 /// holds a bit for each even byte (the lowest bit of a data byte, or whether an id takes effect one
-/// byte late). docs/stp.md tells the rest.
+/// byte late). docs/formats/stp.md tells the rest.
 ///
 /// Everything here is used by one thread at a time.
 namespace qbt2 {

@@ -9,8 +9,8 @@
 #include "platforms/source/device/device_base.h"
 
 /// What a host knows of a traced device, read from a JSON file: the device model, the numbers and
-/// the object file that a session answers, and the settings. docs/device-description.md lists the
-/// members of the file; examples/soc.json has all of them. A description is plain data of one
+/// the object file that a session answers, and the settings. docs/use/device-description.md lists
+/// the members of the file; examples/soc.json has all of them. A description is plain data of one
 /// thread.
 namespace qbt2 {
 

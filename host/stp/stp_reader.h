@@ -13,7 +13,7 @@
 
 /// Reads a STP version 2 stream: bytes in, packets out, in chunks of any size, with constant memory
 /// and no allocation. What the reader knows of the protocol, how it finds back into a damaged
-/// stream and what it counts is told in docs/stp.md.
+/// stream and what it counts is told in docs/formats/stp.md.
 ///
 /// A reader belongs to one stream and is used by one thread at a time.
 ///
@@ -26,7 +26,7 @@
 ///       to the next ASYNC is trusted. Messages under way are incomplete.
 ///   void on_skipped(const StpSkippedRange& range);
 ///       what was not trusted, told once its end is known: before the ASYNC that ends it, or by
-///       finish(). Also for what is no damage (see docs/stp.md).
+///       finish(). Also for what is no damage (see docs/formats/stp.md).
 ///
 /// `push` is a template over the sink so that on_packet is inlined into the loop over the packets.
 namespace qbt2 {

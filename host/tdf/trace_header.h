@@ -13,7 +13,7 @@
 /// The trace header, the packed record of a "KZTrace" section, read from memory and from a plain
 /// file of KEY=VALUE lines. KzTrace_t::Load reads the files of older systems only and refuses what
 /// KzTrace_t::Save writes, so whoever wants to see a header that this system wrote needs a reader
-/// of his own: this one. docs/tdf.md has the layout. Pure functions; any thread.
+/// of his own: this one. docs/formats/tdf.md has the layout. Pure functions; any thread.
 namespace qbt2 {
 
 using TraceHeaderRecord = EktTrace::ConfigFile::KzTrace_t::KzTraceData_t;

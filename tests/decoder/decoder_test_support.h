@@ -203,7 +203,7 @@ class DecoderTest : public testing::Test {
   Bytes Decode(const Bytes& given, std::uint32_t capacity = 400) {
     // A copy has no spare room, so that the address sanitizer sees a read behind it.
     Bytes sample(given);
-    // Room for what the decoder may write behind the capacity (docs/output-record.md).
+    // Room for what the decoder may write behind the capacity (docs/formats/record.md).
     Bytes output(capacity + 8, 0xCC);
     std::uint32_t produced = 0;
     unit_->ProcessSamples(0, sample.data(), capacity, output.data(), produced);

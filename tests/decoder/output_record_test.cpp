@@ -70,8 +70,8 @@ TEST_F(OutputRecordTest, FullBuffer) {
   }
 }
 
-// Whatever the capacity, at most eight bytes behind it are written: what docs/output-record.md asks
-// hosts to leave. The row that just fits is complete, one byte less is an error or an overrun.
+// Whatever the capacity, at most eight bytes behind it are written: what docs/formats/record.md
+// asks hosts to leave. The row that just fits is complete, one byte less is an error or an overrun.
 class CapacityTest : public DecoderTest {};
 
 TEST_F(CapacityTest, OverrunIsAtMostEightBytes) {

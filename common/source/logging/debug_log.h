@@ -13,7 +13,7 @@
 /// threads that log.
 ///
 /// Call sites use QBT2_DEBUG_LOG or QBT2_DEBUG_LOG_SCOPE, which cost the test of two globals when
-/// the log is off. docs/utilities.md describes the file and its environment variables.
+/// the log is off. docs/use/logs.md describes the file and its environment variables.
 
 /// Record types: one bit each in g_log_level, and the code shown in a record's first column.
 enum log_type_t : std::int32_t {

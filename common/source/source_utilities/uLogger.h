@@ -14,7 +14,7 @@
 #include "interfaces/qbt2_export.h"
 
 /// The utility log: text files written by loggers, and the process-wide log system that keeps the
-/// current logger and the verbosity. The decoder writes here. docs/utilities.md describes the file
+/// current logger and the verbosity. The decoder writes here. docs/use/logs.md describes the file
 /// and its environment variables.
 ///
 /// A logger may be used from any thread; a record is never torn. The log system itself is set up

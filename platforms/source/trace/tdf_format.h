@@ -5,7 +5,7 @@
 #include <cstdint>
 
 /// The trace data file ("TDF"): identifier, limits, offsets and the sections that this system
-/// writes. docs/tdf.md tells the same in words. Constants only; any thread may use them.
+/// writes. docs/formats/tdf.md tells the same in words. Constants only; any thread may use them.
 ///
 /// A file is the identifier and then sections, back to back, to its end. There is no directory, no
 /// index and no alignment: a section is found by walking from the front. All integers are unsigned,

@@ -6,8 +6,8 @@
 #include "interfaces/qbt2_export.h"
 
 /// The container of a trace data file: named, versioned sections behind one another. Its layout is
-/// in tdf_format.h and docs/tdf.md; what the sections hold is the business of the classes in
-/// tdf_helper.h.
+/// in tdf_format.h and docs/formats/tdf.md; what the sections hold is the business of the classes
+/// in tdf_helper.h.
 ///
 /// Nothing is held between calls: each opens the file, does its work and closes it again. Any
 /// thread may call, but nothing guards two writers of one file against each other.

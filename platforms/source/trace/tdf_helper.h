@@ -11,8 +11,8 @@
 
 /// What is kept in a trace data file's sections, one class a section: the description of a capture
 /// (KzTrace_t), the decoder information (TraceDecode_t), the devices and processors it came from
-/// (DeviceIdentifier_t) and the device's settings (DeviceConfig_t). docs/tdf.md and
-/// docs/settings.md describe the layouts and texts.
+/// (DeviceIdentifier_t) and the device's settings (DeviceConfig_t). docs/formats/tdf.md and
+/// docs/use/settings.md describe the layouts and texts.
 ///
 /// All have one shape: an object holds the file name and a file type (0 is a TDF file); Save and
 /// Load answer whether they succeeded and leave a message in `errorText` when not. Neither lets an
