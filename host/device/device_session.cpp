@@ -5,6 +5,8 @@
 #include <string_view>
 #include <system_error>
 
+#include "host/base/error.h"
+
 namespace qbt2 {
 namespace {
 
@@ -68,6 +70,13 @@ DeviceSession::DeviceSession(DeviceDescription description)
       second_number_(description.second_number),
       settings_(std::move(description.settings)) {
   identifier_.AddDevice(std::move(description.device));
+}
+
+void DeviceSession::write_settings(const std::map<std::string, std::string>& settings) {
+  std::string error;
+  for (const auto& [name, value] : settings) {
+    if (!settings_.WriteSetting(name, value, error)) throw Error(ErrorCode::kInput, error);
+  }
 }
 
 std::vector<std::uint32_t> DeviceSession::master_ids() const {

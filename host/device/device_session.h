@@ -50,6 +50,9 @@ class DeviceSession final : public EktTrace::IDeviceSession_t {
   /// The name under which a configuration manager finds the device.
   const std::string& device_name() const { return device_name_; }
   const SessionSettings& settings() const { return settings_; }
+  /// Writes each setting, as a manager does with those that it loads from a file. Throws
+  /// Error(kInput) at an empty name.
+  void write_settings(const std::map<std::string, std::string>& settings);
   /// The master ids that have a setting QBT2_<id>, in rising order. Names other than the decoder
   /// asks for (leading zeros, hexadecimal, more than 32 bits) have none.
   std::vector<std::uint32_t> master_ids() const;
