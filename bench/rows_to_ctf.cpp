@@ -13,7 +13,7 @@
 #include <string>
 #include <vector>
 
-#include "host/capture/capture_reader.h"
+#include "host/capture/open_capture.h"
 #include "host/decode/decoder_library.h"
 #include "host/decode/decoder_setup.h"
 #include "host/rows/row_fields.h"

@@ -44,7 +44,7 @@ std::vector<std::uint8_t> demultiplex(Bytes input, std::uint8_t source, std::siz
 /// The first byte is the source, the second the size of the chunks; 0 means one.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   if (size < 2) return 0;
-  const auto source = static_cast<std::uint8_t>(data[0] % qbt2::kFirstReservedSource);
+  const auto source = static_cast<std::uint8_t>(data[0] % qbt2::kFirstReservedTraceId);
   const Bytes input(data + 2, size - 2);
   const std::size_t chunk = data[1] == 0 ? size : data[1];
   require(demultiplex(input, source, chunk) == demultiplex(input, source, size));

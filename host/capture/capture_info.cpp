@@ -5,12 +5,10 @@
 #include <numeric>
 
 #include "host/capture/sample_file.h"
+#include "host/coresight/trace_sources.h"
 
 namespace qbt2 {
 namespace {
-
-constexpr std::size_t kPieceBytes = std::size_t{64} << 10;
-constexpr std::size_t kStreamLookAhead = std::size_t{1} << 20;
 
 /// Sink of the STP reader that only counts.
 class StpCounting {
@@ -84,23 +82,13 @@ struct Pass {
 /// Calls take(bytes) for each piece, to the end of the input.
 template <typename Take>
 void for_each_piece(InputFile& input, const InfoEvents& events, Pass pass, Take&& take) {
-  std::vector<std::uint8_t> piece(kPieceBytes);
+  std::vector<std::uint8_t> piece(kCapturePieceBytes);
   std::uint64_t bytes = 0;
   while (const std::size_t got = input.read(piece)) {
     take(std::span<const std::uint8_t>(piece).first(got));
     bytes += got;
     if (events.on_progress) events.on_progress((pass.done_bytes + bytes) / pass.passes);
   }
-}
-
-std::vector<SourceBytes> find_sources(InputFile& input, const InfoEvents& events) {
-  if (!input.is_regular()) return scan_sources(input.peek(kStreamLookAhead));
-  FrameDemultiplexer frames;
-  for_each_piece(input, events, {0, 2}, [&](std::span<const std::uint8_t> bytes) {
-    frames.push(bytes, [](std::span<const std::uint8_t>, std::uint64_t) {});
-  });
-  input.rewind();
-  return frames.sources();
 }
 
 /// One source's way out of the frames.
@@ -162,7 +150,10 @@ SamplesInfo read_samples_info(InputFile& input, const InfoEvents& events) {
 FramesInfo read_frames_info(InputFile& input, const InfoEvents& events) {
   const Pass pass = input.is_regular() ? Pass{input.size_bytes(), 2} : Pass{};
   std::vector<std::unique_ptr<SourceCounting>> sources;
-  for (const SourceBytes& source : find_sources(input, events)) {
+  const auto on_progress = [&events](std::uint64_t bytes) {
+    if (events.on_progress) events.on_progress(bytes / 2);
+  };
+  for (const SourceBytes& source : find_sources(input, on_progress)) {
     sources.push_back(std::make_unique<SourceCounting>(source.id, events));
   }
   FrameDemultiplexer all;

@@ -6,12 +6,10 @@
 #include <string>
 
 #include "host/base/error.h"
+#include "host/coresight/trace_sources.h"
 
 namespace qbt2 {
 namespace {
-
-constexpr std::size_t kPieceBytes = std::size_t{64} << 10;
-constexpr std::size_t kStreamLookAhead = std::size_t{1} << 20;
 
 std::string hex(std::uint8_t id) {
   std::array<char, 8> text{};
@@ -26,19 +24,6 @@ std::string list_of(const std::vector<SourceBytes>& sources) {
     text += hex(source.id);
   }
   return text;
-}
-
-/// The sources of the whole file, or of as much of a stream as can be looked at.
-std::vector<SourceBytes> find_sources(InputFile& input) {
-  if (!input.is_regular()) return scan_sources(input.peek(kStreamLookAhead));
-  FrameDemultiplexer frames;
-  std::vector<std::uint8_t> piece(kPieceBytes);
-  const auto ignore = [](std::span<const std::uint8_t>, std::uint64_t) {};
-  while (const std::size_t got = input.read(piece)) {
-    frames.push(std::span(piece).first(got), ignore);
-  }
-  input.rewind();
-  return frames.sources();
 }
 
 /// One damaged byte of a frame is enough to announce an id that nobody has: what has less than one
@@ -56,7 +41,7 @@ std::uint8_t choose_source(InputFile& input, const CaptureOptions& options) {
   if (options.source_id) return *options.source_id;
   const std::vector<SourceBytes> all = find_sources(input);
   const std::vector<SourceBytes> sources = without_strays(all);
-  if (sources.empty()) return kPaddingSource;
+  if (sources.empty()) return kNullTraceId;
   if (sources.size() > 1) {
     throw Error(ErrorCode::kUsage, input.name(),
                 "holds the sources " + list_of(sources) + "; choose one with --atb-id");
@@ -77,8 +62,8 @@ FramesCaptureReader::FramesCaptureReader(InputFile& input, const CaptureOptions&
       source_(choose_source(input, options)),
       frames_(source_),
       offsets_(frames_),
-      road_(options, &offsets_),
-      piece_(kPieceBytes) {}
+      messages_(options, &offsets_),
+      piece_(kCapturePieceBytes) {}
 
 bool FramesCaptureReader::next(SampleBatch& batch) {
   if (ended_) return false;
@@ -89,19 +74,19 @@ bool FramesCaptureReader::next(SampleBatch& batch) {
   }
   frames_.push(std::span(piece_).first(got),
                [&](std::span<const std::uint8_t> stream_bytes, std::uint64_t /*offset*/) {
-                 road_.push(stream_bytes, batch);
+                 messages_.push(stream_bytes, batch);
                });
   return true;
 }
 
 void FramesCaptureReader::finish(SampleBatch& batch) {
   ended_ = true;
-  road_.finish(batch);
+  messages_.finish(batch);
   report_cut_frames();
   if (frames_.stream_bytes() != 0 || frames_.input_bytes() == 0 || !options_.on_notice) return;
   const std::vector<SourceBytes> others = frames_.sources();
   const std::string there = others.empty() ? "no source at all" : list_of(others);
-  options_.on_notice(source_ == kPaddingSource
+  options_.on_notice(source_ == kNullTraceId
                          ? std::string("the frames hold no source at all")
                          : "the frames hold no byte of source " + hex(source_) + ", but " + there);
 }
@@ -118,7 +103,7 @@ CaptureCounts FramesCaptureReader::counts() const {
   counts.bytes_framing = frames_.bytes_framing();
   counts.bytes_other_sources = frames_.bytes_other_sources();
   counts.damages = frames_.frames_cut();
-  road_.add_to(counts);
+  messages_.add_to(counts);
   return counts;
 }
 

@@ -3,7 +3,8 @@
 #include <cstdint>
 #include <vector>
 
-#include "host/capture/stp_capture.h"
+#include "host/capture/capture_reader.h"
+#include "host/capture/stp_message_reader.h"
 #include "host/coresight/formatter_frames.h"
 
 /// Captures in CoreSight formatter frames: one source's bytes are taken out and read as STP.
@@ -41,7 +42,7 @@ class FramesCaptureReader : public CaptureReader {
   std::uint8_t source_;
   FrameDemultiplexer frames_;
   Offsets offsets_;
-  StpRoad road_;
+  StpMessageReader messages_;
   bool ended_ = false;
   std::vector<std::uint8_t> piece_;
 };

@@ -6,7 +6,6 @@
 namespace qbt2 {
 namespace {
 
-constexpr std::size_t kPieceBytes = std::size_t{64} << 10;
 constexpr std::size_t kProbeOffset = 1;
 constexpr std::size_t kPayloadBytesOffset = 4;
 
@@ -55,7 +54,7 @@ SampleFileReader::SampleFileReader(InputFile& input, const CaptureOptions& optio
 bool SampleFileReader::next(SampleBatch& batch) {
   if (ended_) return false;
   const std::size_t had = pending_.size();
-  pending_.resize(had + kPieceBytes);
+  pending_.resize(had + kCapturePieceBytes);
   const std::size_t got = input_.read(std::span(pending_).subspan(had));
   pending_.resize(had + got);
   counts_.bytes += got;
@@ -119,7 +118,7 @@ void SampleFileReader::fail(std::string_view reason) {
   ++counts_.damages;
   if (options_.on_damage) options_.on_damage(pending_offset_, reason);
   counts_.bytes_skipped += pending_.size();
-  pending_.resize(kPieceBytes);
+  pending_.resize(kCapturePieceBytes);
   while (const std::size_t got = input_.read(pending_)) {
     counts_.bytes += got;
     counts_.bytes_skipped += got;

@@ -109,7 +109,7 @@ FrameDemultiplexer::FrameDemultiplexer(std::uint8_t source)
 
 void FrameDemultiplexer::put(std::uint8_t byte, std::uint64_t input_offset) {
   ++source_bytes_[current_];
-  if (current_ != source_ || source_ == kPaddingSource) return;
+  if (current_ != source_ || source_ == kNullTraceId) return;
   if (!offsets_.continues(stream_bytes_, input_offset, false)) {
     offsets_.add(stream_bytes_, input_offset, false);
   }
@@ -127,8 +127,8 @@ void FrameDemultiplexer::take_frame(const std::uint8_t* frame, OffsetOf&& offset
     const bool is_id = (byte & 1) != 0;
     const auto id = static_cast<std::uint8_t>(byte >> 1);
     if (is_id) {
-      ++announcements_;
-      if (id >= kFirstReservedSource) ++reserved_announcements_;
+      ++id_changes_;
+      if (id >= kFirstReservedTraceId) ++reserved_id_changes_;
       if (!flag) current_ = id;
     } else {
       put(static_cast<std::uint8_t>(byte | (flag ? 1 : 0)), offset_of(place));
@@ -139,7 +139,7 @@ void FrameDemultiplexer::take_frame(const std::uint8_t* frame, OffsetOf&& offset
 }
 
 std::size_t FrameDemultiplexer::take_data_frames(std::span<const std::uint8_t> bytes) {
-  const bool is_chosen = current_ == source_ && source_ != kPaddingSource;
+  const bool is_chosen = current_ == source_ && source_ != kNullTraceId;
   const std::size_t room = (kBlockBytes - block_size_) / kFrameBytes;
   const std::size_t most = std::min(bytes.size() / kFrameBytes, is_chosen ? room : bytes.size());
   std::uint8_t* out = block_.get() + block_size_;
@@ -219,22 +219,16 @@ std::uint64_t FrameDemultiplexer::bytes_framing() const {
 }
 
 std::uint64_t FrameDemultiplexer::bytes_other_sources() const {
-  const auto begin = source_bytes_.begin() + kPaddingSource + 1;
+  const auto begin = source_bytes_.begin() + kNullTraceId + 1;
   return std::accumulate(begin, source_bytes_.end(), std::uint64_t{0}) - stream_bytes_;
 }
 
 std::vector<SourceBytes> FrameDemultiplexer::sources() const {
   std::vector<SourceBytes> found;
-  for (std::uint8_t id = kPaddingSource + 1; id < kFirstReservedSource; ++id) {
+  for (std::uint8_t id = kNullTraceId + 1; id < kFirstReservedTraceId; ++id) {
     if (source_bytes_[id] > 0) found.push_back({id, source_bytes_[id]});
   }
   return found;
-}
-
-std::vector<SourceBytes> scan_sources(std::span<const std::uint8_t> bytes) {
-  FrameDemultiplexer frames;
-  frames.push(bytes, [](std::span<const std::uint8_t>, std::uint64_t) {});
-  return frames.sources();
 }
 
 bool looks_like_stp(std::span<const std::uint8_t> bytes) {
@@ -261,7 +255,7 @@ bool looks_like_frames(std::span<const std::uint8_t> bytes) {
   bytes = bytes.first(std::min(bytes.size(), kHeadBytes));
   FrameDemultiplexer all;
   all.push(bytes, [](std::span<const std::uint8_t>, std::uint64_t) {});
-  if (all.reserved_announcements() * kFewReserved > all.announcements()) return false;
+  if (all.reserved_id_changes() * kFewReserved > all.id_changes()) return false;
   for (const SourceBytes& source : all.sources()) {
     FrameDemultiplexer frames(source.id);
     std::uint64_t f_run = 0;

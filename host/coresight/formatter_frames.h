@@ -7,6 +7,8 @@
 #include <span>
 #include <vector>
 
+#include "host/base/trace_id.h"
+
 /// Takes CoreSight formatter frames apart: a capture of several trace sources in, the bytes of one
 /// of them out. A frame is 16 bytes: bytes 0 to 14 are data or, at even places, source ids; byte 15
 /// holds a bit for each even byte (the lowest bit of a data byte, or whether an id takes effect one
@@ -16,10 +18,6 @@
 namespace qbt2 {
 
 inline constexpr std::size_t kFrameBytes = 16;
-
-/// Id 0 is the formatter's padding, ids from 0x70 on are reserved.
-inline constexpr std::uint8_t kPaddingSource = 0;
-inline constexpr std::uint8_t kFirstReservedSource = 0x70;
 
 /// Where in the input the bytes of a demultiplexed stream stood. Kept for the stretch around the
 /// newest bytes only, so its size does not grow with the capture's.
@@ -56,8 +54,8 @@ struct SourceBytes {
 
 class FrameDemultiplexer {
  public:
-  /// Hands on the bytes of `source` (1 to 0x6F); with kPaddingSource none, it only counts.
-  explicit FrameDemultiplexer(std::uint8_t source = kPaddingSource);
+  /// Hands on the bytes of `source` (1 to 0x6F); with kNullTraceId none, it only counts.
+  explicit FrameDemultiplexer(std::uint8_t source = kNullTraceId);
 
   /// Reads the next bytes of the input, in chunks of any size, and calls
   /// take(std::span<const std::uint8_t> bytes, std::uint64_t stream_offset)
@@ -89,9 +87,9 @@ class FrameDemultiplexer {
   std::uint64_t input_bytes() const { return input_bytes_; }
   /// Frames that a synchronisation word cut short: damage.
   std::uint64_t frames_cut() const { return frames_cut_; }
-  /// Announcements of ids, and those of reserved ones among them.
-  std::uint64_t announcements() const { return announcements_; }
-  std::uint64_t reserved_announcements() const { return reserved_announcements_; }
+  /// ID changes (bytes that select a source), and those to a reserved ID among them.
+  std::uint64_t id_changes() const { return id_changes_; }
+  std::uint64_t reserved_id_changes() const { return reserved_id_changes_; }
   /// The sources with data so far, by id; without padding and reserved ids.
   std::vector<SourceBytes> sources() const;
 
@@ -122,13 +120,10 @@ class FrameDemultiplexer {
   std::uint64_t input_bytes_ = 0;
   std::uint64_t stream_bytes_ = 0;
   std::uint64_t frames_cut_ = 0;
-  std::uint64_t announcements_ = 0;
-  std::uint64_t reserved_announcements_ = 0;
+  std::uint64_t id_changes_ = 0;
+  std::uint64_t reserved_id_changes_ = 0;
   std::array<std::uint64_t, kUnknownSource + 1> source_bytes_{};
 };
-
-/// The sources that the frames in `bytes` hold.
-std::vector<SourceBytes> scan_sources(std::span<const std::uint8_t> bytes);
 
 /// Whether `bytes`, the head of an input, hold an ASYNC and the VERSION behind it.
 bool looks_like_stp(std::span<const std::uint8_t> bytes);

@@ -20,7 +20,7 @@ FrameWriter::Even FrameWriter::data(std::uint8_t byte) {
   return {static_cast<std::uint8_t>(byte & 0xFE), (byte & 1) != 0};
 }
 
-FrameWriter::Even FrameWriter::announcement(std::uint8_t id, bool is_late) {
+FrameWriter::Even FrameWriter::id_change(std::uint8_t id, bool is_late) {
   return {static_cast<std::uint8_t>(id << 1 | 1), is_late};
 }
 
@@ -28,9 +28,9 @@ void FrameWriter::write(std::uint8_t id, std::span<const std::uint8_t> bytes) {
   for (const std::uint8_t byte : bytes) write_byte(id, byte);
 }
 
-bool FrameWriter::must_announce(std::uint8_t id) {
+bool FrameWriter::must_write_id(std::uint8_t id) {
   if (id != current_) return true;
-  return is_due(frames_, options_.announce_every) && announced_frame_ != frames_;
+  return is_due(frames_, options_.repeat_id_every) && newest_id_frame_ != frames_;
 }
 
 void FrameWriter::write_byte(std::uint8_t id, std::uint8_t byte) {
@@ -38,13 +38,13 @@ void FrameWriter::write_byte(std::uint8_t id, std::uint8_t byte) {
     const std::uint8_t before = *std::exchange(waiting_, std::nullopt);
     if (id == current_) return put(data(before), byte);
     current_ = id;
-    put(announcement(id, true), before);
+    put(id_change(id, true), before);
   }
-  if (must_announce(id)) {
+  if (must_write_id(id)) {
     current_ = id;
-    announced_frame_ = frames_;
-    if (place_ < kLastPlace) return put(announcement(id, false), byte);
-    put_last(announcement(id, false));
+    newest_id_frame_ = frames_;
+    if (place_ < kLastPlace) return put(id_change(id, false), byte);
+    put_last(id_change(id, false));
   }
   if (place_ == kLastPlace) return put_last(data(byte));
   waiting_ = byte;
@@ -53,12 +53,12 @@ void FrameWriter::write_byte(std::uint8_t id, std::uint8_t byte) {
 void FrameWriter::finish() {
   if (place_ == 0 && !waiting_) return;
   if (waiting_) {
-    put(announcement(kPaddingSource, true), *std::exchange(waiting_, std::nullopt));
-    current_ = kPaddingSource;
+    put(id_change(kNullTraceId, true), *std::exchange(waiting_, std::nullopt));
+    current_ = kNullTraceId;
   }
   while (place_ != 0) {
-    const Even even = current_ == kPaddingSource ? data(0) : announcement(kPaddingSource, false);
-    current_ = kPaddingSource;
+    const Even even = current_ == kNullTraceId ? data(0) : id_change(kNullTraceId, false);
+    current_ = kNullTraceId;
     if (place_ == kLastPlace) return put_last(even);
     put(even, 0);
   }
@@ -82,10 +82,10 @@ void FrameWriter::put_last(const Even& even) {
 }
 
 void FrameWriter::end_frame() {
-  if (is_due(frames_, options_.sync_word_every)) {
+  if (is_due(frames_, options_.frame_sync_every)) {
     bytes_.insert(bytes_.end(), kSyncWord.begin(), kSyncWord.end());
   }
-  if (is_due(frames_, options_.half_word_every)) {
+  if (is_due(frames_, options_.halfword_sync_every)) {
     bytes_.insert(bytes_.end(), kHalfWord.begin(), kHalfWord.end());
   }
   bytes_.insert(bytes_.end(), frame_.begin(), frame_.end());

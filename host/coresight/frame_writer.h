@@ -13,11 +13,11 @@ namespace qbt2 {
 
 class FrameWriter {
  public:
-  /// As of a continuous stream. Counted in frames; 0 is never.
+  /// What a continuous stream contains besides data. Counted in frames; 0: never.
   struct Options {
-    unsigned sync_word_every = 0;  ///< a synchronisation word before every n-th frame
-    unsigned half_word_every = 0;  ///< a half-word of idle time before every n-th frame
-    unsigned announce_every = 0;   ///< the current id again in every n-th frame
+    unsigned frame_sync_every = 0;     ///< a frame synchronization packet before every n-th
+    unsigned halfword_sync_every = 0;  ///< a halfword synchronization packet before every n-th
+    unsigned repeat_id_every = 0;      ///< the current ID again in every n-th frame
   };
 
   FrameWriter() = default;
@@ -39,10 +39,10 @@ class FrameWriter {
     bool flag = false;
   };
   static Even data(std::uint8_t byte);
-  static Even announcement(std::uint8_t id, bool is_late);
+  static Even id_change(std::uint8_t id, bool is_late);
 
   void write_byte(std::uint8_t id, std::uint8_t byte);
-  bool must_announce(std::uint8_t id);
+  bool must_write_id(std::uint8_t id);
   void put(const Even& even, std::uint8_t odd);
   void put_last(const Even& even);
   void end_frame();
@@ -50,8 +50,8 @@ class FrameWriter {
   Options options_;
   std::vector<std::uint8_t> bytes_;
   std::uint64_t frames_ = 0;
-  std::uint64_t announced_frame_ = ~std::uint64_t{0};
-  std::uint8_t current_ = kPaddingSource;
+  std::uint64_t newest_id_frame_ = ~std::uint64_t{0};
+  std::uint8_t current_ = kNullTraceId;
   std::array<std::uint8_t, kFrameBytes> frame_{};
   std::size_t place_ = 0;  // the next even place
   // A byte of the current source for that place; what stands there depends on the next byte.

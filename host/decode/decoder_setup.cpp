@@ -5,6 +5,7 @@
 
 #include "host/base/error.h"
 #include "host/base/input_file.h"
+#include "host/base/trace_id.h"
 #include "host/tdf/usecase_check.h"
 #include "platforms/source/trace/device_config_manager_stm.h"
 
@@ -12,7 +13,6 @@ namespace qbt2 {
 namespace {
 
 constexpr const char* kSettingsDirectoryVariable = "KZ_TRACE_SETTINGS_DIR";
-constexpr std::uint64_t kLargestAtbId = 0x7F;
 /// The name handed along with the device's, as the tool's configuration of that device.
 constexpr const char* kSecondName = "QBT2";
 
@@ -98,7 +98,8 @@ std::optional<std::uint8_t> DecoderSetup::atb_id() const {
   if (!session_.settings().find("ATBID", setting)) return std::nullopt;
   char* end = nullptr;
   const unsigned long value = std::strtoul(setting.value.c_str(), &end, 0);
-  if (end == setting.value.c_str() || value == 0 || value > kLargestAtbId) return std::nullopt;
+  if (end == setting.value.c_str() || value == 0 || value > kLargestAcceptedTraceId)
+    return std::nullopt;
   return static_cast<std::uint8_t>(value);
 }
 

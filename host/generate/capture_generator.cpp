@@ -6,7 +6,7 @@
 
 #include "host/base/error.h"
 #include "host/capture/sample_batch.h"
-#include "host/coresight/source_mixer.h"
+#include "host/coresight/trace_funnel.h"
 #include "host/generate/capture_damage.h"
 
 namespace qbt2 {
@@ -89,8 +89,8 @@ CaptureGenerator::CaptureGenerator(const GeneratorOptions& options)
   if (options.messages == 0 && options.bytes == 0) {
     refuse("a capture needs an end: messages or bytes");
   }
-  if (options.atb_id == 0 || options.atb_id > kLargestSourceId) {
-    refuse("the ATB id must be from 1 to " + std::to_string(kLargestSourceId));
+  if (options.atb_id == 0 || options.atb_id > kLargestTraceId) {
+    refuse("the ATB id must be from 1 to " + std::to_string(kLargestTraceId));
   }
   if (options.other_sources > kMostOtherSources) {
     refuse("at most " + std::to_string(kMostOtherSources) + " other sources");
@@ -143,9 +143,9 @@ void CaptureGenerator::run_stp(const Sink& sink, const Witness& witness) {
   StpMessageEncoder encoder(encoding_of(options_));
   const bool framed = options_.format == CaptureFormat::kFrames;
   const std::size_t piece_bytes = framed ? kFramesPieceBytes : kPieceBytes;
-  SourceMixer mixer(options_.atb_id, options_.other_sources, ~options_.traffic.seed);
+  TraceFunnel funnel(options_.atb_id, options_.other_sources, ~options_.traffic.seed);
   const auto wrap = [&](std::vector<std::uint8_t> stp) {
-    return framed ? mixer.mix(stp) : std::move(stp);
+    return framed ? funnel.mix(stp) : std::move(stp);
   };
   while (!enough(output.bytes() + encoder.bytes_waiting())) {
     const TrafficMessage message = next_message();
@@ -159,7 +159,7 @@ void CaptureGenerator::run_stp(const Sink& sink, const Witness& witness) {
   }
   encoder.finish();
   output.write(wrap(encoder.take()), summary_.messages);
-  output.finish(framed ? mixer.finish() : std::vector<std::uint8_t>(), summary_);
+  output.finish(framed ? funnel.finish() : std::vector<std::uint8_t>(), summary_);
 }
 
 std::string CaptureGenerator::settings() const {

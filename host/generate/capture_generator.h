@@ -6,8 +6,8 @@
 #include <span>
 #include <string>
 
-#include "host/capture/capture_reader.h"
-#include "host/coresight/source_mixer.h"
+#include "host/capture/capture_format.h"
+#include "host/coresight/trace_funnel.h"
 #include "host/generate/stp_message_encoder.h"
 #include "host/generate/traffic_model.h"
 
@@ -28,7 +28,7 @@ struct GeneratorOptions {
   StpEncoding encoding;
   bool frequency_packet = true;
   std::uint32_t damaged_places = 0;
-  std::uint8_t atb_id = 0x10;       ///< frames: 1 to kLargestSourceId
+  std::uint8_t atb_id = 0x10;       ///< frames: 1 to kLargestTraceId
   std::uint32_t other_sources = 0;  ///< frames: sources of other data between ours, at most
                                     ///< kMostOtherSources
 };

@@ -6,14 +6,14 @@
 #include <vector>
 
 #include "host/base/text_lines.h"
+#include "host/base/trace_id.h"
 #include "host/tdf/usecase_check.h"
 
 namespace qbt2 {
 namespace {
 
 constexpr std::size_t kMostKeys = 1'000'000;
-constexpr std::uint64_t kLargestKind = 7;      // data types and data formats
-constexpr std::uint64_t kLargestAtbId = 0x7F;  // ids on the trace bus have seven bits
+constexpr std::uint64_t kLargestKind = 7;  // data types and data formats
 
 /// Tells what is wrong with the lines of one text.
 class LineChecker {
@@ -67,7 +67,7 @@ std::string quoted(std::string_view text) {
 std::string decoder_value_fault(std::string_view key, std::string_view value) {
   if (key == "DECODER") return {};  // an empty one reads as empty
   const bool is_id = key == "ATBID";
-  const std::uint64_t limit = is_id ? kLargestAtbId : kLargestKind;
+  const std::uint64_t limit = is_id ? kLargestAcceptedTraceId : kLargestKind;
   if (whole_number(value, 10, limit)) return {};
   return std::string(key).append(" is no decimal number from 0 to ").append(std::to_string(limit));
 }

@@ -10,6 +10,7 @@
 #include <thread>
 
 #include "host/base/error.h"
+#include "host/capture/open_capture.h"
 #include "host/generate/capture_generator.h"
 #include "tests/support/test_folder.h"
 

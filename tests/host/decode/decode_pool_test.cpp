@@ -5,6 +5,7 @@
 
 #include <stdexcept>
 
+#include "host/capture/open_capture.h"
 #include "host/generate/capture_generator.h"
 #include "tests/support/sample_bytes.h"
 #include "tests/support/test_folder.h"

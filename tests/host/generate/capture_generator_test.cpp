@@ -12,6 +12,7 @@
 
 #include "host/base/error.h"
 #include "host/base/seeded_random.h"
+#include "host/capture/open_capture.h"
 #include "host/generate/bus_message.h"
 #include "host/generate/capture_damage.h"
 #include "tests/support/test_folder.h"

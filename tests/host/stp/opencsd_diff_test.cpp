@@ -154,7 +154,9 @@ class RealCapture : public testing::TestWithParam<Capture> {
 TEST_P(RealCapture, ListsAsLibopencsdDoes) {
   const Bytes bytes = read();
   if (bytes.empty()) GTEST_SKIP() << "no " << GetParam().file << " in " << QBT2_SHARED_DATA_DIR;
-  const std::vector<SourceBytes> sources = scan_sources(bytes);
+  FrameDemultiplexer frames;
+  frames.push(bytes, [](std::span<const std::uint8_t>, std::uint64_t) {});
+  const std::vector<SourceBytes> sources = frames.sources();
   ASSERT_EQ(sources.size(), 1U);
   EXPECT_EQ(sources[0].id, GetParam().source);
   EXPECT_TRUE(looks_like_frames(bytes));

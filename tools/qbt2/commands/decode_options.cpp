@@ -7,6 +7,7 @@
 #include <thread>
 
 #include "host/base/error.h"
+#include "host/base/trace_id.h"
 #include "host/decode/decoder_library.h"
 #include "tools/qbt2/cli/command.h"
 #include "tools/qbt2/cli/numbers.h"
@@ -15,7 +16,6 @@
 namespace qbt2::tool {
 namespace {
 
-constexpr std::uint64_t kLargestAtbId = 0x7F;
 constexpr std::uint64_t kLargestMaster = 0xFFFF;
 constexpr std::uint64_t kMostThreads = 256;
 
@@ -119,8 +119,8 @@ DecodeOptions DecodeOptions::from(const DecodeArguments& arguments) {
   options.input = by_name<CaptureFormat, kCaptureFormatCount>(arguments.input, capture_format_name);
   options.capture.framing = by_name<Framing, kFramingCount>(arguments.framing, framing_name);
   if (!arguments.atb_id.empty()) {
-    options.capture.source_id =
-        static_cast<std::uint8_t>(parse_number("--atb-id", arguments.atb_id, kLargestAtbId));
+    options.capture.source_id = static_cast<std::uint8_t>(
+        parse_number("--atb-id", arguments.atb_id, kLargestAcceptedTraceId));
     refuse(options.capture.source_id == 0, "--atb-id: 0 is padding, not a source");
   }
   options.capture.masters = parse_masters(arguments.masters);

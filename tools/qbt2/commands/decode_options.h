@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "host/capture/capture_reader.h"
+#include "host/capture/open_capture.h"
 
 /// The options of `qbt2 decode`: as typed, and as meant.
 namespace qbt2::tool {

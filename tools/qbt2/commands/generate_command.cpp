@@ -148,7 +148,7 @@ GeneratorOptions to_options(const GenerateArguments& arguments) {
       static_cast<std::uint32_t>(parse_number("--damage", arguments.damage, kMostDamagedPlaces));
   if (!arguments.atb_id.empty()) {
     options.atb_id =
-        static_cast<std::uint8_t>(parse_number("--atb-id", arguments.atb_id, kLargestSourceId));
+        static_cast<std::uint8_t>(parse_number("--atb-id", arguments.atb_id, kLargestTraceId));
   }
   options.other_sources = static_cast<std::uint32_t>(
       parse_number("--other-sources", arguments.other_sources, kMostOtherSources));

@@ -13,7 +13,7 @@
 #include "host/base/input_file.h"
 #include "host/base/text_lines.h"
 #include "host/capture/capture_info.h"
-#include "host/capture/capture_reader.h"
+#include "host/capture/capture_format.h"
 #include "host/device/device_description.h"
 #include "host/device/device_session.h"
 #include "host/tdf/section_text_check.h"

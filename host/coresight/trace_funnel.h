@@ -11,12 +11,11 @@
 /// trace funnel mixes them. For synthetic captures. One thread.
 namespace qbt2 {
 
-inline constexpr std::uint8_t kLargestSourceId = 0x6F;  ///< the ids above are reserved
 inline constexpr std::uint32_t kMostOtherSources = 8;
 
-class SourceMixer {
+class TraceFunnel {
  public:
-  SourceMixer(std::uint8_t own_id, std::uint32_t other_sources, std::uint64_t seed);
+  TraceFunnel(std::uint8_t own_id, std::uint32_t other_sources, std::uint64_t seed);
 
   /// The frames that `stream`, the next piece of our own, completes.
   std::vector<std::uint8_t> mix(std::span<const std::uint8_t> stream);

@@ -1,4 +1,4 @@
-#include "host/coresight/source_mixer.h"
+#include "host/coresight/trace_funnel.h"
 
 #include <algorithm>
 
@@ -8,21 +8,21 @@ namespace {
 
 /// Often enough that a reader that lost its place among damaged frames soon has it again.
 constexpr FrameWriter::Options kFrameOptions = {
-    .sync_word_every = 64, .half_word_every = 0, .announce_every = 16};
+    .frame_sync_every = 64, .halfword_sync_every = 0, .repeat_id_every = 16};
 constexpr std::uint32_t kShortestRun = 16;
 constexpr std::uint32_t kLongestRun = 400;
 constexpr std::uint32_t kLongestOtherRun = 120;
 
 }  // namespace
 
-SourceMixer::SourceMixer(std::uint8_t own_id, std::uint32_t other_sources, std::uint64_t seed)
+TraceFunnel::TraceFunnel(std::uint8_t own_id, std::uint32_t other_sources, std::uint64_t seed)
     : writer_(kFrameOptions), own_id_(own_id), random_(seed) {
   for (std::uint8_t id = 1; other_ids_.size() < other_sources; ++id) {
     if (id != own_id) other_ids_.push_back(id);
   }
 }
 
-std::vector<std::uint8_t> SourceMixer::mix(std::span<const std::uint8_t> stream) {
+std::vector<std::uint8_t> TraceFunnel::mix(std::span<const std::uint8_t> stream) {
   if (other_ids_.empty()) {
     writer_.write(own_id_, stream);
     return writer_.take();
@@ -40,14 +40,14 @@ std::vector<std::uint8_t> SourceMixer::mix(std::span<const std::uint8_t> stream)
   return writer_.take();
 }
 
-void SourceMixer::append_other() {
+void TraceFunnel::append_other() {
   const std::size_t whose = random_.below(static_cast<std::uint32_t>(other_ids_.size()));
   std::vector<std::uint8_t> bytes(1 + random_.below(kLongestOtherRun));
   for (std::uint8_t& byte : bytes) byte = static_cast<std::uint8_t>(random_.below(256));
   writer_.write(other_ids_[whose], bytes);
 }
 
-std::vector<std::uint8_t> SourceMixer::finish() {
+std::vector<std::uint8_t> TraceFunnel::finish() {
   writer_.finish();
   return writer_.take();
 }

@@ -1,0 +1,51 @@
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <span>
+
+#include "host/capture/capture_reader.h"
+#include "host/capture/framing_chooser.h"
+#include "host/stp/stp_reader.h"
+
+namespace qbt2 {
+
+/// STP stream in, samples of its complete messages out: the STP reader and the message assembler
+/// joined, with the counts and callbacks of a capture. Shared by the readers of plain STP and of
+/// formatter frames. One stream, one thread.
+class StpMessageReader {
+ public:
+  /// `offsets`, not owned, maps the stream to the input; null when the stream is the input.
+  StpMessageReader(const CaptureOptions& options, StreamOffsets* offsets);
+
+  void push(std::span<const std::uint8_t> stream_bytes, SampleBatch& batch);
+  /// The stream has ended; messages that end with it are appended to `batch`.
+  void finish(SampleBatch& batch);
+  /// Adds what the stream held to `counts`.
+  void add_to(CaptureCounts& counts) const;
+
+ private:
+  void report_choice();
+
+  /// Sink of the reader: the assembler, and a word to the user about damage.
+  struct Sink {
+    FramingChooser chooser;
+    const CaptureOptions* options;
+    StreamOffsets* offsets;
+    std::uint64_t async_packets = 0;
+
+    void on_packet(const StpPacket& packet) {
+      if (packet.kind == StpKind::kAsync) ++async_packets;
+      chooser.on_packet(packet);
+    }
+    void on_sync_lost(std::uint64_t byte_offset, StpSyncLoss reason);
+    void on_skipped(const StpSkippedRange& range) { chooser.on_skipped(range); }
+  };
+
+  CaptureOptions options_;
+  StpReader reader_;
+  Sink sink_;
+  bool choice_reported_ = false;
+};
+
+}  // namespace qbt2
