@@ -1,6 +1,7 @@
 #pragma once
 
 #include <bitset>
+#include <cstddef>
 #include <cstdint>
 #include <map>
 #include <string_view>
@@ -17,6 +18,9 @@ enum class Framing : std::uint8_t {
   kMarkerFirst,    ///< a marked data packet and the words up to the next marked one or a FLAG
 };
 inline constexpr int kFramingCount = 4;
+
+/// Words that a message may have; a longer one is counted by its length and dropped.
+inline constexpr std::size_t kLongestMessageWords = 64;
 
 /// "flag", "marker-last", "timestamp-last", "marker-first".
 std::string_view framing_name(Framing framing);

@@ -15,8 +15,6 @@
 /// plug-in's sample. Sink of the STP reader; one stream, one thread, bounded memory.
 namespace qbt2 {
 
-/// Words that a message may have; a longer one is counted by its length and dropped.
-inline constexpr std::size_t kLongestMessageWords = 64;
 /// Sources (master, channel) remembered at a time. One more takes the place of another one, whose
 /// open words are then incomplete, so that a stream of nonsense cannot fill the memory.
 inline constexpr std::size_t kMostSources = 16384;
