@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
+#include <string>
 
 /// Numbers as digits, written straight into a caller's characters: what formatters spend most of
 /// their time on, so without locale, allocation or a division for each digit. Any thread.
@@ -116,6 +117,18 @@ inline char* write_hex(char* at, std::uint64_t value, std::size_t min_digits = 1
   char* const end = at + (needed < min_digits ? min_digits : needed);
   for (char* digit = end; digit != at; value >>= 4) *--digit = "0123456789abcdef"[value & 0xF];
   return end;
+}
+
+inline void append_hex(std::string& text, std::uint64_t value, std::size_t min_digits = 1) {
+  std::array<char, kMaxNumberChars> digits;
+  text.append(digits.data(), write_hex(digits.data(), value, min_digits));
+}
+
+/// The same with the prefix 0x.
+inline std::string hex_text(std::uint64_t value, std::size_t min_digits = 1) {
+  std::string text = "0x";
+  append_hex(text, value, min_digits);
+  return text;
 }
 
 }  // namespace qbt2

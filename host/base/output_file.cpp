@@ -7,7 +7,6 @@
 
 #include <atomic>
 #include <cerrno>
-#include <charconv>
 #include <cstdio>
 #include <filesystem>
 #include <optional>
@@ -15,6 +14,7 @@
 #include <utility>
 
 #include "host/base/error.h"
+#include "host/base/parse_number.h"
 
 namespace qbt2 {
 namespace {
@@ -34,10 +34,8 @@ std::optional<int> descriptor_named_by(const std::string& path) {
   if (path == "/dev/stderr") return STDERR_FILENO;
   for (const std::string_view prefix : {"/dev/fd/", "/proc/self/fd/"}) {
     if (!path.starts_with(prefix)) continue;
-    int number = -1;
-    const char* const end = path.data() + path.size();
-    const auto parsed = std::from_chars(path.data() + prefix.size(), end, number);
-    if (parsed.ec == std::errc() && parsed.ptr == end && number >= 0) return number;
+    const auto number = parse_decimal<int>(std::string_view(path).substr(prefix.size()));
+    if (number && *number >= 0) return *number;
   }
   return std::nullopt;
 }

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <charconv>
 #include <cstdio>
 #include <cstring>
 #include <filesystem>
@@ -12,6 +11,7 @@
 #include <system_error>
 
 #include "host/base/error.h"
+#include "host/base/parse_number.h"
 
 namespace qbt2 {
 namespace {
@@ -111,18 +111,6 @@ class StrictChecker final : public nlohmann::json_sax<Json> {
 };
 
 using File = std::unique_ptr<std::FILE, int (*)(std::FILE*)>;
-
-template <class Number>
-bool parse_all(std::string_view text, int base, Number& number) {
-  const char* end = text.data() + text.size();
-  const auto [stop, error] = std::from_chars(text.data(), end, number, base);
-  return error == std::errc() && stop == end;
-}
-
-bool parse_number_text(std::string_view text, std::uint64_t& number) {
-  const bool hexadecimal = text.starts_with("0x") || text.starts_with("0X");
-  return hexadecimal ? parse_all(text.substr(2), 16, number) : parse_all(text, 10, number);
-}
 
 }  // namespace
 
@@ -225,7 +213,9 @@ std::uint64_t JsonNode::number(std::uint64_t max) const {
   if (value_->is_number_unsigned()) {
     number = value_->get<std::uint64_t>();
   } else if (value_->is_string()) {
-    if (!parse_number_text(line(), number)) fail("is not a decimal or 0x hexadecimal number");
+    const auto parsed = parse_decimal_or_hex(line());
+    if (!parsed) fail("is not a decimal or 0x hexadecimal number");
+    number = *parsed;
   } else if (value_->is_number()) {
     fail("must be a whole number from 0 to " + std::to_string(max));
   } else {

@@ -1,27 +1,24 @@
 #include "host/capture/frames_capture.h"
 
 #include <algorithm>
-#include <array>
-#include <cstdio>
 #include <string>
 
 #include "host/base/error.h"
+#include "host/base/number_text.h"
 #include "host/coresight/trace_sources.h"
 
 namespace qbt2 {
 namespace {
 
-std::string hex(std::uint8_t id) {
-  std::array<char, 8> text{};
-  std::snprintf(text.data(), text.size(), "0x%02x", static_cast<unsigned>(id));
-  return text.data();
+std::string shown_id(std::uint8_t id) {
+  return hex_text(id, 2);
 }
 
 std::string list_of(const std::vector<SourceBytes>& sources) {
   std::string text;
   for (const SourceBytes& source : sources) {
     if (!text.empty()) text += ", ";
-    text += hex(source.id);
+    text += shown_id(source.id);
   }
   return text;
 }
@@ -48,7 +45,8 @@ std::uint8_t choose_source(InputFile& input, const CaptureOptions& options) {
   }
   const std::uint8_t source = sources.front().id;
   if (all.size() > 1 && options.on_notice) {
-    options.on_notice("decoding source " + hex(source) + "; " + std::to_string(all.size() - 1) +
+    options.on_notice("decoding source " + shown_id(source) + "; " +
+                      std::to_string(all.size() - 1) +
                       " other ids have less than 1 % of its data each and are taken for damage");
   }
   return source;
@@ -86,9 +84,9 @@ void FramesCaptureReader::finish(SampleBatch& batch) {
   if (frames_.stream_bytes() != 0 || frames_.input_bytes() == 0 || !options_.on_notice) return;
   const std::vector<SourceBytes> others = frames_.sources();
   const std::string there = others.empty() ? "no source at all" : list_of(others);
-  options_.on_notice(source_ == kNullTraceId
-                         ? std::string("the frames hold no source at all")
-                         : "the frames hold no byte of source " + hex(source_) + ", but " + there);
+  options_.on_notice(source_ == kNullTraceId ? std::string("the frames hold no source at all")
+                                             : "the frames hold no byte of source " +
+                                                   shown_id(source_) + ", but " + there);
 }
 
 void FramesCaptureReader::report_cut_frames() const {

@@ -5,7 +5,9 @@
 
 #include "host/base/error.h"
 #include "host/base/input_file.h"
+#include "host/base/parse_number.h"
 #include "host/base/trace_id.h"
+#include "host/tdf/trace_file.h"
 #include "host/tdf/usecase_check.h"
 #include "platforms/source/trace/device_config_manager_stm.h"
 
@@ -51,9 +53,7 @@ void refuse_pipe(const std::filesystem::path& path) {
 bool is_trace_data_file(const std::filesystem::path& path) {
   refuse_pipe(path);
   InputFile file(path.string());
-  const auto head = file.peek(sizeof(std::uint32_t));
-  constexpr std::string_view kIdentifier = "TDF2";
-  return std::equal(head.begin(), head.end(), kIdentifier.begin(), kIdentifier.end());
+  return is_trace_data(file.peek(sizeof(std::uint32_t)));
 }
 
 }  // namespace
@@ -96,11 +96,9 @@ void DecoderSetup::apply(Kz::Dvt::Trace::CDecoderUnitIF& unit) {
 std::optional<std::uint8_t> DecoderSetup::atb_id() const {
   DescribedSetting setting;
   if (!session_.settings().find("ATBID", setting)) return std::nullopt;
-  char* end = nullptr;
-  const unsigned long value = std::strtoul(setting.value.c_str(), &end, 0);
-  if (end == setting.value.c_str() || value == 0 || value > kLargestAcceptedTraceId)
-    return std::nullopt;
-  return static_cast<std::uint8_t>(value);
+  const auto id = parse_c_number(setting.value, kLargestAcceptedTraceId);
+  if (!id || *id == 0) return std::nullopt;
+  return static_cast<std::uint8_t>(*id);
 }
 
 std::vector<std::string> DecoderSetup::warnings() const {

@@ -2,12 +2,12 @@
 
 #include <algorithm>
 #include <array>
-#include <charconv>
 #include <cstdint>
 #include <optional>
 #include <system_error>
 #include <utility>
 
+#include "host/base/parse_number.h"
 #include "host/base/strict_json.h"
 
 namespace qbt2 {
@@ -56,27 +56,19 @@ std::string value_text(const JsonNode& node) {
   return node.line();
 }
 
-template <class Number>
-bool is_number(const std::string& text) {
-  Number number = 0;
-  const char* end = text.data() + text.size();
-  const auto [stop, error] = std::from_chars(text.data(), end, number);
-  return error == std::errc() && stop == end;
-}
-
 /// Whether the configuration manager can convert the text, which it reads as plain decimal.
 bool suits_kind(const std::string& text, eSessionPropertyKind kind) {
   switch (kind) {
     case EktTrace::eSessionBoolean:
       return text == "0" || text == "1";
     case EktTrace::eSessionSigned32:
-      return is_number<std::int32_t>(text);
+      return bool{parse_decimal<std::int32_t>(text)};
     case EktTrace::eSessionUnsigned32:
-      return is_number<std::uint32_t>(text);
+      return bool{parse_decimal<std::uint32_t>(text)};
     case EktTrace::eSessionSigned64:
-      return is_number<std::int64_t>(text);
+      return bool{parse_decimal<std::int64_t>(text)};
     case EktTrace::eSessionUnsigned64:
-      return is_number<std::uint64_t>(text);
+      return bool{parse_decimal<std::uint64_t>(text)};
     case EktTrace::eSessionText:
       return true;
   }

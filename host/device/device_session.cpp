@@ -1,28 +1,12 @@
 #include "host/device/device_session.h"
 
 #include <algorithm>
-#include <charconv>
-#include <string_view>
-#include <system_error>
+
+#include "host/base/use_case_setting.h"
 
 #include "host/base/error.h"
 
 namespace qbt2 {
-namespace {
-
-constexpr std::string_view kMasterPrefix = "QBT2_";
-
-/// True when the name is the one that the decoder builds for `id`: the prefix and plain decimal.
-bool parse_master_setting(const std::string& name, std::uint32_t& id) {
-  if (!name.starts_with(kMasterPrefix)) return false;
-  const char* begin = name.data() + kMasterPrefix.size();
-  const char* end = name.data() + name.size();
-  const auto [stop, error] = std::from_chars(begin, end, id);
-  const bool leading_zero = end - begin > 1 && *begin == '0';
-  return error == std::errc() && stop == end && !leading_zero;
-}
-
-}  // namespace
 
 bool SessionSettings::ReadSetting(const std::string& name, std::string& value, std::string& error) {
   DescribedSetting setting;
@@ -82,8 +66,7 @@ void DeviceSession::write_settings(const std::map<std::string, std::string>& set
 std::vector<std::uint32_t> DeviceSession::master_ids() const {
   std::vector<std::uint32_t> ids;
   for (const auto& [name, value] : settings_.values()) {
-    std::uint32_t id = 0;
-    if (parse_master_setting(name, id)) ids.push_back(id);
+    if (const auto id = use_case_master(name)) ids.push_back(*id);
   }
   std::sort(ids.begin(), ids.end());
   return ids;

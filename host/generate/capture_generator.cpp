@@ -5,6 +5,8 @@
 #include <utility>
 
 #include "host/base/error.h"
+#include "host/base/number_text.h"
+#include "host/base/use_case_setting.h"
 #include "host/capture/sample_batch.h"
 #include "host/coresight/trace_funnel.h"
 #include "host/generate/capture_damage.h"
@@ -71,15 +73,6 @@ class Output {
   std::uint64_t bytes_ = 0;
   std::uint64_t bytes_out_ = 0;
 };
-
-std::string hexadecimal(std::uint64_t value) {
-  std::string digits;
-  do {
-    digits.insert(digits.begin(), "0123456789abcdef"[value & 0xF]);
-    value >>= 4;
-  } while (value != 0);
-  return "0x" + digits;
-}
 
 }  // namespace
 
@@ -174,8 +167,8 @@ std::string CaptureGenerator::settings() const {
     text += "ATBID=" + std::to_string(options_.atb_id) + "\n";
   }
   for (const TrafficModel::Master& master : model_.masters()) {
-    text += "QBT2_" + std::to_string(master.id) + "=" + master.name + ";1;" +
-            hexadecimal(model_.sampling_period()) + ";0;0;0;0;0;0;0;0;0;0;0x1;0\n";
+    text += use_case_setting_name(master.id) + "=" + master.name + ";1;" +
+            hex_text(model_.sampling_period()) + ";0;0;0;0;0;0;0;0;0;0;0x1;0\n";
   }
   return text;
 }

@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "host/base/error.h"
+#include "host/base/text_parts.h"
 
 namespace qbt2 {
 namespace {
@@ -36,13 +37,6 @@ std::size_t edit_distance(std::string_view a, std::string_view b) {
     }
   }
   return line.back();
-}
-
-std::string_view trim(std::string_view text) {
-  constexpr std::string_view kBlanks = " \t";
-  const std::size_t first = text.find_first_not_of(kBlanks);
-  if (first == std::string_view::npos) return {};
-  return text.substr(first, text.find_last_not_of(kBlanks) - first + 1);
 }
 
 [[noreturn]] void throw_unknown(const ColumnCatalogue& catalogue, std::string_view name) {
@@ -98,15 +92,13 @@ std::vector<FieldIndex> all_fields(const ColumnCatalogue& catalogue) {
 
 std::vector<FieldIndex> parse_field_list(const ColumnCatalogue& catalogue, std::string_view list) {
   std::vector<FieldIndex> fields;
-  for (std::size_t begin = 0; begin <= list.size();) {
-    const std::size_t end = std::min(list.find(',', begin), list.size());
-    const FieldIndex field = find_field(catalogue, trim(list.substr(begin, end - begin)));
+  for (const std::string_view name : split(list, ',')) {
+    const FieldIndex field = find_field(catalogue, trimmed(name));
     if (std::find(fields.begin(), fields.end(), field) != fields.end()) {
       throw Error(ErrorCode::kUsage,
                   "column '" + std::string(field_name(catalogue, field)) + "' is named twice");
     }
     fields.push_back(field);
-    begin = end + 1;
   }
   return fields;
 }

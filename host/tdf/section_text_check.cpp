@@ -5,7 +5,8 @@
 #include <set>
 #include <vector>
 
-#include "host/base/text_lines.h"
+#include "host/base/parse_number.h"
+#include "host/base/text_parts.h"
 #include "host/base/trace_id.h"
 #include "host/tdf/usecase_check.h"
 
@@ -68,7 +69,7 @@ std::string decoder_value_fault(std::string_view key, std::string_view value) {
   if (key == "DECODER") return {};  // an empty one reads as empty
   const bool is_id = key == "ATBID";
   const std::uint64_t limit = is_id ? kLargestAcceptedTraceId : kLargestKind;
-  if (whole_number(value, 10, limit)) return {};
+  if (parse_decimal(value, limit)) return {};
   return std::string(key).append(" is no decimal number from 0 to ").append(std::to_string(limit));
 }
 
@@ -98,16 +99,6 @@ constexpr std::array<DeviceKeyword, 8> kDeviceKeywords = {{{"EMU", ""},
                                                            {"TRACEID", "nt"},
                                                            {"PROCMAP", "tne"}}};
 
-std::vector<std::string_view> split(std::string_view text, char separator) {
-  std::vector<std::string_view> parts;
-  for (;;) {
-    const std::size_t end = text.find(separator);
-    parts.push_back(text.substr(0, end));
-    if (end == std::string_view::npos) return parts;
-    text.remove_prefix(end + 1);
-  }
-}
-
 std::string record_fault(std::string_view record, std::string_view kinds) {
   const std::vector<std::string_view> fields = split(record, '$');
   const std::string shown = "the record '" + std::string(record) + "' ";
@@ -116,7 +107,7 @@ std::string record_fault(std::string_view record, std::string_view kinds) {
            std::to_string(kinds.size());
   }
   for (std::size_t i = 0; i < fields.size(); ++i) {
-    if (kinds[i] == 'n' && !decimal_or_hex(trimmed(fields[i]), UINT32_MAX)) {
+    if (kinds[i] == 'n' && !parse_decimal_or_hex(trimmed(fields[i]), UINT32_MAX)) {
       return shown + "has no number where one should be";
     }
     if (kinds[i] == 'e' && !fields[i].empty()) return shown + "does not end in an empty field";
@@ -138,7 +129,7 @@ void check_records(const TextLine& line, std::string_view kinds, const LineCheck
 void check_device_ids(const TextLine& line, const LineChecker& lines) {
   if (line.value().empty()) return;
   for (const std::string_view item : split(line.value(), ',')) {
-    if (decimal_or_hex(trimmed(item), UINT32_MAX)) continue;
+    if (parse_decimal_or_hex(trimmed(item), UINT32_MAX)) continue;
     lines.fault(line, "the device id '" + std::string(item) + "' is no number");
   }
 }

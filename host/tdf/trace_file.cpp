@@ -68,6 +68,12 @@ std::string list_of(const std::vector<TraceSection>& sections) {
 
 }  // namespace
 
+bool is_trace_data(std::span<const std::uint8_t> start) {
+  const auto& identifier = Kz::Dvt::Trace::TdfFormat::kIdentifier;
+  return start.size() >= identifier.size() &&
+         std::equal(identifier.begin(), identifier.end(), start.begin());
+}
+
 SectionContent section_content(const TraceSection& section) {
   const KnownSection* const known = known_by_name(section.name);
   const bool fits = known != nullptr && known->kind.version == section.version;

@@ -25,6 +25,9 @@ using TraceSection = Kz::Dvt::Trace::TdfSectionInfo;
 enum class SectionContent : std::uint8_t { kUnknown, kTraceHeader, kDecoder, kDevice, kSettings };
 SectionContent section_content(const TraceSection& section);
 
+/// Whether a file that starts with these bytes (four are enough) is a trace data file.
+bool is_trace_data(std::span<const std::uint8_t> start);
+
 class TraceFile {
  public:
   /// Walks over the file. Throws Error(kInput) when it cannot be opened or read or is no regular

@@ -5,7 +5,8 @@
 #include <type_traits>
 
 #include "host/base/error.h"
-#include "host/base/text_lines.h"
+#include "host/base/parse_number.h"
+#include "host/base/text_parts.h"
 
 namespace qbt2 {
 namespace {
@@ -121,7 +122,7 @@ void set_field(Record& record, const TraceHeaderField& field, std::string_view v
     if constexpr (std::is_same_v<Value, std::string>) {
       record.*member = value;
     } else {
-      const auto number = decimal_or_hex(value, std::numeric_limits<Value>::max());
+      const auto number = parse_decimal_or_hex(value, std::numeric_limits<Value>::max());
       if (!number) {
         throw Error(ErrorCode::kInput, place,
                     std::string(field.name)

@@ -9,10 +9,6 @@
 /// unknown whose line it cannot read, so the host tells the user which one and why. Pure functions.
 namespace qbt2 {
 
-inline constexpr std::string_view kUsecaseKeyPrefix = "QBT2_";
-/// Fields of a use-case line: name, six numbers, and two filters of four registers.
-inline constexpr std::size_t kUsecaseFields = 15;
-
 /// Why the decoder cannot read this line, or an empty text. Fields count from 0.
 std::string usecase_line_fault(std::string_view line);
 

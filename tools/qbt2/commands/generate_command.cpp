@@ -13,6 +13,7 @@
 
 #include "host/base/error.h"
 #include "host/base/output_file.h"
+#include "host/base/text_parts.h"
 #include "host/generate/capture_damage.h"
 #include "host/generate/capture_generator.h"
 #include "tools/qbt2/cli/numbers.h"
@@ -65,18 +66,6 @@ Enum by_name(int count, std::string_view (*name_of)(Enum), std::string_view name
   return static_cast<Enum>(i);
 }
 
-std::vector<std::string> split(const std::string& text, char separator) {
-  std::vector<std::string> parts(1);
-  for (const char c : text) {
-    if (c == separator) {
-      parts.emplace_back();
-    } else {
-      parts.back() += c;
-    }
-  }
-  return parts;
-}
-
 /// A number with an ending: k, M, G for powers of 1000, Ki, Mi, Gi for powers of 1024.
 std::uint64_t parse_amount(const std::string& option, const std::string& text) {
   struct Ending {
@@ -116,7 +105,7 @@ std::vector<std::uint16_t> parse_masters(const std::vector<std::string>& items) 
 }
 
 TrafficMix parse_mix(const std::string& text) {
-  const std::vector<std::string> weights = split(text, ':');
+  const std::vector<std::string_view> weights = split(text, ':');
   refuse(weights.size() != 3, "--mix: '" + text + "' is not three weights such as 1:1:8");
   const auto weight = [&](std::size_t i) {
     return static_cast<std::uint32_t>(parse_number("--mix", weights[i], kMostMixWeight));

@@ -11,9 +11,10 @@
 
 #include "host/base/error.h"
 #include "host/base/input_file.h"
-#include "host/base/text_lines.h"
-#include "host/capture/capture_info.h"
+#include "host/base/text_parts.h"
+#include "host/base/use_case_setting.h"
 #include "host/capture/capture_format.h"
+#include "host/capture/capture_info.h"
 #include "host/device/device_description.h"
 #include "host/device/device_session.h"
 #include "host/tdf/section_text_check.h"
@@ -210,7 +211,7 @@ class InfoRun {
     const auto head = input_.peek(kDetectionBytes);
     const std::string_view start(reinterpret_cast<const char*>(head.data()), head.size());
     if (start.empty()) return unknown("is empty");
-    if (start.starts_with("TDF2")) return trace_file();
+    if (is_trace_data(head)) return trace_file();
     if (const auto format = detect_capture_format(head)) return capture(*format);
     if (is_text(start)) return text();
     return unknown("is nothing that is known here");
@@ -316,7 +317,7 @@ class InfoRun {
     for_each_line(text, [&](const TextLine& line) {
       if (line.text.empty() || line.text.front() == '#' || line.text.front() == '{') return;
       ++count;
-      if (!line.key().starts_with(kUsecaseKeyPrefix)) return;
+      if (!has_use_case_prefix(line.key())) return;
       usecases.push_back(
           {{"setting", line.key()}, {"name", line.value().substr(0, line.value().find(';'))}});
     });

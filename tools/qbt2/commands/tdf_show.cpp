@@ -8,6 +8,9 @@
 #include <type_traits>
 #include <vector>
 
+#include "host/base/number_text.h"
+#include "host/base/text_parts.h"
+#include "host/base/use_case_setting.h"
 #include "host/tdf/trace_header.h"
 #include "host/tdf/usecase_check.h"
 #include "tools/qbt2/cli/printer.h"
@@ -21,7 +24,7 @@ using EktTrace::ConfigFile::DeviceIdentifier_t;
 using EktTrace::ConfigFile::TraceDecode_t;
 
 /// What the decoder calls the fields of a use-case line.
-constexpr std::array<std::string_view, kUsecaseFields> kUsecaseFieldNames = {
+constexpr std::array<std::string_view, Kz::Dvt::Trace::kUseCaseFields> kUsecaseFieldNames = {
     "probeName",         "usecaseWord1",      "samplingPeriod",    "usecaseHalfWord3",
     "usecaseWord4",      "usecaseHalfWord5",  "usecaseWord6",      "filter0_registerA",
     "filter0_registerB", "filter0_registerC", "filter0_registerD", "filter1_registerA",
@@ -33,27 +36,6 @@ struct ShowArguments {
   bool hex = false;
   std::string format = "text";
 };
-
-std::string hex_number(std::uint32_t number) {
-  constexpr std::string_view kDigits = "0123456789abcdef";
-  std::string text;
-  do {
-    text.insert(text.begin(), kDigits[number % 16]);
-    number /= 16;
-  } while (number != 0);
-  return "0x" + text;
-}
-
-/// The fields of a use-case line that the decoder can read.
-std::vector<std::string_view> usecase_fields(std::string_view line) {
-  std::vector<std::string_view> fields;
-  for (std::size_t begin = 0; begin <= line.size();) {
-    const std::size_t end = std::min(line.find(';', begin), line.size());
-    fields.push_back(line.substr(begin, end - begin));
-    begin = end + 1;
-  }
-  return fields;
-}
 
 /// Known sections, taken apart by the system's own readers; each as text or as the members of a
 /// JSON object.
@@ -118,13 +100,13 @@ void print_device(const DeviceIdentifier_t::DevIdData_t& data, Printer& printer)
   printer.print("emulator   " + shown(data.emulator) + "\nport       " + shown(data.port) + "\n");
   for (const auto& device : data.devices) {
     printer.print("device     " + shown(device.name) + "\n");
-    printer.print("  id       " + hex_number(device.id) + "\n");
+    printer.print("  id       " + hex_text(device.id) + "\n");
   }
   for (const auto& processor : data.processors) {
     printer.print("processor  " + shown(processor.name) + "\n");
-    printer.print("  infoId   " + hex_number(processor.infoId) + "\n");
+    printer.print("  infoId   " + hex_text(processor.infoId) + "\n");
     printer.print("  infoText " + shown(processor.infoText) + "\n");
-    printer.print("  traceId  " + hex_number(processor.traceId) + "\n");
+    printer.print("  traceId  " + hex_text(processor.traceId) + "\n");
     printer.print("  mapValue " + std::to_string(processor.mapValue) + "\n");
     printer.print("  outFile  " + shown(processor.outFile) + "\n");
   }
@@ -154,13 +136,13 @@ Json device_json(const DeviceIdentifier_t::DevIdData_t& data) {
 void print_settings(const DeviceConfig_t::DeviceConfigData_t& data, Printer& printer) {
   for (const auto& [name, value] : data.values) {
     printer.print(shown(name) + "=" + shown(value) + "\n");
-    if (!name.starts_with(kUsecaseKeyPrefix)) continue;
+    if (!has_use_case_prefix(name)) continue;
     const std::string fault = usecase_line_fault(value);
     if (!fault.empty()) {
       printer.print("#   no use case: " + shown(fault) + "\n");
       continue;
     }
-    const std::vector<std::string_view> fields = usecase_fields(value);
+    const std::vector<std::string_view> fields = split(value, ';');
     for (std::size_t i = 0; i < fields.size(); ++i) {
       std::string label(kUsecaseFieldNames[i]);
       label.resize(18, ' ');
@@ -174,13 +156,13 @@ Json settings_json(const DeviceConfig_t::DeviceConfigData_t& data) {
   Json usecases = Json::object();
   for (const auto& [name, value] : data.values) {
     settings[name] = value;
-    if (!name.starts_with(kUsecaseKeyPrefix)) continue;
+    if (!has_use_case_prefix(name)) continue;
     const std::string fault = usecase_line_fault(value);
     if (!fault.empty()) {
       usecases[name] = {{"fault", fault}};
       continue;
     }
-    const std::vector<std::string_view> fields = usecase_fields(value);
+    const std::vector<std::string_view> fields = split(value, ';');
     for (std::size_t i = 0; i < fields.size(); ++i) {
       usecases[name][std::string(kUsecaseFieldNames[i])] = fields[i];
     }
@@ -303,30 +285,22 @@ class Show {
     printer_.print(object + ",\"hex\":\"");
     file_.read(section, [&](std::span<const std::uint8_t> piece) {
       std::string digits;
-      for (const std::uint8_t byte : piece) append_hex(byte, digits);
+      for (const std::uint8_t byte : piece) append_hex(digits, byte, 2);
       printer_.print(digits);
     });
     printer_.print("\"}");
-  }
-
-  static void append_hex(std::uint8_t byte, std::string& text) {
-    constexpr std::string_view kDigits = "0123456789abcdef";
-    text += kDigits[byte >> 4];
-    text += kDigits[byte & 0xF];
   }
 
   static constexpr std::size_t kDumpBytes = 16;
 
   static std::string dump_line(std::uint64_t offset, std::span<const std::uint8_t> bytes) {
     std::string text;
-    for (int shift = 24; shift >= 0; shift -= 8) {
-      append_hex(static_cast<std::uint8_t>(offset >> shift), text);
-    }
+    append_hex(text, offset, 8);
     text += ' ';
     for (std::size_t i = 0; i < kDumpBytes; ++i) {
       text += i == kDumpBytes / 2 ? "  " : " ";
       if (i < bytes.size()) {
-        append_hex(bytes[i], text);
+        append_hex(text, bytes[i], 2);
       } else {
         text += "  ";
       }
