@@ -1,6 +1,6 @@
 #include "host/device/settings_text.h"
 
-#include "host/base/text_lines.h"
+#include "host/base/text_parts.h"
 
 namespace qbt2 {
 
