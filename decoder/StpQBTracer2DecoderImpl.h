@@ -8,10 +8,10 @@
 
 #include "decoder/column_catalogue.h"
 #include "decoder/message_layout.h"
-#include "decoder/output_record.h"
+#include "decoder/message_words.h"
 #include "decoder/prepared_rows.h"
 #include "decoder/probe_data.h"
-#include "decoder/sample_layout.h"
+#include "decoder/record_values.h"
 #include "interfaces/decoder_unit_if.h"
 #include "interfaces/device_session_if.h"
 

@@ -6,32 +6,32 @@
 #include <span>
 
 #include "decoder/column_catalogue.h"
+#include "interfaces/sample_format.h"
 
-/// Where a bus tracer's message holds what: one constant table for each message kind.
+/// The fields of a bus tracer's message: one constant table for each message kind.
 ///
-/// A message is told by nothing but its number of 32-bit words. The tracer lays its fields out from
-/// bit 0 up; this header is the only place that knows words, bits and widths. Constant data and
-/// pure functions: any thread.
+/// The kind is the number of 32-bit words and nothing else. This header alone knows the words, bits
+/// and widths of the fields. Constant data and pure functions: any thread may use them.
 
-inline constexpr std::size_t kThroughputWords = 2;
-inline constexpr std::size_t kLatencyWords = 4;
-inline constexpr std::size_t kTransactionWords = 6;
-inline constexpr std::size_t kMaxMessageWords = kTransactionWords;
+using Kz::Dvt::Trace::SampleFormat::kLatencyWords;
+using Kz::Dvt::Trace::SampleFormat::kMostWords;
+using Kz::Dvt::Trace::SampleFormat::kThroughputWords;
+using Kz::Dvt::Trace::SampleFormat::kTransactionWords;
 
-/// `width` bits of word `word`, from bit `lowestBit` up. Width 0 is no bits at all.
+/// `width` bits of word `word`, from bit `lowestBit` up; a width of 0 means no bits.
 struct BitRange {
   std::uint8_t word = 0;
   std::uint8_t lowestBit = 0;
   std::uint8_t width = 0;
 };
 
-/// A value of a message: `low`, continued above it by `high` where the value straddles two words.
+/// A value of a message: the bits of `low`, then those of `high` where it straddles two words.
 struct SplitValue {
   BitRange low;
   BitRange high{};
 };
 
-/// A value and the column that it goes to.
+/// A value and the column that shows it.
 struct MessageField {
   eQbt2Column column;
   SplitValue value;
@@ -47,13 +47,13 @@ constexpr std::uint64_t Extract(const std::uint32_t* words, const SplitValue& va
   return Extract(words, value.low) | (Extract(words, value.high) << value.low.width);
 }
 
-/// Bits 31 to 24 of word 1 carry nothing.
+/// Bits 31 to 24 of word 1 are unused.
 inline constexpr std::array kThroughputFields{
     MessageField{eQbt2Column::Bytes, {{0, 0, 32}}},
     MessageField{eQbt2Column::Matched, {{1, 0, 24}}},
 };
 
-/// The tracked count straddles words 0 and 1; bits 31 to 24 of word 3 carry nothing.
+/// The tracked count straddles words 0 and 1; bits 31 to 24 of word 3 are unused.
 inline constexpr std::array kLatencyFields{
     MessageField{eQbt2Column::Tracked, {{0, 24, 8}, {1, 0, 16}}},
     MessageField{eQbt2Column::MatchedTransactions, {{0, 0, 24}}},
@@ -62,12 +62,12 @@ inline constexpr std::array kLatencyFields{
     MessageField{eQbt2Column::CreditWait, {{3, 0, 24}}},
 };
 
-/// A transaction's address, 48 bits; it goes to a position that all decoders of the host share.
+/// A transaction's address, 48 bits; its position in the row is shared by all decoders.
 inline constexpr SplitValue kTransactionAddress{{0, 0, 32}, {1, 0, 16}};
 
-/// In catalogue order, which is the order in a row. Two widths differ from what the column's
-/// description announces, on purpose: OPCODE has 5 bits and MSBAND 7. FLUSH is always 0: no bit of
-/// the message carries it.
+/// In catalogue order, which is the order in a row. Two widths deliberately differ from the range
+/// in the column's description: OPCODE has 5 bits and MSBAND 7. FLUSH is always 0: no bit of the
+/// message carries it.
 inline constexpr std::array kTransactionFields{
     MessageField{eQbt2Column::Mode, {{1, 16, 2}}},
     MessageField{eQbt2Column::RouteId, {{1, 18, 12}}},
@@ -110,15 +110,15 @@ inline constexpr auto& kMessageFields<kLatencyWords> = kLatencyFields;
 template <>
 inline constexpr auto& kMessageFields<kTransactionWords> = kTransactionFields;
 
-/// The column that shows message word `word` as it came.
+/// The column of the raw message word `word`.
 constexpr eQbt2Column RawWordColumn(std::size_t word) {
   return static_cast<eQbt2Column>(static_cast<std::size_t>(eQbt2Column::RawMsg0) + word);
 }
 
-/// Checks of the tables above, at compile time.
+/// Finds overlapping fields of a message, at compile time.
 class LayoutCheck {
  public:
-  /// Claims the bits of a value; false when they lie outside the message or are taken.
+  /// Claims the bits of a value; false when they are outside the message or already claimed.
   constexpr bool Claim(const SplitValue& value, std::size_t wordCount) {
     return Claim(value.low, wordCount) && Claim(value.high, wordCount);
   }
@@ -132,11 +132,11 @@ class LayoutCheck {
     return isFree;
   }
 
-  std::array<std::uint64_t, kMaxMessageWords> taken_{};
+  std::array<std::uint64_t, kMostWords> taken_{};
 };
 
-/// Whether a kind's fields lie inside its words without overlap, have a width (but FLUSH), fit
-/// their columns (but VIRTID, whose column is cut on purpose) and follow the catalogue's order.
+/// Whether a kind's fields are inside its words, do not overlap, have a width (except FLUSH), fit
+/// their columns (except VIRTID, which is deliberately cut) and follow the catalogue's order.
 consteval bool LayoutIsSound(std::span<const MessageField> fields, std::size_t wordCount,
                              const SplitValue& address) {
   LayoutCheck check;

@@ -6,9 +6,9 @@
 #include <string>
 #include <utility>
 
-#include "decoder/output_record.h"
+#include "decoder/message_words.h"
+#include "decoder/record_values.h"
 #include "decoder/row_texts.h"
-#include "decoder/sample_layout.h"
 
 namespace {
 
@@ -40,7 +40,8 @@ template <std::size_t kWords, std::size_t kIndex>
 void StoreValue(std::uint8_t* tail, const std::uint32_t* words) {
   using Tail = RowTail<kWords>;
   constexpr std::size_t kSize = ColumnInfo(Tail::kColumns[kIndex]).dataSize;
-  StoreLittleEndian<kSize>(tail + Tail::kOffsets[kIndex] + 1, RowValue<kWords, kIndex>(words));
+  StoreLittleEndian<kSize>(tail + Tail::kOffsets[kIndex] + RecordFormat::kPositionBytes,
+                           RowValue<kWords, kIndex>(words));
 }
 
 /// All values of a row at their places; the loop is unrolled at compile time.
@@ -53,7 +54,7 @@ void StoreValues(std::uint8_t* tail, const std::uint32_t* words,
 template <std::size_t kWords>
 void LayOutTail(const DecoderColumns& columns, RowTail<kWords>& tail) {
   using Tail = RowTail<kWords>;
-  if (Tail::kHasAddress) tail.bytes.front() = kPositionAddress;
+  if (Tail::kHasAddress) tail.bytes.front() = RecordFormat::kAddressPosition;
   for (std::size_t k = 0; k < Tail::kValues; ++k) {
     const DecoderColumn& column = columns[static_cast<std::size_t>(Tail::kColumns[k])];
     tail.bytes[Tail::kOffsets[k]] = static_cast<std::uint8_t>(column.columnId);
@@ -74,7 +75,7 @@ template <std::size_t kWords>
 bool IsWellFormed(const std::uint8_t* sample) {
   bool good = true;
   for (std::size_t word = 0; word < kWords; ++word) {
-    good &= sample[kSampleHeaderBytes + word * kPairBytes] == kWordBytes;
+    good &= sample[SampleFormat::SampleBytes(word)] == SampleFormat::kWordLength;
   }
   return good;
 }
@@ -137,26 +138,26 @@ PreparedRows::ProbeHeads PreparedRows::AppendHeads(const Qbt2ProbeData_t& probe)
 // they were: nothing that could be prepared.
 PreparedRows::Head PreparedRows::AppendHead(const Qbt2ProbeData_t& probe,
                                             const std::string& description) {
-  const std::string master = probe.recordFound ? probe.probeName : kUnknownMaster;
+  const std::string master = probe.recordFound ? probe.probeName : RecordFormat::kUnknownMaster;
   if (master.size() > kLongestHead || master.find('\0') != std::string::npos) {
     return {};
   }
   const std::size_t offset = heads_.size();
-  heads_.insert(heads_.end(), {kPositionProbeId, probe.probeId});
-  AppendText(heads_, kPositionMasterName, master);
-  AppendText(heads_, kPositionType, kTypeText);
-  AppendText(heads_, kPositionDescription, description);
+  heads_.insert(heads_.end(), {RecordFormat::kProbePosition, probe.probeId});
+  AppendText(heads_, RecordFormat::kMasterPosition, master);
+  AppendText(heads_, RecordFormat::kTypePosition, RecordFormat::kTypeText);
+  AppendText(heads_, RecordFormat::kDescriptionPosition, description);
   return {static_cast<std::uint32_t>(offset), static_cast<std::uint32_t>(heads_.size() - offset)};
 }
 
 std::uint32_t PreparedRows::Write(const std::uint8_t* sample, std::uint32_t payloadBytes,
                                   std::uint32_t capacity, std::uint8_t* output) const noexcept {
   switch (payloadBytes) {
-    case kThroughputWords* kPairBytes:
+    case kThroughputWords* SampleFormat::kPairBytes:
       return WriteKind<kThroughputWords>(sample, capacity, output);
-    case kLatencyWords* kPairBytes:
+    case kLatencyWords* SampleFormat::kPairBytes:
       return WriteKind<kLatencyWords>(sample, capacity, output);
-    case kTransactionWords* kPairBytes:
+    case kTransactionWords* SampleFormat::kPairBytes:
       return WriteKind<kTransactionWords>(sample, capacity, output);
     default:
       return 0;
@@ -168,15 +169,16 @@ std::uint32_t PreparedRows::WriteKind(const std::uint8_t* sample, std::uint32_t 
                                       std::uint8_t* output) const noexcept {
   using Tail = RowTail<kWords>;
   static_assert(Tail::kBytes >= kCopyStep, "the tail covers what a head's last step copies over");
-  const std::uint8_t probeId = sample[kSampleProbeIdOffset];
+  const std::uint8_t probeId = sample[SampleFormat::kProbeIdOffset];
   const Head head = headsOfProbe_[probeId][kWords / 2 - 1];
   const std::uint64_t rowBytes = std::uint64_t{head.size} + Tail::kBytes;
-  if (rowBytes > capacity || capacity < kExpectedCapacity || !IsWellFormed<kWords>(sample)) {
+  if (rowBytes > capacity || capacity < RecordFormat::kLowCapacity ||
+      !IsWellFormed<kWords>(sample)) {
     return 0;
   }
   std::array<std::uint32_t, kWords> words;
   for (std::size_t word = 0; word < kWords; ++word) {
-    words[word] = LoadLittleEndian32(sample + kSampleHeaderBytes + word * kPairBytes + 1);
+    words[word] = LoadLittleEndian32(sample + SampleFormat::SampleBytes(word) + 1);
   }
   const std::uint8_t* source = heads_.data() + head.offset;
   for (std::size_t copied = 0; copied < head.size; copied += kCopyStep) {
@@ -186,7 +188,8 @@ std::uint32_t PreparedRows::WriteKind(const std::uint8_t* sample, std::uint32_t 
   std::uint8_t* tail = output + head.size;
   std::memcpy(tail, this->Tail<kWords>().bytes.data(), Tail::kBytes);
   if constexpr (Tail::kHasAddress) {
-    StoreLittleEndian<sizeof(std::uint64_t)>(tail + 1, Extract(words.data(), kTransactionAddress));
+    StoreLittleEndian<RecordFormat::kAddressBytes>(tail + RecordFormat::kPositionBytes,
+                                                   Extract(words.data(), kTransactionAddress));
   }
   StoreValues<kWords>(tail, words.data(), std::make_index_sequence<Tail::kValues>{});
   return static_cast<std::uint32_t>(rowBytes);

@@ -8,6 +8,7 @@
 #include "decoder/column_catalogue.h"
 #include "decoder/message_layout.h"
 #include "decoder/probe_data.h"
+#include "decoder/record_values.h"
 
 /// The quick road from a sample to its row, byte for byte the row of the checked writers.
 ///
@@ -24,7 +25,8 @@ struct RowTail {
   static constexpr auto& kFields = kMessageFields<kWords>;
   static constexpr bool kHasAverage = kWords == kThroughputWords;
   static constexpr bool kHasAddress = kWords == kTransactionWords;
-  static constexpr std::size_t kAddressBytes = kHasAddress ? 1 + sizeof(std::uint64_t) : 0;
+  static constexpr std::size_t kAddressFieldBytes =
+      kHasAddress ? RecordFormat::kPositionBytes + RecordFormat::kAddressBytes : 0;
   static constexpr std::size_t kValues = kFields.size() + (kHasAverage ? 1 : 0) + kWords;
 
   /// The columns of a row in its order.
@@ -43,9 +45,9 @@ struct RowTail {
 
   /// Offset of each column's position byte in the tail; its value follows. Last: the end marker's.
   static constexpr std::array<std::size_t, kValues + 1> kOffsets = [] {
-    std::array<std::size_t, kValues + 1> offsets{kAddressBytes};
+    std::array<std::size_t, kValues + 1> offsets{kAddressFieldBytes};
     for (std::size_t k = 0; k < kValues; ++k) {
-      offsets[k + 1] = offsets[k] + 1 + ColumnInfo(kColumns[k]).dataSize;
+      offsets[k + 1] = offsets[k] + RecordFormat::kPositionBytes + ColumnInfo(kColumns[k]).dataSize;
     }
     return offsets;
   }();

@@ -3,7 +3,6 @@
 
 #include "decoder/StpQBTracer2DecoderImpl.h"
 #include "decoder/decoder_log.h"
-#include "decoder/sample_layout.h"
 
 using Kz::Dvt::Trace::DecodeError;
 
@@ -16,7 +15,7 @@ void StpQBTracer2Decoder::ProcessSamples(std::uint32_t /*unused*/, std::uint8_t*
     throw DecodeError{2, 0};
   }
   inputBuffer = input;
-  currentProbeId = input[kSampleProbeIdOffset];
+  currentProbeId = input[SampleFormat::kProbeIdOffset];
   outputCursor = output;
   outputCapacity = capacity;
   if (TakePreparedRow()) {
@@ -45,12 +44,12 @@ void StpQBTracer2Decoder::ProcessSamples(std::uint32_t /*unused*/, std::uint8_t*
 
 // Leaves the unit as the checked road would.
 bool StpQBTracer2Decoder::TakePreparedRow() {
-  const std::uint32_t payload = LoadLittleEndian32(inputBuffer + kSamplePayloadCountOffset);
+  const std::uint32_t payload = LoadLittleEndian32(inputBuffer + SampleFormat::kPayloadBytesOffset);
   const std::uint32_t rowBytes =
       zeroSuppress ? 0 : preparedRows.Write(inputBuffer, payload, outputCapacity, outputCursor);
   if (rowBytes == 0) return false;
   payloadBytes = payload;
-  readIndex = kSampleHeaderBytes + payload;
+  readIndex = SampleFormat::kHeaderBytes + payload;
   outputCursor += rowBytes;
   bytesWritten = rowBytes;
   return true;
@@ -58,9 +57,9 @@ bool StpQBTracer2Decoder::TakePreparedRow() {
 
 void StpQBTracer2Decoder::DecodeSample() {
   Qbt2ProbeData_t probe = GetProbeData(currentProbeId);
-  readIndex = kSamplePayloadCountOffset;
+  readIndex = SampleFormat::kPayloadBytesOffset;
   bytesWritten = 0;
-  if (outputCapacity < kExpectedCapacity) {
+  if (outputCapacity < RecordFormat::kLowCapacity) {
     QBT2_LOG(kLogAboveTwo, KZ_DVT::uLogKindWarning, kDecoderLogStyle,
              "StpQBTracer2Decoder: output buffer size is low: %d",
              static_cast<int>(outputCapacity));
@@ -100,12 +99,12 @@ bool StpQBTracer2Decoder::ProcessQBTracerData(Qbt2ProbeData_t probe) {
 // beyond 32 bits is refused with the first word, as its end cannot be told.
 bool StpQBTracer2Decoder::CollectWords(MessageWords& message) {
   payloadBytes = LoadLittleEndian32(inputBuffer + readIndex);
-  readIndex += kWordBytes;
+  readIndex += SampleFormat::kPayloadCountBytes;
   if (payloadBytes == 0) return false;
   for (std::uint32_t consumed = 0; consumed < payloadBytes;) {
     const std::uint8_t length = inputBuffer[readIndex++];
     CheckWordEnd(length);
-    if (length != kWordBytes) {
+    if (length != SampleFormat::kWordLength) {
       readIndex += length;
       QBT2_LOG(kLogAboveTwo, KZ_DVT::uLogKindError, kDecoderLogStyle,
                "ProcessQBTracer2Data: GetWordFromInputBuffer Failed. index: %d, TotalBytes: %d",
@@ -113,15 +112,15 @@ bool StpQBTracer2Decoder::CollectWords(MessageWords& message) {
       return false;
     }
     message.Append(LoadLittleEndian32(inputBuffer + readIndex));
-    readIndex += kWordBytes;
-    consumed += kPairBytes;
+    readIndex += SampleFormat::kWordLength;
+    consumed += SampleFormat::kPairBytes;
   }
   return true;
 }
 
 void StpQBTracer2Decoder::CheckWordEnd(std::uint8_t length) const {
   const std::uint64_t end = std::uint64_t{readIndex} + length;
-  const std::uint64_t sampleEnd = std::uint64_t{payloadBytes} + kSampleHeaderBytes;
+  const std::uint64_t sampleEnd = std::uint64_t{payloadBytes} + SampleFormat::kHeaderBytes;
   if (end > sampleEnd || sampleEnd > std::numeric_limits<std::uint32_t>::max()) {
     QBT2_LOG(kLogAboveTwo, KZ_DVT::uLogKindError, kDecoderLogStyle,
              "StmQBTracerDecoder: Input Buffer size is too small 0x%x", payloadBytes);

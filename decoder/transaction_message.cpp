@@ -5,8 +5,8 @@ void StpQBTracer2Decoder::ProcessTransactionMessage(std::vector<unsigned int> wo
                                                     Qbt2ProbeData_t probe) {
   if (words.size() != kTransactionWords || IsSuppressed(words)) return;
   WriteRowHead(probe, kTransactionDescription);
-  OutputDataToBuffer(eMsgDataSize8, Extract(words.data(), kTransactionAddress), kPositionAddress,
-                     true);
+  OutputDataToBuffer(eMsgDataSize8, Extract(words.data(), kTransactionAddress),
+                     RecordFormat::kAddressPosition, true);
   for (const MessageField& field : kTransactionFields) {
     WriteColumn(field.column, Extract(words.data(), field.value));
   }

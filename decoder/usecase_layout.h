@@ -7,13 +7,13 @@
 #include <type_traits>
 
 #include "decoder/probe_data.h"
+#include "interfaces/device_config_manager_if.h"
 
 /// Where a use-case line keeps what: its tokens, and the bits of the filter registers among them.
 ///
 /// The line is text, 15 tokens separated by ";": the master's name, six numbers and the registers A
 /// to D of filter 0 and of filter 1. Constant data and pure functions: any thread.
 
-inline constexpr std::size_t kUsecaseTokens = 15;
 inline constexpr std::size_t kNameToken = 0;
 inline constexpr std::size_t kFirstRegisterToken = 7;
 inline constexpr std::size_t kFilterCount = 2;
@@ -23,7 +23,8 @@ inline constexpr const char* kMasterNamePlaceholder = "MASTERNAME";
 
 enum eFilterRegister : std::uint8_t { kRegisterA, kRegisterB, kRegisterC, kRegisterD };
 inline constexpr std::size_t kRegisterCount = 4;
-static_assert(kFirstRegisterToken + kFilterCount * kRegisterCount == kUsecaseTokens);
+static_assert(kFirstRegisterToken + kFilterCount * kRegisterCount ==
+              Kz::Dvt::Trace::kUseCaseFields);
 
 /// Stores a token's value, cut to the member's width.
 template <auto Member>

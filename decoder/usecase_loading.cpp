@@ -34,6 +34,11 @@ void StoreFilterFields(const FilterRegisters& registers, std::size_t filter,
   record.filterOne[filter] = 1;
 }
 
+/// Name of the setting that holds the use-case line of this master.
+std::string SettingOfMaster(std::uint32_t masterId) {
+  return std::string(Kz::Dvt::Trace::kUseCaseSettingPrefix) + std::to_string(masterId);
+}
+
 /// The name of the master with this id in the device model's list; empty pointer when it has none.
 const std::string* FindMasterName(const std::vector<const EktTrace::IPropertyEntry_t*>& masters,
                                   std::uint32_t masterId) {
@@ -121,11 +126,11 @@ void StpQBTracer2Decoder::AskAndIgnore(const char* name) {
 void StpQBTracer2Decoder::LoadMaster(std::uint32_t masterId, Qbt2ProbeData_t& record) {
   Kz::Dvt::Trace::ConfigPropertyValue line;
   if (deviceConfigManager == nullptr ||
-      !deviceConfigManager->GetProperty("QBT2_" + std::to_string(masterId), line)) {
+      !deviceConfigManager->GetProperty(SettingOfMaster(masterId), line)) {
     return;
   }
   const std::vector<std::string> tokens = SplitUsecaseLine(line.text);
-  if (tokens.size() != kUsecaseTokens) return;
+  if (tokens.size() != Kz::Dvt::Trace::kUseCaseFields) return;
   record.probeName = tokens[kNameToken];
   if (record.probeName == kMasterNamePlaceholder) TakeMasterName(masterId, record.probeName);
   ParseUsecaseNumbers(tokens, record);

@@ -18,5 +18,5 @@ std::vector<std::string> SplitUsecaseLine(const std::string& line);
 unsigned long ParseUsecaseNumber(const std::string& token);
 
 /// Fills all of `record` that tokens 1 to 14 tell, each as soon as it is converted: a token that
-/// throws (see ParseUsecaseNumber) leaves those before it stored. `tokens` holds kUsecaseTokens.
+/// throws (see ParseUsecaseNumber) leaves those before it stored. `tokens` holds kUseCaseFields.
 void ParseUsecaseNumbers(const std::vector<std::string>& tokens, Qbt2ProbeData_t& record);

@@ -16,16 +16,20 @@
 
 #include "interfaces/decoder_unit_if.h"
 #include "interfaces/device_config_manager_if.h"
+#include "interfaces/record_format.h"
+#include "interfaces/sample_format.h"
 
 using namespace Kz::Dvt::Trace;
 
 namespace {
 
-// A real host hands in EktTrace::DeviceConfigManagerStm_t; one setting is all that is needed here.
+constexpr std::uint32_t kMaster = 5;
+
+// A real host uses EktTrace::DeviceConfigManagerStm_t; this one has a single setting.
 class Settings final : public CDeviceConfigManager {
  public:
   bool GetProperty(const std::string& name, ConfigPropertyValue& value) override {
-    if (name != "QBT2_5") return false;
+    if (name != std::string(kUseCaseSettingPrefix) + std::to_string(kMaster)) return false;
     value.type = eConfigPropertyText;
     value.text = "DMA1;0;0x1000;0;0;0;0;0;0;0;0;0;0;0;0";  // name, -, sampling period, ...
     return true;
@@ -48,16 +52,17 @@ struct Column {
   std::size_t bytes;  // of a value; 0: a text with its length before it
 };
 
-// The positions that all decoders share; the unit's own columns are added to them.
+// The positions that all decoders share, and the unit's own columns.
 std::map<std::uint8_t, Column> KnownColumns(CDecoderUnitIF& unit) {
-  std::map<std::uint8_t, Column> known = {{0, {"Probe", 1}},
-                                          {1, {"Master", 0}},
-                                          {4, {"Description", 0}},
-                                          {9, {"Type", 0}},
-                                          {11, {"Address", 8}}};
+  std::map<std::uint8_t, Column> known = {
+      {RecordFormat::kProbePosition, {"Probe", RecordFormat::kProbeBytes}},
+      {RecordFormat::kMasterPosition, {"Master", 0}},
+      {RecordFormat::kTypePosition, {"Type", 0}},
+      {RecordFormat::kDescriptionPosition, {"Description", 0}},
+      {RecordFormat::kAddressPosition, {"Address", RecordFormat::kAddressBytes}}};
   std::vector<CDecoderUnitIF::SharedColumns> columns;
   std::uint32_t count = 0;
-  unit.InitColumn(columns, 100, count);
+  unit.InitColumn(columns, RecordFormat::kFirstFreeColumnId, count);
   for (const auto& column : columns) {
     eInput input{};
     std::uint32_t bits = 0;
@@ -69,8 +74,7 @@ std::map<std::uint8_t, Column> KnownColumns(CDecoderUnitIF& unit) {
   return known;
 }
 
-// The first `bytes` of `rest`, which then begins behind them; ends the program when there are
-// fewer.
+// Removes the first `bytes` from `rest` and returns them; ends the program when there are fewer.
 std::span<const std::uint8_t> Take(std::span<const std::uint8_t>& rest, std::size_t bytes) {
   if (rest.size() < bytes) {
     std::fputs("the row ends too early\n", stderr);
@@ -91,15 +95,14 @@ std::uint64_t TakeNumber(std::span<const std::uint8_t>& rest, std::size_t bytes)
 }
 
 std::string TakeText(std::span<const std::uint8_t>& rest) {
-  const auto text = Take(rest, TakeNumber(rest, 4));
+  const auto text = Take(rest, TakeNumber(rest, RecordFormat::kTextLengthBytes));
   return {text.begin(), text.end()};
 }
 
 bool PrintRow(const std::map<std::uint8_t, Column>& columns, std::span<const std::uint8_t> rest) {
-  constexpr std::uint8_t kRowEnd = 0xFE;
   while (!rest.empty()) {
-    const auto position = static_cast<std::uint8_t>(TakeNumber(rest, 1));
-    if (position == kRowEnd) return rest.empty();
+    const auto position = static_cast<std::uint8_t>(TakeNumber(rest, RecordFormat::kPositionBytes));
+    if (position == RecordFormat::kRowEnd) return rest.empty();
     const auto column = columns.find(position);
     if (column == columns.end()) return false;
     const auto& [name, bytes] = column->second;
@@ -109,22 +112,41 @@ bool PrintRow(const std::map<std::uint8_t, Column>& columns, std::span<const std
       std::printf("%s: %" PRIu64 "\n", name.c_str(), TakeNumber(rest, bytes));
     }
   }
-  return false;  // no row (the single byte 0xFD), or one without its end
+  return false;  // no row (the single byte kNoData), or one without its end
+}
+
+void StoreNumber(std::uint8_t* bytes, std::uint32_t value) {
+  for (int byte = 0; byte < 4; ++byte) bytes[byte] = static_cast<std::uint8_t>(value >> (8 * byte));
+}
+
+std::vector<std::uint8_t> MakeSample(std::uint32_t master,
+                                     const std::vector<std::uint32_t>& words) {
+  std::vector<std::uint8_t> sample(SampleFormat::SampleBytes(words.size()));
+  sample[SampleFormat::kProbeIdOffset] = SampleFormat::ProbeOfMaster(master);
+  StoreNumber(&sample[SampleFormat::kPayloadBytesOffset],
+              static_cast<std::uint32_t>(words.size() * SampleFormat::kPairBytes));
+  for (std::size_t word = 0; word < words.size(); ++word) {
+    std::uint8_t* pair = &sample[SampleFormat::SampleBytes(word)];
+    *pair = SampleFormat::kWordLength;
+    StoreNumber(pair + 1, words[word]);
+  }
+  return sample;
 }
 
 bool DecodeOneMessage(CDecoderUnitIF& unit) {
   Settings settings;
   unit.SetDeviceConfigManager(&settings);
-  unit.SetMasterIds({5});
+  unit.SetMasterIds({kMaster});
   const auto columns = KnownColumns(unit);
   unit.DataReset();  // reads the settings
 
-  // Probe 5, ten payload bytes: 100 bytes moved, 25 transactions matched.
-  std::uint8_t sample[] = {0, 5, 0, 0, 10, 0, 0, 0, 4, 100, 0, 0, 0, 4, 25, 0, 0, 0};
-  std::vector<std::uint8_t> output(512 + 8);  // a row may pass the capacity by eight bytes
+  // A throughput message has two words: 100 byte transactions, of which 25 matched.
+  std::vector<std::uint8_t> sample = MakeSample(kMaster, {100, 25});
+  constexpr std::uint32_t kCapacity = 512;
+  std::vector<std::uint8_t> output(kCapacity + RecordFormat::kSlackBytes);
   std::uint32_t produced = 0;
   try {
-    unit.ProcessSamples(0, sample, 512, output.data(), produced);
+    unit.ProcessSamples(0, sample.data(), kCapacity, output.data(), produced);
   } catch (const DecodeError& error) {
     std::fprintf(stderr, "decode error {%u, %u}\n", error.kind, error.detail);
     return false;
@@ -143,7 +165,7 @@ int main(int argc, char** argv) {
   const auto create = reinterpret_cast<void* (*)()>(dlsym(plugin, "CreateDecoderUnit"));
   const auto destroy = reinterpret_cast<void (*)(void*)>(dlsym(plugin, "DestroyDecoderUnit"));
   if (create == nullptr || destroy == nullptr) {
-    std::fprintf(stderr, "%s is no decoder plug-in\n", argv[1]);
+    std::fprintf(stderr, "%s is not a decoder plug-in\n", argv[1]);
     return 2;
   }
   void* unit = create();

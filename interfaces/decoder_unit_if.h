@@ -7,12 +7,15 @@
 #include "interfaces/device_config_manager_if.h"
 #include "interfaces/qbt2_export.h"
 
-/// The decoder unit: what a host sees of the plug-in.
+/// The decoder unit: everything a host calls in the plug-in.
 ///
-/// Life of a unit: CreateDecoderUnit, then SetDeviceConfigManager, SetDeviceIdentifier,
-/// SetMasterIds, InitColumn and AddColumn in any order, DataReset (loads the use case),
-/// ProcessSamples any number of times, DestroyDecoderUnit. One thread at a time uses a unit;
-/// separate units are independent. Units are created one at a time.
+/// Life of a unit: CreateDecoderUnit; then SetDeviceConfigManager, SetDeviceIdentifier,
+/// SetMasterIds, InitColumn and AddColumn in any order; DataReset, which loads the use case;
+/// ProcessSamples any number of times; DestroyDecoderUnit. The settings and DataReset may be called
+/// again at any time between samples.
+///
+/// A unit is used by one thread at a time; separate units are independent. Units are created one at
+/// a time, as the first one sets up the trace environment of the process.
 namespace Kz::Dvt::Trace {
 
 class CDeviceIdentifier;
@@ -21,56 +24,88 @@ class CDataSource;
 /// What a decoder is for; only 0 is used.
 enum eFunctionType : std::uint32_t { eFunctionTypeDefault = 0 };
 
-/// How a host reads a column's value; the catalogue columns all answer 140.
+/// How a host reads the values of a column; all columns report 140.
 enum eInput : std::uint32_t { eInputUnsignedValue = 140 };
 
-/// The only exception that leaves ProcessSamples, thrown by value. Exported, so that a host's catch
-/// finds the one type, however its runtime compares types.
+/// The only exception that leaves ProcessSamples, thrown by value. Exported, so that library and
+/// host share one type and the host's catch matches it.
 struct QBT2_API DecodeError {
-  std::uint32_t kind;    ///< 0 output problem, 2 input problem
-  std::uint32_t detail;  ///< kind 0: bytes written so far, or bytes needed; otherwise 0
+  std::uint32_t kind;  ///< 0: the output is too small; 2: the sample is malformed
+  /// Of kind 0: the bytes written so far, or the bytes needed where a text does not fit; else 0.
+  std::uint32_t detail;
 };
 
-/// Slot order is part of the contract: do not reorder. There is no virtual destructor: a unit is
-/// given back through DestroyDecoderUnit only.
+/// The order of declaration is the order of the slots of the virtual table and part of the
+/// contract. There is no virtual destructor: a unit is destroyed by DestroyDecoderUnit only.
 class CDecoderUnitIF {
  public:
-  /// One column as InitColumn hands it over. The flag is the host's; the decoder sets it to false.
+  /// One column, as InitColumn returns it.
   struct SharedColumns {
-    std::string name;
-    std::uint32_t columnId;
-    bool flag;
+    std::string name;        ///< the display name
+    std::uint32_t columnId;  ///< its low 8 bits are the column's position byte in a row
+    bool flag;               ///< the host's; the decoder sets it to false
   };
 
-  /// Stores the pointer (not owned; may be null) and, unless null, asks it GetInfo once.
+  /// Stores the pointer, which may be null; the manager stays the host's and must outlive its last
+  /// use by DataReset. Unless null, its GetInfo is called once.
   virtual void SetDeviceConfigManager(CDeviceConfigManager* manager) = 0;
-  /// Stores the pointer (not owned; may be null).
+
+  /// Stores the pointer, which may be null; the identifier stays the host's and must outlive its
+  /// last use by DataReset.
   virtual void SetDeviceIdentifier(CDeviceIdentifier* identifier) = 0;
+
+  /// Sets `type` to eFunctionTypeDefault.
   virtual void GetFunctionInformation(eFunctionType& type) const = 0;
+
+  /// Replaces the contents of `ids` by the master ids set last.
   virtual void GetMasterIds(std::vector<std::uint32_t>& ids) const = 0;
+
+  /// Replaces the ids of the masters whose use case the next DataReset loads. Samples carry only
+  /// the low 8 bits of an id; of several ids that share them the first one counts.
   virtual void SetMasterIds(const std::vector<std::uint32_t>& ids) = 0;
-  /// Leaves `value` as it is.
+
+  /// Does nothing: `value` stays as it is.
   virtual void GetInfo(const std::string& key, ConfigPropertyValue& value) const = 0;
-  /// Numbers the decoder's columns from firstId on and appends one record each to `columns`.
+
+  /// Numbers the 45 columns from `firstId` on, appends a record of each to `columns` in catalogue
+  /// order, and sets `count` to 45. Rows carry the low 8 bits of an id, and nothing checks that
+  /// they are free: interfaces/record_format.h has the range that is. Throws std::bad_alloc.
   virtual void InitColumn(std::vector<SharedColumns>& columns, std::uint32_t firstId,
                           std::uint32_t& count) = 0;
-  /// Describes the column of this id; an id that no column has leaves the outputs untouched.
+
+  /// Describes the column of this id: how to read it, its width in bits, whether AddColumn enabled
+  /// it, and its texts. For an id that no column has, all outputs are left as they are. Before
+  /// InitColumn all columns have the id 0xBAD0BAD0, and the first one is described.
   virtual void GetColumnInfo(std::uint32_t id, eInput& input, std::uint32_t& bits, bool& enabled,
                              std::string& name, std::string& key,
                              std::string& description) const = 0;
-  /// Switches the column's enabled flag, which only GetColumnInfo reports: rows always hold all
-  /// columns of their kind.
+
+  /// Sets the enabled flag of the column; an unknown id is ignored. Only GetColumnInfo reports the
+  /// flag: rows always hold all columns of their kind.
   virtual void AddColumn(std::uint32_t id, bool enable) = 0;
-  /// Decodes one sample into `output` (`capacity` bytes; more than 99 expected) and sets
-  /// `bytesProduced` (at least 1). Throws DecodeError (null pointers: {2, 0}); `bytesProduced` is
-  /// then not set.
+
+  /// Decodes one sample (interfaces/sample_format.h) at `input` into one row, or the no-row marker,
+  /// at `output` (interfaces/record_format.h). `capacity` is the size of the output in bytes, to
+  /// which the host adds RecordFormat::kSlackBytes that it does not announce. Sets `bytesProduced`,
+  /// which is at least 1. The first argument is not used.
+  ///
+  /// Throws DecodeError and nothing else: kind 2 for a malformed sample or a null pointer, kind 0
+  /// for an output that is too small. Then `bytesProduced` is unchanged, the output holds the part
+  /// of the row that was written, and the unit can decode the next sample.
   virtual void ProcessSamples(std::uint32_t unused, std::uint8_t* input, std::uint32_t capacity,
                               std::uint8_t* output, std::uint32_t& bytesProduced) = 0;
-  /// Reloads the use case from the configuration manager.
+
+  /// Loads the use case of every master from the configuration manager. A master without a usable
+  /// setting is decoded as an unknown one; nothing is reported. Throws std::bad_alloc.
   virtual void DataReset() = 0;
+
+  /// Does nothing.
   virtual void Init(CDataSource* /*source*/) {}
+  /// Sets `needed` to false.
   virtual void GetTimestampAdjustmentNeeded(bool& needed) { needed = false; }
+  /// Sets `adjusted` to 0.
   virtual void AdjustTimestamp(std::uint8_t* /*data*/, std::uint32_t& adjusted) { adjusted = 0; }
+  /// Does nothing.
   virtual void SetAdjustedTimestamp(std::uint32_t /*timestamp*/) {}
 
  protected:
@@ -80,9 +115,10 @@ class CDecoderUnitIF {
 }  // namespace Kz::Dvt::Trace
 
 extern "C" {
-/// A new decoder unit, to be cast to Kz::Dvt::Trace::CDecoderUnitIF*. Throws std::bad_alloc only.
+/// A new decoder unit, to be cast to Kz::Dvt::Trace::CDecoderUnitIF*; the host owns it until
+/// DestroyDecoderUnit. Throws std::bad_alloc only.
 QBT2_API void* CreateDecoderUnit();
-/// Frees the unit's storage without running its destructor (on purpose; see the definition). Null
-/// is accepted.
+/// Frees the storage of a unit. Its destructor deliberately does not run (see the definition), so
+/// the memory of its members is lost. Null is accepted.
 QBT2_API void DestroyDecoderUnit(void* unit);
 }

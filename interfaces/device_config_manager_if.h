@@ -5,13 +5,14 @@
 #include <string>
 #include <string_view>
 
-/// The configuration manager as the decoder sees it: named settings of the traced device.
+/// The configuration manager: named settings of the traced device. Implemented by
+/// EktTrace::DeviceConfigManager_t, or by the host; the decoder only calls it.
 ///
 /// One thread at a time uses a manager; nothing here locks.
 namespace Kz::Dvt::Trace {
 
-/// The use-case setting of a master is named by this and its id in plain decimal: "QBT2_5". Its
-/// value has this many fields, separated by ';'.
+/// The use-case setting of a master is named by this and the master's id in plain decimal, as in
+/// "QBT2_5". Its value is text: this many fields, separated by ';'.
 inline constexpr std::string_view kUseCaseSettingPrefix = "QBT2_";
 inline constexpr std::size_t kUseCaseFields = 15;
 
@@ -23,20 +24,22 @@ enum eConfigPropertyType : std::uint32_t {
   eConfigPropertyText = 6,
 };
 
-/// One answer of CDeviceConfigManager::GetProperty. `text` is always filled; `value` holds the same
-/// as a number as far as `type` says so and the text converts (a boolean's first byte is 1 or 0).
+/// The answer of CDeviceConfigManager::GetProperty.
 struct ConfigPropertyValue {
-  std::uint32_t type = 0;
-  std::string text;
+  std::uint32_t type = 0;  ///< an eConfigPropertyType; it selects the member of `value`
+  std::string text;        ///< always filled
+  /// The text as a number, its low 32 bits. Unchanged for a text, and where the text is not a
+  /// number of this type.
   union {
     std::uint32_t unsignedValue = 0;
     std::int32_t signedValue;
-    std::uint8_t booleanValue;
+    std::uint8_t booleanValue;  ///< 1 or 0
   } value;
 };
 
-/// Where settings are kept: in a section of a trace data file, or in a plain text file. Values 1, 2
-/// and 4 are plain text files; which of them load and which save differs on purpose.
+/// The kind of file that holds settings: a trace data file, where they are a section, or a plain
+/// text file. Plain text is saved to the path as given, but loaded from the folder named by
+/// KZ_TRACE_SETTINGS_DIR, and kind 2 cannot be loaded. Both asymmetries are deliberate.
 enum eTraceDataFileType : std::uint32_t {
   eTraceDataFileTdf = 0,
   eTraceDataFileText1 = 1,
@@ -44,27 +47,41 @@ enum eTraceDataFileType : std::uint32_t {
   eTraceDataFileText4 = 4,
 };
 
-/// Host object told of configuration events. The library stores the pointer and never calls it.
+/// A host's listener for configuration events. The library stores the pointer and never calls it.
 class CDeviceConfigEvents {
  protected:
   ~CDeviceConfigEvents() = default;
 };
 
-/// Slot order is part of the contract: do not reorder. No operation throws.
+/// The order of declaration is the order of the slots of the virtual table and part of the
+/// contract. No operation throws: false means failure, and GetLastError has the reason.
 class CDeviceConfigManager {
  public:
   virtual ~CDeviceConfigManager() = default;
-  /// Stores the pointer, which stays the caller's.
+
+  /// Stores the pointer; the handler stays the caller's.
   virtual void RegisterEventHandler(CDeviceConfigEvents* handler) = 0;
-  /// Two numbers and a name of the device; false when the session has none (outputs unchanged).
+
+  /// Two numbers, whose meaning is the host's, and the name of the device. False when there are
+  /// none; the outputs are then unchanged.
   virtual bool GetInfo(int& first, int& second, std::string& text) = 0;
+
+  /// Reads all known settings from the device; a setting that cannot be read gets its default.
   virtual bool LoadConfigurationLive() = 0;
+
+  /// Adds the settings of a file to those held and writes all of them to the device.
   virtual bool LoadConfiguration(const std::string& path, eTraceDataFileType type) = 0;
+
+  /// Writes the settings held to a file.
   virtual bool SaveConfiguration(const std::string& path, eTraceDataFileType type) = 0;
-  /// False when the setting does not exist; `value` is then unchanged.
+
+  /// Looks up one setting. False when it does not exist; `value` is then unchanged.
   virtual bool GetProperty(const std::string& name, ConfigPropertyValue& value) = 0;
+
+  /// The path of the device's object file.
   virtual bool GetObjectFile(const std::string& name, std::string& path) = 0;
-  /// A copy of the text that the last failing operation left.
+
+  /// A copy of the text of the last failure.
   virtual std::string GetLastError() const = 0;
 };
 

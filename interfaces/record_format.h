@@ -3,7 +3,7 @@
 #include <cstddef>
 #include <cstdint>
 
-/// The record stream: the row that ProcessSamples leaves in the host's buffer
+/// The record stream: the row that ProcessSamples writes to the host's buffer
 /// (docs/formats/record.md).
 ///
 ///   numeric field  position (1), value (1, 2, 4 or 8 bytes)
@@ -12,14 +12,14 @@
 ///   no row         kNoData, as the whole output
 ///
 /// Numbers are little-endian, without alignment or padding. A position is one of the shared ones
-/// below, or the low 8 bits of the column id that InitColumn gave out. Constants only; any thread
-/// may use them.
+/// below, or the low 8 bits of a column id from InitColumn; GetColumnInfo has the width of its
+/// value. Constants only; any thread may use them.
 namespace Kz::Dvt::Trace::RecordFormat {
 
 inline constexpr std::uint8_t kRowEnd = 0xFE;
 inline constexpr std::uint8_t kNoData = 0xFD;
 
-/// Positions that every decoder of the host shares, in the order in which a row has them.
+/// Positions that all decoders of the host share, in the order of a row.
 inline constexpr std::uint8_t kProbePosition = 0;        ///< number, 1 byte
 inline constexpr std::uint8_t kMasterPosition = 1;       ///< text
 inline constexpr std::uint8_t kTypePosition = 9;         ///< text
@@ -31,14 +31,18 @@ inline constexpr std::size_t kTextLengthBytes = 4;
 inline constexpr std::size_t kProbeBytes = 1;
 inline constexpr std::size_t kAddressBytes = 8;
 
-/// The decoder's columns must not take a shared position or a marker. With this first id and at
-/// most this many columns none does; the decoder itself does not check what the host asks for.
+/// Column ids from kFirstFreeColumnId up to, but not including, kColumnIdEnd are neither a shared
+/// position nor a marker. The decoder does not check the ids that the host chooses.
 inline constexpr std::uint32_t kFirstFreeColumnId = 12;
 inline constexpr std::uint32_t kColumnIdEnd = kNoData;
 
-/// ProcessSamples checks for room before it writes a value and not after, so it may write this many
-/// bytes past the capacity that it was given: allocate so many more than are announced.
+/// Bytes that ProcessSamples may write past the capacity that it was given: the room check of a
+/// field asks for one free byte, so a value of 8 bytes may end 7 past it, and the position byte of
+/// the next field follows before that field is refused. Allocate so many more than are announced.
 inline constexpr std::size_t kSlackBytes = 8;
+
+/// A smaller capacity is logged as low: a row may not fit.
+inline constexpr std::uint32_t kLowCapacity = 100;
 
 /// Texts of a row.
 inline constexpr const char* kUnknownMaster = "Unknown";  ///< no use-case record for this probe

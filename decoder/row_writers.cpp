@@ -1,5 +1,3 @@
-#include "decoder/output_record.h"
-
 #include <cstring>
 
 #include "decoder/StpQBTracer2DecoderImpl.h"
@@ -15,16 +13,16 @@ bool IsValueSize(eMsgDataSizeType size) {
          size == eMsgDataSize8;
 }
 
-/// The cursor as the record prints it: the address, cut to an int.
+/// The cursor as the log record prints it: the address, cut to an int.
 int CursorAsInt(const std::uint8_t* cursor) {
   return static_cast<int>(reinterpret_cast<std::intptr_t>(cursor));
 }
 
 }  // namespace
 
-// The room check asks for one free byte whatever the value's size, and comes when the position byte
-// is already stored. Deliberate: hosts hand in a buffer that holds a whole row with some slack, and
-// a full one shows at the next field. docs/formats/record.md says how far a write can pass the end.
+// The room check comes after the position byte is stored, and asks for one free byte whatever the
+// value's size. Deliberate: hosts pass a buffer with room for a whole row, and a full one is
+// detected at the next field. RecordFormat::kSlackBytes is how far a row can run past the capacity.
 void StpQBTracer2Decoder::OutputDataToBuffer(eMsgDataSizeType size, std::uint64_t value,
                                              std::uint8_t position, bool withPosition) {
   if (withPosition) {
@@ -50,9 +48,8 @@ void StpQBTracer2Decoder::OutputDataToBuffer(eMsgDataSizeType size, std::uint64_
   bytesWritten += size;
 }
 
-// Position and length (5 bytes) are not part of the room check, and the text is copied up to its
-// first zero byte while the field keeps its full length. Deliberate, both: readers rely on the
-// lengths.
+// The room check leaves out position and length (5 bytes), and the text is copied up to its first
+// zero byte only, while the field keeps its full length. Both are deliberate: hosts rely on them.
 void StpQBTracer2Decoder::OutputStringToBuffer(const std::string* text, std::uint8_t position) {
   if (text == nullptr) return;
   const std::uint64_t needed = std::uint64_t{bytesWritten} + text->size();
@@ -76,12 +73,12 @@ std::uint8_t StpQBTracer2Decoder::ColumnPosition(eQbt2Column column) const {
 
 void StpQBTracer2Decoder::WriteRowHead(const Qbt2ProbeData_t& probe,
                                        const std::string& description) {
-  const std::string master = probe.recordFound ? probe.probeName : kUnknownMaster;
-  const std::string type = kTypeText;
-  OutputDataToBuffer(eMsgDataSize1, probe.probeId, kPositionProbeId, true);
-  OutputStringToBuffer(&master, kPositionMasterName);
-  OutputStringToBuffer(&type, kPositionType);
-  OutputStringToBuffer(&description, kPositionDescription);
+  const std::string master = probe.recordFound ? probe.probeName : RecordFormat::kUnknownMaster;
+  const std::string type = RecordFormat::kTypeText;
+  OutputDataToBuffer(eMsgDataSize1, probe.probeId, RecordFormat::kProbePosition, true);
+  OutputStringToBuffer(&master, RecordFormat::kMasterPosition);
+  OutputStringToBuffer(&type, RecordFormat::kTypePosition);
+  OutputStringToBuffer(&description, RecordFormat::kDescriptionPosition);
 }
 
 void StpQBTracer2Decoder::WriteColumn(eQbt2Column column, std::uint64_t value) {
@@ -95,7 +92,7 @@ void StpQBTracer2Decoder::WriteRawWords(const std::vector<unsigned int>& words) 
   }
 }
 
-// Without a room check, deliberately: the field before it has had one.
+// Deliberately without a room check: the field before it had one.
 void StpQBTracer2Decoder::WriteRowEnd() {
   *outputCursor++ = ROW_END_MARKER;
   ++bytesWritten;
