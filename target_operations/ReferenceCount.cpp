@@ -3,6 +3,7 @@
 #include <array>
 
 #include "common/source/source_utilities/uLogger.h"
+#include "target_operations/host_interfaces.h"
 #include "target_operations/property_interfaces.h"
 
 namespace TargetOperations {

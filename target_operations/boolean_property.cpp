@@ -5,6 +5,7 @@
 #include <utility>
 #include <vector>
 
+#include "target_operations/property_kind.h"
 #include "target_operations/property_tree.h"
 #include "target_operations/reference_handle.h"
 
@@ -63,7 +64,7 @@ BooleanHandle BooleanParent(const Property& node) {
 /// Whether the node or a boolean node above it is of a host's class.
 bool HostClassAtOrAbove(BooleanProperty& node) {
   BooleanHandle current = ReferenceCounting::Share(&node);
-  while (current && PropertyTree::IsLibraryClass(*current)) current = BooleanParent(*current);
+  while (current && IsLibraryClass(*current)) current = BooleanParent(*current);
   return static_cast<bool>(current);
 }
 
@@ -141,7 +142,7 @@ void BooleanProperty::SetTree(bool value) {
       continue;
     }
     BooleanProperty& child = *group.children[group.next++];
-    if (!PropertyTree::IsLibraryClass(child)) {
+    if (!IsLibraryClass(child)) {
       child.SetValue(value);
     } else if (child.m_value != value) {
       child.m_value = value;
@@ -161,7 +162,7 @@ void BooleanProperty::UpdateSelf() {
     node->m_value = false;
     node = BooleanParent(*node);
     if (!node) return;
-    if (!PropertyTree::IsLibraryClass(*node)) return node->UpdateSelf();
+    if (!IsLibraryClass(*node)) return node->UpdateSelf();
   }
 }
 

@@ -44,7 +44,7 @@ class QBT2_API BooleanProperty : public Property, public IBooleanProperty {
   bool IsEqual(BooleanProperty& other);
 
  private:
-  friend class PropertyTree;
+  friend struct PropertyKind;
 
   BooleanProperty(const BooleanProperty& other, NodeOnly);
   void CopyValue(const BooleanProperty& source);

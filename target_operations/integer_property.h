@@ -46,7 +46,7 @@ class QBT2_API IntegerProperty : public Property, public IIntegerProperty {
   bool IsEqual(IntegerProperty& other);
 
  private:
-  friend class PropertyTree;
+  friend struct PropertyKind;
 
   static constexpr unsigned long kDefaultMaximum = 0xFFFFFFFF;
 

@@ -39,7 +39,7 @@ class QBT2_API LocationProperty : public Property, public ILocationProperty {
   bool IsEqual(LocationProperty& other);
 
  private:
-  friend class PropertyTree;
+  friend struct PropertyKind;
 
   LocationProperty(const LocationProperty& other, NodeOnly);
   void CopyValue(const LocationProperty& source);
@@ -84,7 +84,7 @@ class QBT2_API LocationProperty2 : public Property, public ILocationProperty2 {
   bool IsEqual(LocationProperty2& other);
 
  private:
-  friend class PropertyTree;
+  friend struct PropertyKind;
 
   LocationProperty2(const LocationProperty2& other, NodeOnly);
   void CopyValue(const LocationProperty2& source);

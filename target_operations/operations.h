@@ -5,11 +5,13 @@
 /// uses a tree.
 #include "target_operations/ReferenceCount.h"
 #include "target_operations/boolean_property.h"
+#include "target_operations/host_interfaces.h"
 #include "target_operations/integer_property.h"
 #include "target_operations/location_property.h"
 #include "target_operations/property.h"
 #include "target_operations/property_casts.h"
 #include "target_operations/property_interfaces.h"
 #include "target_operations/property_values.h"
+#include "target_operations/reference_counting.h"
 #include "target_operations/reference_handle.h"
 #include "target_operations/string_property.h"

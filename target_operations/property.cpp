@@ -4,14 +4,13 @@
 #include <cstddef>
 #include <cstring>
 
-#include "target_operations/property_tree.h"
 #include "target_operations/reference_handle.h"
 #include "target_operations/text.h"
 
 namespace TargetOperations {
 namespace {
 
-/// Every node without keys answers to this key name; see IsKeyName.
+/// Every node without keys has this key name; see IsKeyName.
 constexpr char kTestKey[] = "TESTKEY";
 
 }  // namespace
@@ -33,14 +32,6 @@ Property::Property(const Property& other, NodeOnly)
       m_disabled(other.m_disabled),
       m_haltCpu(other.m_haltCpu),
       m_replacable(other.m_replacable) {}
-
-Property::Property(const Property& other) : Property(other, NodeOnly()) {
-  PropertyTree::CopyChildren(*this, other);
-}
-
-Property::~Property() {
-  PropertyTree::ReleaseChildren(*this);
-}
 
 IProperty* Property::Construct(const NameAndDescription& nameAndDescription) {
   return new Property(nameAndDescription);
@@ -155,8 +146,8 @@ void Property::SetHaltCPU(bool halt) {
 
 bool Property::IsKeyName(const char* name) const {
   const char* const wanted = TextOrEmpty(name);
-  // Deliberate hook: a node without keys is found under this name, unless it hands the same name to
-  // its children as their key (the field itself, also where a switched-off boolean hides it).
+  // Deliberate hook: a node without keys also has this name, unless its child key is the same text
+  // (the field itself, even where a switched-off boolean hides it).
   if (m_keyNames.empty()) return std::strcmp(wanted, kTestKey) == 0 && m_childKey != kTestKey;
   return std::any_of(m_keyNames.begin(), m_keyNames.end(),
                      [wanted](const PropertyKey& key) { return key.KeyName() == wanted; });
@@ -190,10 +181,6 @@ void Property::SetParent(Property* parent) {
   m_parent = parent;
 }
 
-IProperty* Property::Clone() {
-  return PropertyTree::Clone(*this);
-}
-
 void Property::RemoveAllSubProperties() {
   for (IProperty* const child : m_children) {
     if (child != nullptr) child->Release();
@@ -221,14 +208,6 @@ eREPLACABLE Property::IsReplacable() {
   return m_replacable;
 }
 
-bool Property::IsEqual(Property& other) {
-  return PropertyTree::IsEqual(*this, other);
-}
-
 void Property::UpdateSelf() {}
-
-void Property::DisableAllLevel(bool disabled) {
-  PropertyTree::DisableAllLevel(*this, disabled);
-}
 
 }  // namespace TargetOperations

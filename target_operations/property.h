@@ -4,6 +4,7 @@
 #include <vector>
 
 #include "interfaces/qbt2_export.h"
+#include "target_operations/ReferenceCount.h"
 #include "target_operations/property_interfaces.h"
 #include "target_operations/property_values.h"
 
@@ -109,6 +110,7 @@ class QBT2_API Property : public ReferenceCount, public virtual IAttachablePrope
 
  private:
   friend class PropertyTree;
+  friend struct PropertyKind;
 
   NameAndDescription m_nameAndDescription;
   std::vector<PropertyKey> m_keyNames;

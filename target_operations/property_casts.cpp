@@ -1,6 +1,5 @@
 #include "target_operations/property_casts.h"
 
-#include "target_operations/local_casts.h"
 #include "target_operations/reference_handle.h"
 
 namespace TargetOperations {
@@ -67,23 +66,3 @@ StringProperty* CastString(IProperty* property) {
 }
 
 }  // extern "C"
-
-BooleanProperty* LocalCastBoolean(IProperty* property) {
-  return CastBoolean(property);
-}
-
-IntegerProperty* LocalCastInteger(IProperty* property) {
-  return CastInteger(property);
-}
-
-LocationProperty* LocalCastLocation(IProperty* property) {
-  return CastLocation(property);
-}
-
-LocationProperty2* LocalCastLocation2(IProperty* property) {
-  return CastLocation2(property);
-}
-
-StringProperty* LocalCastString(IProperty* property) {
-  return CastString(property);
-}

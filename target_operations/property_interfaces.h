@@ -3,14 +3,14 @@
 #include <cstdint>
 
 #include "interfaces/qbt2_export.h"
-#include "target_operations/ReferenceCount.h"
+#include "target_operations/reference_counting.h"
 
-/// The interfaces of the property tree, as host and library see each other's nodes, and the names
-/// of the host's own interfaces that the query has an id for. Declaration order is slot order and
-/// part of the contract; docs/inside/property-tree.md lists the slots.
+/// The interfaces of the property tree, through which host and library use each other's nodes. The
+/// order of declaration is the order of the slots and part of the contract;
+/// docs/inside/property-tree.md lists the slots.
 ///
 /// One thread at a time uses a tree. Operations never throw and report no errors: a value that
-/// breaks a rule is ignored, a look-up that finds nothing gives null, 0 or false.
+/// breaks a rule is ignored, a look-up that finds nothing returns null, 0 or false.
 namespace Debugger {
 
 /// An address of the target.
@@ -28,13 +28,13 @@ class QBT2_API IProperty : public virtual ReferenceCounting::IReferenceCount {
   virtual bool IsEditable() const = 0;
   virtual bool IsDisabled() const = 0;
   virtual unsigned int GetNumSubProperties() const = 0;
-  /// Writes GetNumSubProperties() entries; the caller releases each.
+  /// Writes GetNumSubProperties() entries, each with a reference for the caller to release.
   virtual void GetSubProperties(IProperty** out) const = 0;
-  /// The parent, to be released by the caller, or null.
+  /// The parent, with a reference for the caller to release, or null.
   virtual IProperty* GetParentProperty() const = 0;
 };
 
-/// A node that takes children.
+/// A node that can get children.
 class QBT2_API IAttachableProperty : public virtual IProperty {
  public:
   /// Appends the child and takes over the caller's reference.
@@ -90,32 +90,11 @@ class QBT2_API ILocationProperty2 : public virtual ILocationProperty {
   virtual void SetValue64(Debugger::Address value, unsigned int page) = 0;
 };
 
-// The host's interfaces. The library implements none of them and calls none of their operations;
-// it knows their names and ids, so that the generic query answers for a host's objects. A host that
-// has operations to add declares them in interfaces derived from these.
-class QBT2_API IPropertyDescribed : public virtual ReferenceCounting::IReferenceCount {};
-class QBT2_API IOperation : public virtual IPropertyDescribed {};
-class QBT2_API IOperation2 : public virtual IOperation {};
-class QBT2_API IOperation3 : public virtual IOperation2 {};
-class QBT2_API IOperation4 : public virtual IOperation3 {};
-class QBT2_API IOperation5 : public virtual IOperation4 {};
-class QBT2_API IOperation6 : public virtual IOperation5 {};
-class QBT2_API IOperationServer : public virtual ReferenceCounting::IReferenceCount {};
-
 }  // namespace TargetOperations
-
-namespace SyncSetup {
-
-class QBT2_API ISyncMode : public virtual ReferenceCounting::IReferenceCount {};
-class QBT2_API ISyncMode2 : public virtual ISyncMode {};
-class QBT2_API IStepPastBp : public virtual ReferenceCounting::IReferenceCount {};
-
-}  // namespace SyncSetup
 
 namespace ReferenceCounting {
 
-/// The id of an interface, for a query by type (see Query in reference_handle.h). Interfaces
-/// without an id have none.
+/// The id of an interface, for a query by type: see Query in reference_handle.h.
 template <class Interface>
 struct ClassIdOf;
 #define QBT2_CLASS_ID(type, id)          \

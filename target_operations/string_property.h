@@ -61,7 +61,7 @@ class QBT2_API StringProperty : public Property, public IStringProperty {
   bool IsEqual(StringProperty& other);
 
  private:
-  friend class PropertyTree;
+  friend struct PropertyKind;
 
   StringProperty(const StringProperty& other, NodeOnly);
   void CopyValue(const StringProperty& source);
