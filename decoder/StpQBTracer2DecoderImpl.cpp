@@ -18,12 +18,12 @@ StpQBTracer2Decoder::StpQBTracer2Decoder() {
   preparedRows.SetProbes(probes);
 }
 
-// The companion library stays loaded and its object alive: other units of the process may hold the
-// same ones. The log outlives every unit.
+// The companion library stays loaded and its object alive, as other units of the process may use
+// them. The log outlives every unit.
 StpQBTracer2Decoder::~StpQBTracer2Decoder() = default;
 
-// The companion library is a separate component of a host's installation. Without it, or when it
-// fails, the decoder goes on and says nothing.
+// The companion library is an optional component of a host's installation. Without it, or when it
+// fails, the decoder goes on without a message.
 void StpQBTracer2Decoder::LoadDeviceDatabaseUtility() {
   try {
     KZ_DVT::uDll library(nullptr, KZ_DVT::uDll::kDefaultFlags);
@@ -32,7 +32,8 @@ void StpQBTracer2Decoder::LoadDeviceDatabaseUtility() {
         library.GetFunction<CDeviceDataBaseUtility* (*)()>("CreateDeviceDataBaseUtility");
     if (create == nullptr) return;
     destroyDeviceDatabaseUtility = library.GetSymbol("DestroyDeviceDataBaseUtility");
-    // Kept loaded before the first call into it: an exception of its own needs its code.
+    // The library must stay loaded from the first call on: handling an exception of its own needs
+    // its code.
     library.Release();
     deviceDatabaseUtility = create();
   } catch (...) {
@@ -57,7 +58,7 @@ void StpQBTracer2Decoder::GetMasterIds(std::vector<std::uint32_t>& ids) const {
   ids = masterIds;
 }
 
-// Emptied before the copy, so the decoder's own list, handed back to it, ends up empty. Deliberate.
+// Deliberately cleared before the copy, so passing the decoder's own list leaves it empty.
 void StpQBTracer2Decoder::SetMasterIds(const std::vector<std::uint32_t>& ids) {
   masterIds.clear();
   masterIds.insert(masterIds.end(), ids.begin(), ids.end());
@@ -109,12 +110,12 @@ void StpQBTracer2Decoder::DataReset() {
 }
 
 void* CreateDecoderUnit() {
-  // The interface pointer is what the host casts the result to.
+  // The host casts the result to a pointer to the interface.
   return static_cast<Kz::Dvt::Trace::CDecoderUnitIF*>(new StpQBTracer2Decoder);
 }
 
-// The storage is freed and no destructor run. Deliberate, as part of the contract with hosts: what
-// the members own (texts, lists) is lost, and a leak checker says so.
+// Deliberately frees the storage without running the destructor, as part of the contract with
+// hosts: the memory of the members (texts, lists) is lost, and a leak checker reports it.
 void DestroyDecoderUnit(void* unit) {
   ::operator delete(unit);
 }

@@ -17,14 +17,13 @@
 
 /// The decoder unit for QB Tracer 2 messages: one sample in, at most one row out.
 ///
-/// A well-formed sample whose row fits takes a quick road (prepared_rows.h), every other one the
-/// checked road; both write the same bytes.
+/// A well-formed sample whose row fits takes the fast path (prepared_rows.h), every other one the
+/// checked path; both write the same bytes.
 ///
-/// The class is the whole state of a unit; its operations live in one file per concern
-/// (sample_intake, statistics_messages, transaction_message, output_record, usecase_loading,
-/// trace_environment). One thread at a time uses a unit, separate units are independent, and units
-/// are created one at a time. What the tests need beside the interface they reach through
-/// StpQBTracer2DecoderPeer.
+/// The class holds the whole state of a unit; its operations are defined in one file per concern
+/// (sample_intake, statistics_messages, transaction_message, row_writers, usecase_loading). One
+/// thread at a time uses a unit, separate units are independent, and units are created one at a
+/// time. Tests reach the private members through StpQBTracer2DecoderPeer.
 class StpQBTracer2Decoder : public Kz::Dvt::Trace::CDecoderUnitIF {
  public:
   /// Sets up the process's trace environment (first unit only), opens the log, loads the optional
@@ -49,7 +48,7 @@ class StpQBTracer2Decoder : public Kz::Dvt::Trace::CDecoderUnitIF {
                       std::uint8_t* output, std::uint32_t& bytesProduced) override;
   void DataReset() override;
 
-  /// Behind the interface's slots. A host never gets here: DestroyDecoderUnit does not run it.
+  /// In the slots after those of the interface. DestroyDecoderUnit does not run it.
   virtual ~StpQBTracer2Decoder();
 
  private:
@@ -59,25 +58,25 @@ class StpQBTracer2Decoder : public Kz::Dvt::Trace::CDecoderUnitIF {
   /// Rebuilds `probes` from the configuration manager's settings "QBT2_<master id>".
   void LoadUsecase();
   void LoadMaster(std::uint32_t masterId, Qbt2ProbeData_t& record);
-  /// Replaces `name` by the device model's name of the master; leaves it when there is none.
-  void TakeMasterName(std::uint32_t masterId, std::string& name) const;
-  void TellDeviceDatabaseUtility();
-  void AskAndIgnore(const char* name);
+  /// Sets `name` to the device model's name of the master, if it has one.
+  void LookUpMasterName(std::uint32_t masterId, std::string& name) const;
+  void NotifyDeviceDatabaseUtility();
+  void QueryAndIgnore(const char* name);
 
   /// A copy of the first record with this probe id, else a record with `recordFound` false.
   Qbt2ProbeData_t GetProbeData(std::uint8_t id) const;
-  /// Collects the sample's words and hands them to the decoder of their number; false when there is
-  /// none. Throws DecodeError {2, 0} when a word would end behind the announced payload.
+  /// Collects the words of the sample and calls the message decoder for their number; false when
+  /// there is none. Throws DecodeError {2, 0} when a word would end past the payload.
   bool ProcessQBTracerData(Qbt2ProbeData_t probe);
-  /// False, with the reason in the log, when the sample is no complete run of words.
+  /// False when the payload is empty, or has a wrong length byte, which is logged.
   bool CollectWords(MessageWords& message);
   void CheckWordEnd(std::uint8_t length) const;
-  /// The checked road of a sample: every field through the writers below.
+  /// The checked path: every field of the row goes through the writers below.
   void DecodeSample();
-  bool TakePreparedRow();
+  bool WritePreparedRow();
 
-  /// Each writes one row, or nothing when the number of words is not its own or zero suppression
-  /// drops the message. Throw DecodeError when the output does not hold the row.
+  /// Each writes one row, or nothing when the number of words is wrong or zero suppression drops
+  /// the message. They throw DecodeError when the row does not fit into the output.
   void ProcessThroughputMessage(std::vector<unsigned int> words, Qbt2ProbeData_t probe);
   void ProcessLatencyMessage(std::vector<unsigned int> words, Qbt2ProbeData_t probe);
   void ProcessTransactionMessage(std::vector<unsigned int> words, Qbt2ProbeData_t probe);

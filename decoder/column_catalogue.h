@@ -6,13 +6,12 @@
 #include <string>
 #include <string_view>
 
-/// The 45 columns that the decoder owns: their texts, sizes and order.
+/// The decoder's 45 columns: their texts, sizes and order.
 ///
-/// One constant table serves everything that speaks of columns: the interface's column calls, the
-/// message layouts and the output rows. Constant data, so any thread may read it; nothing has to be
-/// built when the library is loaded.
+/// One constant table for the interface's column calls, the message layouts and the output rows.
+/// Any thread may read it.
 
-/// Column id of an entry that the host has not numbered yet.
+/// Id of a column that the host has not numbered yet.
 inline constexpr std::uint32_t COLUMN_UNASSIGNED = 0xBAD0BAD0;
 
 /// Position of a column in the catalogue.
@@ -77,9 +76,10 @@ struct qbt2StaticColumnInfo {
   eQbt2Column position;    ///< the row's own place in the table
 };
 
-/// The texts are the host's users' and stay as they are, with "tranaction" and the uneven use of a
-/// trailing "_" (the key "Matched" is row 4's; row 1, displayed as "Matched", has the key
-/// "Matched_"). Row 35 has one byte although its field has twelve bits: the upper four are cut.
+/// The texts are part of the interface and deliberately stay as they are, with "tranaction" and the
+/// uneven use of a trailing "_": the key "Matched" belongs to row 4, while row 1, displayed as
+/// "Matched", has the key "Matched_". Row 35 deliberately has one byte although its field has
+/// twelve bits: the upper four are cut.
 inline constexpr std::array<qbt2StaticColumnInfo, kColumnCount> qbt2Columns{{
     {"Byte Transactions", "Bytes", "Number of byte transactions recorded per sampling window.", 4,
      eQbt2Column::Bytes},
@@ -152,7 +152,7 @@ inline constexpr std::array<qbt2StaticColumnInfo, kColumnCount> qbt2Columns{{
     {"Raw QBT2 MSG5", "RawQBT2_5", "Decoded STPV2 data.", 4, eQbt2Column::RawMsg5},
 }};
 
-/// Whether every row stands where it says, with texts and a size that the output can hold.
+/// Whether every row is at its position and has texts and a valid size.
 consteval bool CatalogueIsSound() {
   for (std::size_t k = 0; k < qbt2Columns.size(); ++k) {
     const qbt2StaticColumnInfo& row = qbt2Columns.at(k);
@@ -171,22 +171,22 @@ constexpr const qbt2StaticColumnInfo& ColumnInfo(eQbt2Column column) {
   return qbt2Columns[static_cast<std::size_t>(column)];
 }
 
-/// A decoder's own state of one column, 45 of them in catalogue order.
+/// The state of one column in a decoder unit.
 struct DecoderColumn {
-  bool auxFlag0 = false;  ///< set here and read by nobody
+  bool auxFlag0 = false;  ///< never read
   std::string name;
   std::uint32_t columnId = COLUMN_UNASSIGNED;
-  bool auxFlag1 = true;  ///< set here and read by nobody
+  bool auxFlag1 = true;  ///< never read
   bool disabled = true;
   bool enabled = false;  ///< always the inverse of `disabled`
 };
 
+/// In catalogue order.
 using DecoderColumns = std::array<DecoderColumn, kColumnCount>;
 
-/// Gives every entry the display name of its row.
+/// Sets the name of each entry to the display name of its row.
 void NameColumns(DecoderColumns& columns);
 
-/// The row that describes `column`, an entry of `columns`: the one of the first entry with its
-/// name.
+/// The catalogue row of `column`, an entry of `columns`: that of the first entry with its name.
 const qbt2StaticColumnInfo& FindColumnInfo(const DecoderColumns& columns,
                                            const DecoderColumn& column);

@@ -6,10 +6,10 @@
 
 /// How the decoder writes to the utility log: QBT2_LOG(threshold, kinds, kDecoderLogStyle, ...).
 
-/// Nearly all of the decoder's records need a verbosity above 2, that is log level 6.
+/// Most of the decoder's records need a verbosity above 2, that is log level 6.
 inline constexpr std::int32_t kLogAboveTwo = 2;
-/// A full output buffer is told at every verbosity but 0.
+/// A full output buffer is logged at every verbosity except 0.
 inline constexpr std::int32_t kLogAboveOff = 0;
 
-/// Date and time, so that records of several runs in one file can be told apart.
+/// Date and time: one file may have the records of several runs.
 inline constexpr std::uint32_t kDecoderLogStyle = KZ_DVT::uLogStyleDateTime;

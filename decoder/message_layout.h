@@ -53,6 +53,14 @@ inline constexpr std::array kThroughputFields{
     MessageField{eQbt2Column::Matched, {{1, 0, 24}}},
 };
 
+/// Bytes per matched transaction of a throughput message, rounded down. Without a match there is no
+/// average: it is then 0, so that the row is still written.
+inline std::uint32_t AverageLength(const std::uint32_t* words) {
+  const auto total = static_cast<std::uint32_t>(Extract(words, kThroughputFields[0].value));
+  const auto matched = static_cast<std::uint32_t>(Extract(words, kThroughputFields[1].value));
+  return matched == 0 ? 0 : total / matched;
+}
+
 /// The tracked count straddles words 0 and 1; bits 31 to 24 of word 3 are unused.
 inline constexpr std::array kLatencyFields{
     MessageField{eQbt2Column::Tracked, {{0, 24, 8}, {1, 0, 16}}},

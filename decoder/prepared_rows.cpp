@@ -13,7 +13,7 @@
 namespace {
 
 static_assert(std::endian::native == std::endian::little,
-              "values are stored as they lie in memory");
+              "values are stored in the byte order of memory");
 
 template <std::size_t kBytes>
 void StoreLittleEndian(std::uint8_t* target, std::uint64_t value) {
@@ -26,7 +26,7 @@ std::uint64_t RowValue(const std::uint32_t* words) {
   using Tail = RowTail<kWords>;
   constexpr eQbt2Column kColumn = Tail::kColumns[kIndex];
   if constexpr (kIndex < Tail::kFields.size()) {
-    // A constant of its own, so that shifts and masks become immediate operands.
+    // A constant, so that shifts and masks become immediate operands.
     constexpr SplitValue kValue = Tail::kFields[kIndex].value;
     return Extract(words, kValue);
   } else if constexpr (kColumn == eQbt2Column::AvgLength) {
@@ -44,7 +44,7 @@ void StoreValue(std::uint8_t* tail, const std::uint32_t* words) {
                            RowValue<kWords, kIndex>(words));
 }
 
-/// All values of a row at their places; the loop is unrolled at compile time.
+/// Stores all values of a row; the loop is unrolled at compile time.
 template <std::size_t kWords, std::size_t... kIndex>
 void StoreValues(std::uint8_t* tail, const std::uint32_t* words,
                  std::index_sequence<kIndex...> /*unused*/) {
@@ -70,7 +70,7 @@ void AppendText(std::vector<std::uint8_t>& bytes, std::uint8_t position, const s
   bytes.insert(bytes.end(), text.begin(), text.end());
 }
 
-/// Whether each word has its length byte.
+/// Whether all length bytes are right.
 template <std::size_t kWords>
 bool IsWellFormed(const std::uint8_t* sample) {
   bool good = true;
@@ -96,7 +96,7 @@ const RowTail<kTransactionWords>& PreparedRows::Tail() const noexcept {
 }
 
 PreparedRows::PreparedRows() noexcept {
-  ForgetProbes();
+  ClearProbes();
 }
 
 void PreparedRows::SetColumns(const DecoderColumns& columns) noexcept {
@@ -105,25 +105,25 @@ void PreparedRows::SetColumns(const DecoderColumns& columns) noexcept {
   LayOutTail(columns, transactionTail_);
 }
 
-void PreparedRows::ForgetProbes() noexcept {
+void PreparedRows::ClearProbes() noexcept {
   headsOfProbe_.fill(ProbeHeads{});
 }
 
 void PreparedRows::SetProbes(const std::vector<Qbt2ProbeData_t>& probes) {
-  ForgetProbes();
+  ClearProbes();
   heads_.clear();
   const ProbeHeads unknown = AppendHeads(Qbt2ProbeData_t{});
   std::array<ProbeHeads, kProbeIds> heads;
   heads.fill(unknown);
   std::bitset<kProbeIds> seen;
   for (const Qbt2ProbeData_t& probe : probes) {
-    // The first record of an id counts, even when it was not found.
+    // The first record of an id counts, even one without a usable line.
     if (!seen.test(probe.probeId)) {
       seen.set(probe.probeId);
       heads[probe.probeId] = probe.recordFound ? AppendHeads(probe) : unknown;
     }
   }
-  heads_.resize(heads_.size() + kCopyStep);  // the last head, too, is read in whole steps
+  heads_.resize(heads_.size() + kCopyStep);  // the last head is also read in whole steps
   headsOfProbe_ = heads;
 }
 
@@ -134,12 +134,12 @@ PreparedRows::ProbeHeads PreparedRows::AppendHeads(const Qbt2ProbeData_t& probe)
           AppendHead(probe, kTransactionDescription)};
 }
 
-// A name with a zero byte is cut there by the checked writers, which leave the bytes behind it as
-// they were: nothing that could be prepared.
+// The checked writers cut a name with a zero byte there and leave the output's bytes after it as
+// they were, which cannot be prepared.
 PreparedRows::Head PreparedRows::AppendHead(const Qbt2ProbeData_t& probe,
                                             const std::string& description) {
   const std::string master = probe.recordFound ? probe.probeName : RecordFormat::kUnknownMaster;
-  if (master.size() > kLongestHead || master.find('\0') != std::string::npos) {
+  if (master.size() > kLongestName || master.find('\0') != std::string::npos) {
     return {};
   }
   const std::size_t offset = heads_.size();

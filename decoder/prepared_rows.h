@@ -10,16 +10,17 @@
 #include "decoder/probe_data.h"
 #include "decoder/record_values.h"
 
-/// The quick road from a sample to its row, byte for byte the row of the checked writers.
+/// The fast path from a sample to its row, which is byte for byte that of the checked writers.
 ///
-/// Of a row, only the values differ from one message to the next. Its head (probe, name, type,
-/// description) is the probe's and is laid out when the use case is loaded; its tail (column
-/// positions and the end marker) is laid out when the columns are numbered. A well-formed message
-/// whose row is certain to fit is then two copies and the values patched in, without allocation.
-/// Everything else (damage, small outputs, unusual names) is refused here and left to the checked
-/// road, which alone logs and throws. Belongs to one decoder unit, whose thread uses it.
+/// From one message to the next only the values of a row change. Its head (probe, name, type,
+/// description) is prepared for each probe when the use case is loaded, its tail (column positions
+/// and the end marker) when the columns are numbered. The row of a well-formed message that is sure
+/// to fit is then two copies and the values stored into them, without allocation. Everything else
+/// (damage, small outputs, unusual names) is left to the checked path, which alone logs and throws.
+/// Belongs to one decoder unit and its thread.
 
-/// Bytes of a row behind its head, for a kind of `kWords` words: where each value stands.
+/// The bytes of a row after its head, for a message of `kWords` words, and the places of its
+/// values.
 template <std::size_t kWords>
 struct RowTail {
   static constexpr auto& kFields = kMessageFields<kWords>;
@@ -29,7 +30,7 @@ struct RowTail {
       kHasAddress ? RecordFormat::kPositionBytes + RecordFormat::kAddressBytes : 0;
   static constexpr std::size_t kValues = kFields.size() + (kHasAverage ? 1 : 0) + kWords;
 
-  /// The columns of a row in its order.
+  /// The columns in the order of the row.
   static constexpr std::array<eQbt2Column, kValues> kColumns = [] {
     std::array<eQbt2Column, kValues> columns{};
     std::size_t next = 0;
@@ -43,7 +44,8 @@ struct RowTail {
     return columns;
   }();
 
-  /// Offset of each column's position byte in the tail; its value follows. Last: the end marker's.
+  /// Offset in the tail of each column's position byte, which its value follows; last, that of the
+  /// end marker.
   static constexpr std::array<std::size_t, kValues + 1> kOffsets = [] {
     std::array<std::size_t, kValues + 1> offsets{kAddressFieldBytes};
     for (std::size_t k = 0; k < kValues; ++k) {
@@ -59,32 +61,32 @@ struct RowTail {
 
 class PreparedRows {
  public:
-  /// No probe is prepared: every row is refused.
+  /// Without probes: Write refuses every sample.
   PreparedRows() noexcept;
 
-  /// Takes over the columns' ids.
+  /// Prepares the tails with the ids of the columns.
   void SetColumns(const DecoderColumns& columns) noexcept;
-  /// Prepares the heads of all probe ids; an id without a record of its own gets the unknown one's.
+  /// Prepares a head for each probe id; an id without a record gets that of an unknown probe.
   void SetProbes(const std::vector<Qbt2ProbeData_t>& probes);
-  /// Refuses every row until SetProbes is called.
-  void ForgetProbes() noexcept;
+  /// Write refuses every sample until SetProbes is called.
+  void ClearProbes() noexcept;
 
-  /// Writes the row of the sample, whose header announces `payloadBytes`, and returns its size; 0,
-  /// with nothing written, when it is left to the checked road.
+  /// Writes the row of a sample with `payloadBytes` of payload and returns its size in bytes; 0,
+  /// with nothing written, when the sample is left to the checked path.
   std::uint32_t Write(const std::uint8_t* sample, std::uint32_t payloadBytes,
                       std::uint32_t capacity, std::uint8_t* output) const noexcept;
 
  private:
   static constexpr std::size_t kKinds = 3;
   static constexpr std::size_t kProbeIds = 256;
-  /// Heads are copied in steps of this many bytes; the tail then overwrites what was copied over.
+  /// Heads are copied in steps of this many bytes; the tail overwrites what was copied too much.
   static constexpr std::size_t kCopyStep = 16;
-  /// Longer heads are not worth the memory; their rows take the checked road.
-  static constexpr std::size_t kLongestHead = 1024;
-  /// A size that makes no row fit.
+  /// Longer master names are not worth the memory; their rows take the checked path.
+  static constexpr std::size_t kLongestName = 1024;
+  /// A size with which no row fits.
   static constexpr std::uint32_t kNoHead = 0xFFFFFFFF;
 
-  /// Where the head of one probe and kind lies in `heads_`.
+  /// The place in `heads_` of the head of one probe and kind.
   struct Head {
     std::uint32_t offset = 0;
     std::uint32_t size = kNoHead;

@@ -4,10 +4,10 @@
 #include <cstdint>
 #include <string>
 
-/// What one bus tracer was programmed with, as its use-case line tells it.
+/// How one bus tracer was programmed, according to its use-case line.
 ///
-/// A record lives in its decoder unit; copies are free for any use. Fields named after a register
-/// (A to D) hold the named bits of that filter register, shifted down to bit 0.
+/// A plain value; copies are independent. Fields named after a register (A to D) hold the named
+/// bits of that filter register, shifted down to bit 0.
 struct Qbt2ProbeData_t {
   /// One value for each of the tracer's two filters.
   template <typename T>
@@ -56,7 +56,7 @@ struct Qbt2ProbeData_t {
   FilterPair<std::uint8_t> filterD19_12{};
   FilterPair<std::uint16_t> filterD11_0{};
 
-  std::uint32_t stateBits = 0;  ///< bits 7 to 5 of the probe id decoded last before the load
-  /// False: no usable use-case line. All but `probeId` is then left over from another record.
+  std::uint32_t stateBits = 0;  ///< bits 7 to 5 of the last probe id decoded before the load
+  /// False: no usable use-case line. All but `probeId` may then be left over from another record.
   bool recordFound = false;
 };

@@ -18,7 +18,7 @@ void StpQBTracer2Decoder::ProcessSamples(std::uint32_t /*unused*/, std::uint8_t*
   currentProbeId = input[SampleFormat::kProbeIdOffset];
   outputCursor = output;
   outputCapacity = capacity;
-  if (TakePreparedRow()) {
+  if (WritePreparedRow()) {
     bytesProduced = bytesWritten;
     return;
   }
@@ -34,7 +34,7 @@ void StpQBTracer2Decoder::ProcessSamples(std::uint32_t /*unused*/, std::uint8_t*
     throw DecodeError{2, 0};
   }
   if (bytesWritten == 0) {
-    // Whatever the capacity: a host has to leave room for this one byte. Deliberate.
+    // Deliberately without a room check: a host has to leave room for this byte.
     *outputCursor = NO_DATA_MARKER;
     bytesProduced = 1;
     return;
@@ -42,8 +42,8 @@ void StpQBTracer2Decoder::ProcessSamples(std::uint32_t /*unused*/, std::uint8_t*
   bytesProduced = bytesWritten;
 }
 
-// Leaves the unit as the checked road would.
-bool StpQBTracer2Decoder::TakePreparedRow() {
+// The fast path; it leaves the unit in the same state as DecodeSample.
+bool StpQBTracer2Decoder::WritePreparedRow() {
   const std::uint32_t payload = LoadLittleEndian32(inputBuffer + SampleFormat::kPayloadBytesOffset);
   const std::uint32_t rowBytes =
       zeroSuppress ? 0 : preparedRows.Write(inputBuffer, payload, outputCapacity, outputCursor);
@@ -94,9 +94,9 @@ bool StpQBTracer2Decoder::ProcessQBTracerData(Qbt2ProbeData_t probe) {
   }
 }
 
-// False when the sample holds no complete run of words. The byte count is the host's word for how
-// far the sample may be read: no byte behind it is touched. A count that puts the end of the sample
-// beyond 32 bits is refused with the first word, as its end cannot be told.
+// The payload size in the header is the host's statement of how far the sample can be read: no byte
+// past it is read. A size that puts the end of the sample beyond 32 bits is rejected at the first
+// word.
 bool StpQBTracer2Decoder::CollectWords(MessageWords& message) {
   payloadBytes = LoadLittleEndian32(inputBuffer + readIndex);
   readIndex += SampleFormat::kPayloadCountBytes;

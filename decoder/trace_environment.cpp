@@ -16,7 +16,7 @@ constexpr const char* kDebugClientVariable = "KZ_TRACE_DEBUGCLIENT_PID";
 constexpr const char* kLogLevelVariable = "KZ_TRACE_LOGGING";
 constexpr const char* kLogDirectoryVariable = "KZ_TRACE_LOGGING_DIR";
 
-/// A trace directory and the variable that publishes it. Asking for one also makes it.
+/// A trace directory and the variable that publishes it. `get` also creates it.
 struct TraceDirectory {
   std::string& (*get)(std::string& out);
   const char* variable;
@@ -34,14 +34,14 @@ struct TraceEnvironment {
   std::string logFileName;
 };
 
-/// Never destroyed, so that units of other libraries' static objects may still be made at exit.
+/// Never destroyed: static objects of other libraries may still create units at exit.
 TraceEnvironment& Environment() {
   static auto* environment = new TraceEnvironment;
   return *environment;
 }
 
-/// All tools started from one debug client share its id; the id of a process that is gone is
-/// replaced by this process's.
+/// All tools started from one debug client share its id; the id of a process that no longer exists
+/// is replaced by that of this process.
 void SettleDebugClient(TraceEnvironment& environment) {
   std::string& pid = environment.debugClientPid;
   pid = uEnvironment::GetVar(kDebugClientVariable);
@@ -63,7 +63,7 @@ void PublishDirectories() {
   }
 }
 
-/// Month, day and year stand side by side without padding: kz_trace_log_7142026_4711.txt.
+/// Month, day and year follow each other without padding: kz_trace_log_7142026_4711.txt.
 std::string MakeLogFileName(const std::string& pid) {
   const KZ_DVT::uTime now;
   return "kz_trace_log_" + std::to_string(now.GetMonth()) + std::to_string(now.GetDay()) +
@@ -87,7 +87,7 @@ void SetUpTraceEnvironment() noexcept {
     KZ_DVT::uLogSystem::GetLogSystem()->InitLog(environment.logFileName.c_str(), kLogLevelVariable,
                                                 kLogDirectoryVariable, true);
   } catch (...) {
-    // A decoder without its log still decodes; the next unit tries again.
+    // A decoder also works without its log; the next unit tries again.
   }
 }
 

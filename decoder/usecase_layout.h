@@ -9,16 +9,16 @@
 #include "decoder/probe_data.h"
 #include "interfaces/device_config_manager_if.h"
 
-/// Where a use-case line keeps what: its tokens, and the bits of the filter registers among them.
+/// The layout of a use-case line: its tokens, and the bits of the filter registers among them.
 ///
-/// The line is text, 15 tokens separated by ";": the master's name, six numbers and the registers A
-/// to D of filter 0 and of filter 1. Constant data and pure functions: any thread.
+/// The line is text, 15 tokens separated by ";": the master's name, six numbers, and the registers
+/// A to D of filter 0 and of filter 1. Constant data and pure functions; any thread may use them.
 
 inline constexpr std::size_t kNameToken = 0;
 inline constexpr std::size_t kFirstRegisterToken = 7;
 inline constexpr std::size_t kFilterCount = 2;
 
-/// A token 0 of this text asks for the name that the device model gives the master.
+/// As token 0: the name of the master is looked up in the device model.
 inline constexpr const char* kMasterNamePlaceholder = "MASTERNAME";
 
 enum eFilterRegister : std::uint8_t { kRegisterA, kRegisterB, kRegisterC, kRegisterD };
@@ -32,7 +32,7 @@ void StoreToken(Qbt2ProbeData_t& record, unsigned long value) {
   record.*Member = static_cast<std::remove_reference_t<decltype(record.*Member)>>(value);
 }
 
-/// Token 3 holds a half word and, in bit 31, a flag.
+/// Token 3 has a halfword and, in bit 31, a flag.
 inline void StoreToken3(Qbt2ProbeData_t& record, unsigned long value) {
   record.usecaseHalfWord3 = static_cast<std::uint16_t>(value);
   record.usecaseFlag3 = ((value >> 31) & 1) != 0;
@@ -70,8 +70,8 @@ consteval FilterField Field(eFilterRegister source, std::uint8_t lowestBit, std:
   return {source, lowestBit, width, std::numeric_limits<Value>::digits, &StoreFilter<Member>};
 }
 
-/// Register C's low 14 bits lie as word 3 of a transaction message does, register B's fields as its
-/// word 2. Bits that no row names carry nothing.
+/// The low 14 bits of register C have the layout of word 3 of a transaction message, the fields of
+/// register B that of word 2. Bits without a row are unused.
 inline constexpr std::array kFilterFields{
     Field<&Qbt2ProbeData_t::filterA28>(kRegisterA, 28, 1),
     Field<&Qbt2ProbeData_t::filterA19_16>(kRegisterA, 16, 4),
@@ -103,7 +103,7 @@ inline constexpr std::array kFilterFields{
     Field<&Qbt2ProbeData_t::filterD11_0>(kRegisterD, 0, 12),
 };
 
-/// A range of register A that goes to bit `targetBit` of `filterAPacked`.
+/// Bits of register A that are stored from bit `targetBit` of `filterAPacked` up.
 struct PackedRange {
   std::uint8_t lowestBit;
   std::uint8_t width;
@@ -116,8 +116,8 @@ inline constexpr std::array kPackedRanges{
     PackedRange{29, 3, 10},
 };
 
-/// Claims `width` bits of a register from `lowestBit` up; false when they are none, lie outside or
-/// are taken.
+/// Claims `width` bits of a register from `lowestBit` up; false when the width is 0, or they are
+/// outside the register or already claimed.
 constexpr bool ClaimBits(std::uint64_t& taken, std::uint32_t lowestBit, std::uint32_t width) {
   const std::uint64_t bits = ((std::uint64_t{1} << width) - 1) << lowestBit;
   const bool isGood = width > 0 && lowestBit + width <= 32 && (taken & bits) == 0;

@@ -5,18 +5,18 @@
 
 #include "decoder/probe_data.h"
 
-/// Reading a use-case line: the text in which a configuration manager keeps how one bus tracer was
-/// programmed. The decoder's own part, which asks for the lines, is
-/// StpQBTracer2Decoder::LoadUsecase.
+/// Reads a use-case line: the text of a configuration setting that says how one bus tracer was
+/// programmed. StpQBTracer2Decoder::LoadUsecase gets the lines and uses this. Pure functions.
 
 /// The tokens between the ";" of a line, empty ones included.
 std::vector<std::string> SplitUsecaseLine(const std::string& line);
 
-/// A number as std::stoul reads it with automatic base: decimal, 0x hexadecimal, leading-0 octal;
-/// stops at the first character that does not belong. Throws std::invalid_argument without digits,
-/// std::out_of_range when it is too large.
+/// A number as std::stoul reads it with automatic base: decimal, 0x hexadecimal or leading-0 octal,
+/// up to the first character that does not belong to it. Throws std::invalid_argument for a token
+/// without digits and std::out_of_range for a number that is too large.
 unsigned long ParseUsecaseNumber(const std::string& token);
 
-/// Fills all of `record` that tokens 1 to 14 tell, each as soon as it is converted: a token that
-/// throws (see ParseUsecaseNumber) leaves those before it stored. `tokens` holds kUseCaseFields.
+/// Fills the fields of `record` that come from tokens 1 to 14, each as soon as it is converted:
+/// when a token throws (see ParseUsecaseNumber), the ones before it are stored. `tokens` has
+/// kUseCaseFields entries.
 void ParseUsecaseNumbers(const std::vector<std::string>& tokens, Qbt2ProbeData_t& record);

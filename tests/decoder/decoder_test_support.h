@@ -40,13 +40,13 @@ struct StpQBTracer2DecoderPeer {
   }
 
   /// Sends every sample down the checked road until the next load.
-  void ForgetPreparedRows() { unit.preparedRows.ForgetProbes(); }
+  void ClearPreparedRows() { unit.preparedRows.ClearProbes(); }
   [[nodiscard]] bool TakesPreparedRow(std::uint8_t* input, std::uint8_t* output,
                                       std::uint32_t capacity) {
     unit.inputBuffer = input;
     unit.outputCursor = output;
     unit.outputCapacity = capacity;
-    return unit.TakePreparedRow();
+    return unit.WritePreparedRow();
   }
 
   /// Starts an output as ProcessSamples does.

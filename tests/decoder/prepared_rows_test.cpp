@@ -66,7 +66,7 @@ class PreparedRowsTest : public DecoderTest {
 
   void Configure(const std::map<std::string, std::string>& settings, const Words& masters) {
     ForBoth([&] { Load(settings, masters); });
-    StpQBTracer2DecoderPeer{*checked_}.ForgetPreparedRows();
+    StpQBTracer2DecoderPeer{*checked_}.ClearPreparedRows();
   }
 
   void Number(std::uint32_t firstId) {
