@@ -1,8 +1,9 @@
 #include "host/generate/bus_message.h"
 
 namespace qbt2 {
-
 namespace {
+
+namespace format = Kz::Dvt::Trace::SampleFormat;
 
 /// Fills a word from its least significant bit upwards, field by field.
 class WordPacker {
@@ -25,7 +26,7 @@ class WordPacker {
 
 MessageWords pack(const ThroughputWindow& window) {
   MessageWords message;
-  message.count = 2;
+  message.count = format::kThroughputWords;
   message.words[0] = window.bytes;
   message.words[1] = WordPacker().field(window.matched, 24).unused(8).word();
   return message;
@@ -33,8 +34,8 @@ MessageWords pack(const ThroughputWindow& window) {
 
 MessageWords pack(const LatencyWindow& window) {
   MessageWords message;
-  message.count = 4;
-  // The tracked count lies across the first two words: low 8 bits, then the high 16.
+  message.count = format::kLatencyWords;
+  // The tracked count spans the first two words: low 8 bits, then the high 16.
   message.words[0] = WordPacker().field(window.matched, 24).field(window.tracked, 8).word();
   message.words[1] = WordPacker().field(window.tracked >> 8, 16).field(window.max_wait, 16).word();
   message.words[2] = window.total_wait;
@@ -45,7 +46,7 @@ MessageWords pack(const LatencyWindow& window) {
 MessageWords pack(const BusTransaction& transaction) {
   const BusTransaction& t = transaction;
   MessageWords message;
-  message.count = 6;
+  message.count = format::kTransactionWords;
   message.words[0] = WordPacker().field(t.address, 32).word();
   message.words[1] = WordPacker()
                          .field(t.address >> 32, 16)

@@ -7,17 +7,18 @@
 #include "host/base/error.h"
 #include "host/base/number_text.h"
 #include "host/base/use_case_setting.h"
-#include "host/capture/sample_batch.h"
 #include "host/coresight/trace_funnel.h"
-#include "host/generate/capture_damage.h"
+#include "host/generate/damage_injector.h"
+#include "interfaces/sample_format.h"
 
 namespace qbt2 {
-
 namespace {
 
-/// What is collected before the sink is called.
+namespace format = Kz::Dvt::Trace::SampleFormat;
+
+/// Bytes collected before the sink is called.
 constexpr std::size_t kPieceBytes = std::size_t{64} << 10;
-/// Smaller for frames: how much a piece grows in them is known only afterwards.
+/// Smaller for frames: how much a piece grows in them is known only after wrapping.
 constexpr std::size_t kFramesPieceBytes = std::size_t{8} << 10;
 
 StpEncoding encoding_of(const GeneratorOptions& options) {
@@ -27,19 +28,20 @@ StpEncoding encoding_of(const GeneratorOptions& options) {
 }
 
 void append_sample(const TrafficMessage& message, std::vector<std::uint8_t>& out) {
-  const auto payload = static_cast<std::uint8_t>(message.words.count * kSampleWordBytes);
-  const std::array<std::uint8_t, kSampleHeaderBytes> header = {
-      0, static_cast<std::uint8_t>(message.master), 0, 0, payload, 0, 0, 0};
+  std::array<std::uint8_t, format::kHeaderBytes> header{};
+  header[format::kProbeIdOffset] = format::ProbeOfMaster(message.master);
+  header[format::kPayloadBytesOffset] =
+      static_cast<std::uint8_t>(message.words.count * format::kPairBytes);
   out.insert(out.end(), header.begin(), header.end());
   for (const std::uint32_t word : message.words.view()) {
-    out.push_back(sizeof word);
+    out.push_back(format::kWordLength);
     for (unsigned shift = 0; shift < 32; shift += 8) {
       out.push_back(static_cast<std::uint8_t>(word >> shift));
     }
   }
 }
 
-/// Hands pieces on, damaged as wanted, and keeps count.
+/// Damages the pieces as requested, passes them to the sink and counts their bytes.
 class Output {
  public:
   Output(const GeneratorOptions& options, const CaptureGenerator::Sink& sink)
@@ -55,7 +57,7 @@ class Output {
     summary.bytes = bytes_out_;
     summary.damaged_places = damage_.places_done();
   }
-  /// Without the damage.
+  /// Before damage.
   std::uint64_t bytes() const { return bytes_; }
 
  private:
@@ -69,7 +71,7 @@ class Output {
 
   const GeneratorOptions& options_;
   const CaptureGenerator::Sink& sink_;
-  CaptureDamage damage_;
+  DamageInjector damage_;
   std::uint64_t bytes_ = 0;
   std::uint64_t bytes_out_ = 0;
 };
@@ -80,7 +82,7 @@ CaptureGenerator::CaptureGenerator(const GeneratorOptions& options)
     : options_(options), model_(options.traffic) {
   const auto refuse = [](const std::string& reason) { throw Error(ErrorCode::kUsage, reason); };
   if (options.messages == 0 && options.bytes == 0) {
-    refuse("a capture needs an end: messages or bytes");
+    refuse("the capture has no end: give its messages or its bytes");
   }
   if (options.atb_id == 0 || options.atb_id > kLargestTraceId) {
     refuse("the ATB id must be from 1 to " + std::to_string(kLargestTraceId));
@@ -89,20 +91,20 @@ CaptureGenerator::CaptureGenerator(const GeneratorOptions& options)
     refuse("at most " + std::to_string(kMostOtherSources) + " other sources");
   }
   if (options.other_sources != 0 && options.format != CaptureFormat::kFrames) {
-    refuse("other sources need the input frames");
+    refuse("other sources need the input format frames");
   }
 }
 
-GeneratorSummary CaptureGenerator::run(const Sink& sink, const Witness& witness) {
+GeneratorSummary CaptureGenerator::run(const Sink& sink, const Observer& observer) {
   if (options_.format == CaptureFormat::kSamples) {
-    run_samples(sink, witness);
+    run_samples(sink, observer);
   } else {
-    run_stp(sink, witness);
+    run_stp(sink, observer);
   }
   return summary_;
 }
 
-/// Whether the capture, `bytes` long without damage, has all it should have.
+/// Whether the capture, `bytes` long before damage, is complete.
 bool CaptureGenerator::enough(std::uint64_t bytes) const {
   return (options_.messages != 0 && summary_.messages >= options_.messages) ||
          (options_.bytes != 0 && bytes >= options_.bytes);
@@ -118,20 +120,20 @@ TrafficMessage CaptureGenerator::next_message() {
   return message;
 }
 
-void CaptureGenerator::run_samples(const Sink& sink, const Witness& witness) {
+void CaptureGenerator::run_samples(const Sink& sink, const Observer& observer) {
   Output output(options_, sink);
   std::vector<std::uint8_t> piece;
   while (!enough(output.bytes() + piece.size())) {
     const std::uint64_t offset = output.bytes() + piece.size();
     const TrafficMessage message = next_message();
     append_sample(message, piece);
-    if (witness) witness({message.kind, message.master, message.words, std::nullopt, offset});
+    if (observer) observer({message.kind, message.master, message.words, std::nullopt, offset});
     if (piece.size() >= kPieceBytes) output.write(std::exchange(piece, {}), summary_.messages);
   }
   output.finish(std::move(piece), summary_);
 }
 
-void CaptureGenerator::run_stp(const Sink& sink, const Witness& witness) {
+void CaptureGenerator::run_stp(const Sink& sink, const Observer& observer) {
   Output output(options_, sink);
   StpMessageEncoder encoder(encoding_of(options_));
   const bool framed = options_.format == CaptureFormat::kFrames;
@@ -143,8 +145,8 @@ void CaptureGenerator::run_stp(const Sink& sink, const Witness& witness) {
   while (!enough(output.bytes() + encoder.bytes_waiting())) {
     const TrafficMessage message = next_message();
     const StpMessageEncoder::Place place = encoder.append(message);
-    if (witness) {
-      witness({message.kind, message.master, message.words, place.timestamp, place.offset});
+    if (observer) {
+      observer({message.kind, message.master, message.words, place.timestamp, place.offset});
     }
     if (encoder.bytes_waiting() >= piece_bytes) {
       output.write(wrap(encoder.take()), summary_.messages);

@@ -11,9 +11,9 @@
 #include "host/generate/stp_message_encoder.h"
 #include "host/generate/traffic_model.h"
 
-/// Synthetic captures: traffic of a small system-on-chip, wrapped as a trace receiver would store
-/// it, damaged where wanted, with the settings that decode it. Equal options give equal bytes on
-/// every machine. Written piece by piece, so memory does not depend on the capture's size. One
+/// Synthetic captures: traffic of a small system-on-chip in the form in which a trace receiver
+/// stores it, damaged on request, with the settings that decode it. Equal options give equal bytes
+/// on every machine. Written piece by piece, so memory does not depend on the capture's size. One
 /// thread.
 namespace qbt2 {
 
@@ -38,8 +38,8 @@ struct GeneratedMessage {
   TrafficKind kind = TrafficKind::kTransaction;
   std::uint16_t master = 0;  ///< full id; a sample holds only its low 8 bits
   MessageWords words;
-  /// Newest time stamp in the stream behind the message. Under the framing marker-first a reader
-  /// learns only later that the message has ended, so it may see a newer one.
+  /// Newest timestamp in the stream at the end of the message. Under the framing marker-first a
+  /// reader learns only later that the message has ended, so it may see a newer one.
   std::optional<std::uint64_t> timestamp;
   /// Byte at which the first packet or the sample begins: of the STP stream for STP and frames, of
   /// the capture for samples.
@@ -62,10 +62,10 @@ class CaptureGenerator {
   explicit CaptureGenerator(const GeneratorOptions& options);
 
   using Sink = std::function<void(std::span<const std::uint8_t>)>;
-  using Witness = std::function<void(const GeneratedMessage&)>;
-  /// Hands the whole capture to `sink`, piece by piece, and each message to `witness`. What either
-  /// throws ends the run. For one call.
-  GeneratorSummary run(const Sink& sink, const Witness& witness = {});
+  using Observer = std::function<void(const GeneratedMessage&)>;
+  /// Passes the whole capture to `sink`, piece by piece, and each message to `observer`. What
+  /// either throws ends the run. Call it once.
+  GeneratorSummary run(const Sink& sink, const Observer& observer = {});
 
   /// The settings that belong to the capture, as KEY=VALUE lines.
   std::string settings() const;
@@ -73,8 +73,8 @@ class CaptureGenerator {
  private:
   bool enough(std::uint64_t bytes) const;
   TrafficMessage next_message();
-  void run_samples(const Sink& sink, const Witness& witness);
-  void run_stp(const Sink& sink, const Witness& witness);
+  void run_samples(const Sink& sink, const Observer& observer);
+  void run_stp(const Sink& sink, const Observer& observer);
 
   GeneratorOptions options_;
   TrafficModel model_;

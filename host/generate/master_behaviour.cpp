@@ -4,7 +4,6 @@
 #include <array>
 
 namespace qbt2 {
-
 namespace {
 
 constexpr std::uint32_t kPage = 4096;
@@ -13,7 +12,7 @@ constexpr std::uint32_t kPacketSlot = 2048;
 constexpr std::uint64_t kCopyStride = 0x1'0000'0000;
 constexpr std::uint32_t kMiB = 1U << 20;
 
-/// Qualifiers in the order of the traffic's character: who it is, how urgent, how it is cached.
+/// The shared fields: who the master is, how urgent, how cached, how privileged.
 constexpr BusTransaction qualifiers(std::uint32_t route_id, std::uint32_t qos,
                                     std::uint32_t priority, std::uint32_t cached,
                                     std::uint32_t privilege, std::uint32_t virtual_id) {
@@ -56,7 +55,7 @@ constexpr bool fits_byte_count(const MasterProfile& profile) {
 }
 static_assert(std::all_of(kProfiles.begin(), kProfiles.end(), fits_byte_count));
 
-/// At least 1; the longest of the table at the fastest clock still fits.
+/// At least 1; the longest time in the table fits at the fastest clock too.
 std::uint32_t to_ticks(std::uint32_t nanoseconds, std::uint64_t clock_hz) {
   const std::uint64_t ticks = nanoseconds * (clock_hz / 1'000'000) / 1'000;
   return static_cast<std::uint32_t>(std::clamp<std::uint64_t>(ticks, 1, UINT32_MAX));
@@ -75,7 +74,7 @@ MasterBehaviour::MasterBehaviour(const MasterProfile& profile, std::uint32_t cop
       base_(profile.base + copy * kCopyStride),
       gap_(to_ticks(profile.gap_ns, clock_hz)),
       period_(to_ticks(profile.period_ns, clock_hz)) {
-  // Masters do not start in step, but all soon, so that a short capture shows each of them.
+  // Masters do not start in lockstep, but all soon, so that a short capture has each of them.
   now_ = random_.below(gap_ * 8);
   frame_begin_ = now_;
   if (profile.pattern == AccessPattern::kTiles) frame_begin_ -= period_;  // first frame at once
@@ -104,7 +103,7 @@ BusBurst MasterBehaviour::next() {
   return burst;
 }
 
-/// Behind the first, with a gap, so that running from one into the other shows.
+/// After the first, with a gap, so that running from one into the other is visible.
 std::uint64_t MasterBehaviour::second_region() const {
   return (profile_->region_bytes / kMiB + std::uint64_t{1}) * kMiB;
 }
@@ -179,7 +178,7 @@ void MasterBehaviour::cache_misses(BusBurst& burst) {
 void MasterBehaviour::tiles(BusBurst& burst) {
   if (left_ == 0) {
     start_next_frame();
-    const std::uint32_t most = period_ / gap_ + 1;  // that a frame has time for
+    const std::uint32_t most = period_ / gap_ + 1;  // bursts that fit a frame
     left_ = 1 + most / 4 + random_.below(most / 2 + 1);
     place_ = 0;
   } else {
@@ -188,7 +187,7 @@ void MasterBehaviour::tiles(BusBurst& burst) {
   burst.ticks = now_;
   burst.accesses = profile_->burst_accesses;
   burst.write = left_ % 4 == 0;
-  if (burst.write) {  // the finished tile, into the picture behind the textures
+  if (burst.write) {  // the finished tile, into the picture after the textures
     burst.address = base_ + second_region() + place_;
     place_ += std::uint64_t{burst.accesses} * burst.access_bytes;
   } else {
@@ -201,7 +200,7 @@ void MasterBehaviour::packets(BusBurst& burst) {
   if (left_ == 0) {
     wait(random_.below(2 * std::min<std::uint32_t>(period_, UINT32_MAX / 2)));
     left_ = 1 + random_.below(32);
-    toggle_ = random_.one_in(3);  // a train to send, which is read; else one received
+    toggle_ = random_.one_in(3);  // reads a train to send, else writes a received one
   } else {
     wait_gap();
   }

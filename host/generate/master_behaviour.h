@@ -6,14 +6,14 @@
 #include "host/base/seeded_random.h"
 #include "host/generate/bus_message.h"
 
-/// How single bus masters of a small system-on-chip use the bus: a table of profiles, and a
-/// behaviour that turns one of them into an endless series of bursts. Integers only, so a seed
-/// gives the same bursts on every machine. One thread for each behaviour.
+/// How the bus masters of a small system-on-chip use the bus: a table of profiles, and a behaviour
+/// that turns a profile into an endless series of bursts. Integers only, so a seed gives the same
+/// bursts on every machine. One thread per behaviour.
 namespace qbt2 {
 
 enum class AccessPattern : std::uint8_t {
   kCopyJobs,     ///< reads a block and writes it elsewhere, then idles: a DMA channel
-  kFrames,       ///< runs through a picture buffer at a fixed rate: display, camera
+  kFrames,       ///< scans a picture buffer at a fixed rate: display, camera
   kCacheMisses,  ///< mostly hot pages, in busy and quiet phases: a processor cluster
   kTiles,        ///< random reads and sequential writes, a varying share of each frame: a GPU
   kPackets,      ///< trains of packets through a ring of buffers: a network interface
@@ -21,24 +21,24 @@ enum class AccessPattern : std::uint8_t {
 
 struct MasterProfile {
   const char* name;
-  std::uint16_t id;  ///< STP master, where the user names none
+  std::uint16_t id;  ///< STP master id, unless the user gives one
   AccessPattern pattern;
   bool writes;  ///< kFrames: writes its pictures
   std::uint64_t base;
   std::uint32_t region_bytes;
-  std::uint16_t access_bytes;    ///< of one access; at most 1023, the width of the field
-  std::uint16_t burst_accesses;  ///< accesses of a burst, at most
+  std::uint16_t access_bytes;    ///< per access; at most 1023, the field has 10 bits
+  std::uint16_t burst_accesses;  ///< largest number in a burst
   std::uint32_t gap_ns;          ///< from burst to burst while busy
-  std::uint32_t period_ns;       ///< from frame to frame, or typical pause
-  BusTransaction qualifiers;     ///< what is the same in all its transactions
+  std::uint32_t period_ns;       ///< from frame to frame, or a typical pause
+  BusTransaction qualifiers;     ///< the fields that all its transactions share
 };
 
-/// Realistic ones: no two alike, addresses that do not overlap.
+/// Realistic profiles: no two are alike, and their addresses do not overlap.
 std::span<const MasterProfile> master_profiles();
 
-/// Accesses in a row, which a tracer sees as one pattern.
+/// Consecutive accesses.
 struct BusBurst {
-  std::uint64_t ticks = 0;  ///< when it begins
+  std::uint64_t ticks = 0;  ///< start
   std::uint64_t address = 0;
   std::uint32_t accesses = 0;  ///< at least 1
   std::uint32_t access_bytes = 0;
@@ -47,8 +47,8 @@ struct BusBurst {
 
 class MasterBehaviour {
  public:
-  /// The profile must outlive the behaviour. `copy` moves the addresses, so that two masters of one
-  /// profile do not share them.
+  /// The profile must outlive the behaviour. `copy` shifts the addresses, so that two masters of
+  /// one profile do not share them.
   MasterBehaviour(const MasterProfile& profile, std::uint32_t copy, std::uint64_t clock_hz,
                   std::uint64_t seed);
 
@@ -66,7 +66,7 @@ class MasterBehaviour {
   std::uint64_t second_region() const;
   std::uint64_t random_place(std::uint32_t alignment);
   void wait(std::uint64_t ticks) { now_ += ticks + 1; }
-  /// Around the profile's gap, evenly from half to one and a half of it.
+  /// Uniform, from half the profile's gap to one and a half of it.
   void wait_gap() { wait(gap_ / 2 + random_.below(gap_)); }
   void start_next_frame();
 
@@ -77,9 +77,9 @@ class MasterBehaviour {
   std::uint32_t period_;  ///< ticks
   std::uint64_t now_ = 0;
   std::uint64_t frame_begin_ = 0;
-  std::uint64_t place_ = 0;   ///< byte within the region at which the job, frame or packet stands
-  std::uint64_t source_ = 0;  ///< kCopyJobs: where it reads
-  std::uint32_t left_ = 0;    ///< bursts left of the job, frame, phase or train
+  std::uint64_t place_ = 0;   ///< next byte of the job, frame or packet, within the region
+  std::uint64_t source_ = 0;  ///< kCopyJobs: next byte to read
+  std::uint32_t left_ = 0;    ///< bursts left in the job, frame, phase or train
   bool toggle_ = false;       ///< second picture buffer, writing half of a copy, quiet phase
 };
 

@@ -6,8 +6,7 @@ namespace qbt2 {
 
 StpMessageEncoder::StpMessageEncoder(const StpEncoding& encoding) : encoding_(encoding) {
   if (encoding.framing == Framing::kTimestampLast && encoding.timestamps != TimestampUse::kEvery) {
-    throw Error(ErrorCode::kUsage,
-                "the framing timestamp-last needs a time stamp in every message");
+    throw Error(ErrorCode::kUsage, "the framing timestamp-last needs a timestamp in every message");
   }
 }
 
@@ -65,9 +64,9 @@ void StpMessageEncoder::synchronise(std::uint64_t now) {
   if (encoding_.timestamps != TimestampUse::kNone) write_full_timestamp(now);
 }
 
-/// Who starts to read here, or again after damage, knows no earlier time stamp, so all nibbles are
-/// sent. The writer need not know: time does not go back, so the nibbles that it leaves out as
-/// unchanged since its own last time stamp are unchanged since this one too.
+/// A reader that starts here, or resynchronises here after damage, knows no earlier timestamp, so
+/// all nibbles are sent. The writer's own compression is not affected: time never goes back, so the
+/// nibbles unchanged since its last timestamp are unchanged since this one too.
 void StpMessageEncoder::write_full_timestamp(std::uint64_t now) {
   newest_ = now;
   if (encoding_.coding == StpTimestampCoding::kDelta) {

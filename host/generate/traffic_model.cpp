@@ -7,24 +7,24 @@
 #include "host/base/error.h"
 
 namespace qbt2 {
-
 namespace {
 
-/// Bursts that an average window covers at least, so that its numbers say something.
+/// Least number of bursts in an average window, so that its statistics mean something.
 constexpr std::uint64_t kBurstsPerWindow = 8;
-/// The bus's load is counted over stretches of this many ticks ...
+/// The bus load is counted over intervals of this many ticks ...
 constexpr std::uint64_t kSlotTicks = 1024;
-/// ... of which it can move this many bytes.
+/// ... in each of which the bus can move this many bytes.
 constexpr std::uint64_t kSlotCapacity = kSlotTicks * 16;
 constexpr std::uint32_t kIdleWait = 12;  // cycles
 
 void check(const TrafficOptions& options) {
   const TrafficMix& mix = options.mix;
   const std::uint32_t widest = std::max({mix.throughput, mix.latency, mix.transaction});
-  if (widest == 0) throw Error(ErrorCode::kUsage, "a mix of three zeros has no messages");
+  if (widest == 0)
+    throw Error(ErrorCode::kUsage, "the mix has only zeros: give at least one kind a weight");
   if (widest > kMostMixWeight) {
     throw Error(ErrorCode::kUsage,
-                "a weight of the mix is above " + std::to_string(kMostMixWeight));
+                "a weight of the mix is greater than " + std::to_string(kMostMixWeight));
   }
   if (options.clock_hz < kSlowestTrafficClock || options.clock_hz > kFastestTrafficClock) {
     throw Error(ErrorCode::kUsage, "the clock must be from " +
@@ -34,7 +34,7 @@ void check(const TrafficOptions& options) {
   std::set<std::uint16_t> seen;
   for (const std::uint16_t id : options.masters) {
     if (!seen.insert(id).second) {
-      throw Error(ErrorCode::kUsage, "master " + std::to_string(id) + " is named twice");
+      throw Error(ErrorCode::kUsage, "master " + std::to_string(id) + " is given twice");
     }
   }
 }
@@ -64,8 +64,8 @@ TrafficModel::TrafficModel(const TrafficOptions& options) : mix_(options.mix) {
   start_windows();
 }
 
-/// Tries the masters out to learn how busy they are, then settles the window's length so that the
-/// messages come in the wanted shares.
+/// Runs the masters for a while to learn how busy they are, then sets the window's length so that
+/// the messages come in the requested shares.
 void TrafficModel::choose_period() {
   const std::uint64_t masters = tracers_.size();
   std::vector<MasterBehaviour> trial;
@@ -93,10 +93,10 @@ void TrafficModel::choose_period() {
     window_bursts = std::uint64_t{log_every_} * mix_.transaction;
     divisor = statistics;
   }
-  // In two steps, since the product of all may not fit.
+  // In two steps, since the product of all might overflow.
   const std::uint64_t ticks_per_1024_bursts = ticks * 1024 / bursts;
   std::uint64_t period = window_bursts * masters * ticks_per_1024_bursts / divisor / 1024;
-  if (period >= 0x1000) period &= ~std::uint64_t{0x3F};  // as somebody would have set it
+  if (period >= 0x1000) period &= ~std::uint64_t{0x3F};  // a round number, as a user would set it
   period_ = static_cast<std::uint32_t>(std::clamp<std::uint64_t>(period, 1, UINT32_MAX));
 }
 
@@ -177,7 +177,7 @@ void TrafficModel::close_window(Tracer& tracer) {
   tracer.window_end += period_;
 }
 
-/// Cycles that each access of a burst waits longer because the bus was busy just before.
+/// Additional cycles that each access of a burst waits because the bus was busy just before.
 std::uint32_t TrafficModel::congestion(const BusBurst& burst) {
   const std::uint64_t slot = burst.ticks / kSlotTicks;
   if (slot != slot_) {
@@ -215,7 +215,7 @@ void TrafficModel::log_burst(Tracer& tracer) {
   t.direction = burst.write ? 1 : 0;
   t.opcode = burst.write ? 1 : 4;
   t.line_size = burst.accesses > 1 ? 1 : 0;
-  t.interest = burst.write ? 0 : 1;  // what the second filter looks for
+  t.interest = burst.write ? 0 : 1;  // what the second filter selects
   t.region = static_cast<std::uint32_t>(burst.address >> 28 & 0xF);
   t.address_select = tracer.copy;
   t.order_id = tracer.orders++;

@@ -8,14 +8,14 @@
 #include "host/generate/bus_message.h"
 #include "host/generate/master_behaviour.h"
 
-/// A small system-on-chip at work, as its bus tracers report it: masters with behaviours of their
-/// own, their statistics per sampling window and a log of their transactions, all from one
-/// simulation, so that the numbers agree with each other. Endless, with memory per master only.
-/// Integers only, so a seed gives the same traffic on every machine. One thread.
+/// The traffic of a small system-on-chip, as its bus tracers report it: statistics per sampling
+/// window and logged transactions of each master, all from one simulation, so that the numbers
+/// agree. Endless; memory grows with the number of masters only. Integers only, so a seed gives the
+/// same traffic on every machine. One thread.
 namespace qbt2 {
 
-/// Shares of the three kinds of message, kept within a few percent: they settle the sampling
-/// window's length and how many bursts a logged one stands for.
+/// Shares of the three kinds of message, kept within a few percent: they determine the length of a
+/// sampling window and which bursts are logged.
 struct TrafficMix {
   std::uint32_t throughput = 1;
   std::uint32_t latency = 1;
@@ -29,7 +29,7 @@ inline constexpr std::uint64_t kFastestTrafficClock = 10'000'000'000;
 struct TrafficOptions {
   std::uint64_t seed = 1;
   std::uint64_t clock_hz = 200'000'000;  ///< rate of the ticks
-  std::vector<std::uint16_t> masters;    ///< STP master ids; empty: one for each profile
+  std::vector<std::uint16_t> masters;    ///< STP master ids; empty: one per profile
   TrafficMix mix;
 };
 
@@ -37,7 +37,7 @@ enum class TrafficKind : std::uint8_t { kThroughput, kLatency, kTransaction };
 
 /// One message of one tracer.
 struct TrafficMessage {
-  std::uint64_t ticks = 0;  ///< when the tracer sent it; never decreases from message to message
+  std::uint64_t ticks = 0;  ///< when the tracer sent it; never decreases
   std::uint16_t master = 0;
   TrafficKind kind = TrafficKind::kTransaction;
   MessageWords words;
@@ -61,7 +61,7 @@ class TrafficModel {
   std::uint32_t sampling_period() const { return period_; }
 
  private:
-  /// What a tracer counts until its window ends.
+  /// A tracer's counts in the current window.
   struct Window {
     std::uint64_t bytes = 0;
     std::uint64_t accesses = 0;
@@ -72,7 +72,7 @@ class TrafficModel {
   };
   struct Tracer {
     std::uint16_t id;
-    std::uint32_t copy;  ///< how often its profile was given out before
+    std::uint32_t copy;  ///< number of earlier masters with this profile
     MasterBehaviour behaviour;
     SeededRandom random;
     BusBurst burst;            ///< the next one
@@ -81,7 +81,7 @@ class TrafficModel {
     std::uint32_t orders = 0;  ///< transactions logged
     Window window;
   };
-  /// Who acts next. Ties go by place in the list, so that they are settled alike everywhere.
+  /// Which tracer acts next. Ties go to the lower index, so that the order is the same everywhere.
   struct Turn {
     std::uint64_t ticks;
     std::uint32_t index;
@@ -102,14 +102,14 @@ class TrafficModel {
 
   TrafficMix mix_;
   std::uint32_t period_ = 0;
-  std::uint32_t log_every_ = 1;  ///< bursts for each logged one
+  std::uint32_t log_every_ = 1;  ///< one burst in this many is logged
   std::vector<Tracer> tracers_;
   std::vector<Turn> turns_;  ///< heap, earliest first
-  /// A window may report only one of its two kinds; these count up to the next report.
+  /// Not every window reports both kinds; these count up to the next report of each.
   std::uint32_t throughput_due_ = 0;
   std::uint32_t latency_due_ = 0;
-  std::vector<TrafficMessage> pending_;  ///< what the last act gave, last one first
-  std::uint64_t slot_ = 0;               ///< stretch of time for which the bus's load is counted
+  std::vector<TrafficMessage> pending_;  ///< messages of the last act(), newest first
+  std::uint64_t slot_ = 0;               ///< number of the current kSlotTicks interval
   std::uint64_t slot_bytes_ = 0;
   std::uint64_t last_slot_bytes_ = 0;
 };

@@ -4,28 +4,28 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <cstring>
-#include <filesystem>
-#include <fstream>
 #include <map>
 #include <string>
+#include <vector>
 
 #include "host/base/error.h"
 #include "host/base/seeded_random.h"
 #include "host/capture/open_capture.h"
 #include "host/generate/bus_message.h"
-#include "host/generate/capture_damage.h"
+#include "host/generate/damage_injector.h"
+#include "tests/support/sample_bytes.h"
 #include "tests/support/test_folder.h"
 
 namespace qbt2 {
 namespace {
 
+using testing::ContainsRegex;
 using testing::ElementsAre;
 using testing::HasSubstr;
 
 using Bytes = std::vector<std::uint8_t>;
 
-// ---- the parts ----
+// ---- messages ----
 
 TEST(SeededRandom, GivesThePublishedSequenceOfSplitMix64) {
   SeededRandom random(1234567);
@@ -48,12 +48,12 @@ TEST(BusMessage, PacksStatistics) {
               ElementsAre(0x12345678, 0x0009ABCD, 0x89ABCDEF, 0x00123456));
 }
 
-TEST(BusMessage, PacksEachTransactionFieldAtItsPlaceAndCutsItToItsWidth) {
+TEST(BusMessage, PacksEachTransactionFieldInItsOwnBitsOnly) {
   using T = BusTransaction;
   struct Case {
     std::uint32_t T::*field;
     unsigned word;
-    std::uint32_t bits;  // that a field of all ones sets
+    std::uint32_t bits;  // set by a field of all ones
   };
   const Case cases[] = {
       {&T::address_mode, 1, 0x00030000},  {&T::route_id, 1, 0x3FFC0000},
@@ -84,10 +84,12 @@ TEST(BusMessage, PacksEachTransactionFieldAtItsPlaceAndCutsItToItsWidth) {
   EXPECT_THAT(words_of(pack(transaction)), ElementsAre(0x01800002, 0x8000, 0, 0, 0, 0));
 }
 
-// ---- the traffic ----
+// ---- traffic ----
 
 TEST(TrafficModel, KeepsTheMixAndTheSamplingPeriod) {
   for (const TrafficMix mix : {TrafficMix{1, 1, 8}, {1, 1, 1}, {3, 1, 2}, {1, 0, 100}, {0, 2, 1}}) {
+    SCOPED_TRACE(testing::Message()
+                 << mix.throughput << ":" << mix.latency << ":" << mix.transaction);
     TrafficOptions options;
     options.mix = mix;
     TrafficModel model(options);
@@ -107,17 +109,15 @@ TEST(TrafficModel, KeepsTheMixAndTheSamplingPeriod) {
       end = message.ticks;
     }
     const double sum = mix.throughput + mix.latency + mix.transaction;
-    const std::string shown = std::to_string(mix.throughput) + ":" + std::to_string(mix.latency) +
-                              ":" + std::to_string(mix.transaction);
-    EXPECT_NEAR(counts[0] / 150'000, mix.throughput / sum, 0.03) << shown;
-    EXPECT_NEAR(counts[1] / 150'000, mix.latency / sum, 0.03) << shown;
-    EXPECT_NEAR(counts[2] / 150'000, mix.transaction / sum, 0.03) << shown;
+    EXPECT_NEAR(counts[0] / 150'000, mix.throughput / sum, 0.03);
+    EXPECT_NEAR(counts[1] / 150'000, mix.latency / sum, 0.03);
+    EXPECT_NEAR(counts[2] / 150'000, mix.transaction / sum, 0.03);
   }
 }
 
-TEST(TrafficModel, StatisticsAgreeWithEachOtherAndWithTheLog) {
+TEST(TrafficModel, StatisticsAndLoggedTransactionsAgree) {
   TrafficModel model({});
-  std::map<std::uint16_t, std::uint32_t> access_bytes;  // as the log shows
+  std::map<std::uint16_t, std::uint32_t> access_bytes;  // as logged
   std::vector<TrafficMessage> messages;
   for (int i = 0; i < 100'000; ++i) {
     messages.push_back(model.next());
@@ -147,117 +147,112 @@ TEST(TrafficModel, StatisticsAgreeWithEachOtherAndWithTheLog) {
 
 // ---- whole captures ----
 
-std::string shown(const GeneratorOptions& options) {
-  return std::string(capture_format_name(options.format)) + " " +
-         std::string(framing_name(options.encoding.framing)) + " timestamps " +
-         std::to_string(static_cast<int>(options.encoding.timestamps)) + " coding " +
-         std::to_string(static_cast<int>(options.encoding.coding)) + " others " +
-         std::to_string(options.other_sources);
-}
-
-class CaptureGeneratorTest : public testing::Test {
- protected:
-  struct Decoded {
-    CaptureCounts counts;
-    std::vector<GeneratedMessage> messages;
-    std::vector<std::uint64_t> times_ns;
-  };
-
-  /// Writes the capture and reads it back through the host's own readers.
-  void read_back(const GeneratorOptions& options) {
-    const std::string path = folder_.at("capture");
-    std::ofstream file(path, std::ios::binary);
-    truth_.clear();
-    summary_ = CaptureGenerator(options).run(
-        [&](std::span<const std::uint8_t> bytes) {
-          file.write(reinterpret_cast<const char*>(bytes.data()),
-                     static_cast<std::streamsize>(bytes.size()));
-        },
-        [&](const GeneratedMessage& message) { truth_.push_back(message); });
-    file.close();
-    EXPECT_EQ(std::filesystem::file_size(path), summary_.bytes);
-    decoded_ = read(path, options);
-  }
-
-  /// Each message comes back with all that its format carries.
-  void expect_back(const GeneratorOptions& options) {
-    SCOPED_TRACE(shown(options));
-    read_back(options);
-    const bool samples = options.format == CaptureFormat::kSamples;
-    const bool at_end_only = options.encoding.framing == Framing::kMarkerFirst;
-    if (at_end_only) {  // a message ends where its master's next one begins
-      std::sort(decoded_.messages.begin(), decoded_.messages.end(),
-                [](const auto& a, const auto& b) { return a.offset < b.offset; });
-    }
-    ASSERT_EQ(decoded_.messages.size(), truth_.size());
-    for (std::size_t i = 0; i < truth_.size(); ++i) {
-      const GeneratedMessage& got = decoded_.messages[i];
-      ASSERT_EQ(got.master, samples ? truth_[i].master & 0xFF : truth_[i].master) << i;
-      ASSERT_EQ(got.words.count, truth_[i].words.count) << i;
-      ASSERT_EQ(got.words.words, truth_[i].words.words) << i;
-      if (options.format != CaptureFormat::kFrames) {
-        ASSERT_EQ(got.offset, truth_[i].offset) << i;
-      }
-      if (!at_end_only && !samples) {
-        ASSERT_EQ(got.timestamp, truth_[i].timestamp) << i;
-      }
-    }
-    EXPECT_EQ(decoded_.counts.damages, 0U);
-    EXPECT_EQ(decoded_.counts.bytes_other_sources != 0, options.other_sources != 0);
-  }
-
-  static Decoded read(const std::string& path, const GeneratorOptions& options) {
-    InputFile input(path);
-    CaptureOptions reading;
-    reading.framing = options.encoding.framing;
-    if (options.format == CaptureFormat::kFrames) reading.source_id = options.atb_id;
-    const auto reader = make_capture_reader(input, options.format, reading);
-    Decoded decoded;
-    SampleBatch batch;
-    while (reader->next(batch)) {
-      for (const SampleHead& head : batch.heads) take(batch, head, decoded);
-      batch.clear();
-    }
-    decoded.counts = reader->counts();
-    return decoded;
-  }
-
-  static void take(const SampleBatch& batch, const SampleHead& head, Decoded& decoded) {
-    GeneratedMessage message;
-    message.master = head.master;
-    message.offset = head.offset;
-    if (head.has_timestamp) message.timestamp = head.timestamp;
-    const std::uint8_t* const sample = batch.bytes.data() + head.begin;
-    message.words.count =
-        static_cast<std::uint8_t>((head.size - kSampleHeaderBytes) / kSampleWordBytes);
-    for (std::size_t i = 0; i < message.words.count && i < 6; ++i) {
-      std::memcpy(&message.words.words[i], sample + kSampleHeaderBytes + kSampleWordBytes * i + 1,
-                  4);
-    }
-    decoded.messages.push_back(message);
-    decoded.times_ns.push_back(head.has_time_ns ? head.time_ns : 0);
-  }
-
-  test::TestFolder folder_;
-  GeneratorSummary summary_;
-  std::vector<GeneratedMessage> truth_;
-  Decoded decoded_;
+struct Generated {
+  Bytes bytes;
+  std::vector<GeneratedMessage> messages;
+  GeneratorSummary summary;
 };
 
-TEST_F(CaptureGeneratorTest, AMillionMessagesComeBackExactly) {
-  GeneratorOptions options;
-  options.messages = 1'000'000;
-  expect_back(options);
-  for (std::size_t i = 0; i < truth_.size(); ++i) {
-    ASSERT_EQ(decoded_.times_ns[i], *truth_[i].timestamp * 5) << "message " << i;  // at 200 MHz
-  }
-  EXPECT_EQ(decoded_.counts.bytes_skipped, 0U);
-  EXPECT_EQ(decoded_.counts.assembly.messages_incomplete, 0U);
-  EXPECT_EQ(summary_.messages, 1'000'000U);
-  EXPECT_EQ(summary_.throughput + summary_.latency + summary_.transactions, 1'000'000U);
+Generated generate(const GeneratorOptions& options) {
+  Generated all;
+  all.summary = CaptureGenerator(options).run(
+      [&](std::span<const std::uint8_t> bytes) {
+        all.bytes.insert(all.bytes.end(), bytes.begin(), bytes.end());
+      },
+      [&](const GeneratedMessage& message) { all.messages.push_back(message); });
+  return all;
 }
 
-TEST_F(CaptureGeneratorTest, EveryFramingAndTimestampCodingComesBack) {
+struct ReadSample {
+  SampleHead head;
+  std::string bytes;
+};
+
+std::vector<ReadSample> read_samples(CaptureReader& reader) {
+  std::vector<ReadSample> samples;
+  SampleBatch batch;
+  for (; reader.next(batch); batch.clear()) {
+    for (const SampleHead& head : batch.heads) {
+      const auto begin = batch.bytes.begin() + head.begin;
+      samples.push_back({head, std::string(begin, begin + head.size)});
+    }
+  }
+  return samples;
+}
+
+/// Writes the capture, reads it with the host's own readers and expects all that its format
+/// carries.
+void expect_round_trip(const GeneratorOptions& options) {
+  SCOPED_TRACE(testing::Message() << capture_format_name(options.format) << " "
+                                  << framing_name(options.encoding.framing) << " timestamps "
+                                  << static_cast<int>(options.encoding.timestamps) << " coding "
+                                  << static_cast<int>(options.encoding.coding) << " others "
+                                  << options.other_sources);
+  const Generated written = generate(options);
+  const test::TestFolder folder;
+  InputFile input(folder.put("capture", std::string(written.bytes.begin(), written.bytes.end())));
+  CaptureOptions reading;
+  reading.framing = options.encoding.framing;
+  if (options.format == CaptureFormat::kFrames) reading.source_id = options.atb_id;
+  const auto reader = make_capture_reader(input, options.format, reading);
+  std::vector<ReadSample> read = read_samples(*reader);
+  const bool is_marker_first = options.encoding.framing == Framing::kMarkerFirst;
+  if (is_marker_first) {  // a message ends where its master's next one begins
+    std::sort(read.begin(), read.end(),
+              [](const auto& a, const auto& b) { return a.head.offset < b.head.offset; });
+  }
+
+  const bool is_samples = options.format == CaptureFormat::kSamples;
+  ASSERT_EQ(read.size(), written.messages.size());
+  for (std::size_t i = 0; i < read.size(); ++i) {
+    const SampleHead& head = read[i].head;
+    const GeneratedMessage& message = written.messages[i];
+    const std::uint16_t probe = message.master & 0xFF;
+    ASSERT_EQ(read[i].bytes,
+              test::sample(static_cast<std::uint8_t>(probe), words_of(message.words)))
+        << i;
+    ASSERT_EQ(head.master, is_samples ? probe : message.master) << i;
+    if (options.format != CaptureFormat::kFrames) {
+      ASSERT_EQ(head.offset, message.offset) << i;
+    }
+    // Under marker-first a message ends, with a newer timestamp, where its master's next one
+    // begins.
+    if (is_samples || options.encoding.framing == Framing::kMarkerFirst) continue;
+    ASSERT_EQ(head.has_timestamp, message.timestamp.has_value()) << i;
+    ASSERT_EQ(head.timestamp, message.timestamp.value_or(head.timestamp)) << i;
+    if (options.frequency_packet && message.timestamp) {
+      ASSERT_EQ(head.time_ns, *message.timestamp * 5) << i;  // at 200 MHz
+    }
+  }
+  const CaptureCounts& counts = reader->counts();
+  EXPECT_EQ(counts.damages, 0U);
+  EXPECT_EQ(counts.bytes_other_sources != 0, options.other_sources != 0);
+  EXPECT_EQ(counts.bytes_skipped, 0U);
+  EXPECT_EQ(counts.assembly.messages_incomplete, 0U);
+  const GeneratorSummary& summary = written.summary;
+  EXPECT_EQ(summary.bytes, written.bytes.size());
+  EXPECT_EQ(summary.messages, options.messages);
+  EXPECT_EQ(summary.throughput + summary.latency + summary.transactions, options.messages);
+}
+
+TEST(CaptureGenerator, EveryMessageIsReadBackFromEveryFormat) {
+  GeneratorOptions options;
+  options.messages = 1'000'000;
+  expect_round_trip(options);
+  options.format = CaptureFormat::kFrames;
+  options.messages = 20'000;
+  options.atb_id = 0x33;
+  expect_round_trip(options);
+  options.other_sources = 3;
+  expect_round_trip(options);
+  options = {};
+  options.format = CaptureFormat::kSamples;
+  options.messages = 5'000;
+  options.traffic.masters = {0x105};
+  expect_round_trip(options);
+}
+
+TEST(CaptureGenerator, EveryMessageIsReadBackUnderEveryFramingAndTimestampCoding) {
   using Coding = StpTimestampCoding;
   for (const Framing framing :
        {Framing::kFlag, Framing::kMarkerLast, Framing::kMarkerFirst, Framing::kTimestampLast}) {
@@ -269,52 +264,30 @@ TEST_F(CaptureGeneratorTest, EveryFramingAndTimestampCodingComesBack) {
         options.messages = 3'000;
         options.traffic.masters = {7, 300, 0xFFFF, 0};
         options.encoding = {framing, use, coding, 0, 500};
-        expect_back(options);
+        expect_round_trip(options);
       }
     }
   }
 }
 
-TEST_F(CaptureGeneratorTest, FramesAndSamplesComeBack) {
-  GeneratorOptions options;
-  options.format = CaptureFormat::kFrames;
-  options.messages = 20'000;
-  options.atb_id = 0x33;
-  expect_back(options);
-  options.other_sources = 3;
-  expect_back(options);
-  options = {};
-  options.format = CaptureFormat::kSamples;
-  options.messages = 5'000;
-  options.traffic.masters = {0x105};
-  expect_back(options);
-}
-
-Bytes bytes_of(const GeneratorOptions& options) {
-  Bytes all;
-  CaptureGenerator(options).run([&](std::span<const std::uint8_t> bytes) {
-    all.insert(all.end(), bytes.begin(), bytes.end());
-  });
-  return all;
-}
-
-TEST_F(CaptureGeneratorTest, TheSeedSettlesEveryByteAndTheSizeEndsTheCapture) {
+TEST(CaptureGenerator, TheSeedDeterminesEveryByteAndTheSizeEndsTheCapture) {
   for (const CaptureFormat format :
        {CaptureFormat::kStp, CaptureFormat::kFrames, CaptureFormat::kSamples}) {
+    SCOPED_TRACE(capture_format_name(format));
     GeneratorOptions options;
     options.format = format;
     options.bytes = 150'000;
     options.damaged_places = 5;
     options.other_sources = format == CaptureFormat::kFrames ? 2 : 0;
-    const Bytes first = bytes_of(options);
-    EXPECT_EQ(bytes_of(options), first) << shown(options);
+    const Bytes first = generate(options).bytes;
+    EXPECT_EQ(generate(options).bytes, first);
     options.traffic.seed = 2;
-    EXPECT_NE(bytes_of(options), first) << shown(options);
+    EXPECT_NE(generate(options).bytes, first);
     options.damaged_places = 0;
-    const std::size_t size = bytes_of(options).size();
-    EXPECT_GE(size, 150'000U) << shown(options);
-    // The last message, in frames also what the last piece grew by.
-    EXPECT_LE(size, format == CaptureFormat::kFrames ? 154'000U : 150'100U) << shown(options);
+    const std::size_t size = generate(options).bytes.size();
+    EXPECT_GE(size, 150'000U);
+    // The last message; in frames also what the last piece grew by.
+    EXPECT_LE(size, format == CaptureFormat::kFrames ? 154'000U : 150'100U);
   }
 }
 
@@ -325,16 +298,10 @@ TEST(CaptureGenerator, SettingsHaveFifteenFieldsForEachMaster) {
   options.atb_id = 0x21;
   options.traffic.masters = {9, 1, 2, 3, 4, 5, 6, 400};
   const std::string settings = CaptureGenerator(options).settings();
-  EXPECT_THAT(settings, HasSubstr("\nATBID=33\n"));
   EXPECT_THAT(settings, HasSubstr("\nQBT2_9=DMA1;1;0x"));
   EXPECT_THAT(settings, HasSubstr("\nQBT2_400=DMA1_2;1;0x"));
-  std::size_t lines = 0;
-  for (std::size_t at = settings.find("\nQBT2_"); at != std::string::npos;
-       at = settings.find("\nQBT2_", at + 1), ++lines) {
-    const std::string line = settings.substr(at + 1, settings.find('\n', at + 1) - at - 1);
-    EXPECT_EQ(std::count(line.begin(), line.end(), ';'), 14) << line;
-  }
-  EXPECT_EQ(lines, 8U);
+  EXPECT_THAT(settings,
+              ContainsRegex("\nATBID=33\n(QBT2_[0-9]+=[A-Z0-9_]+(;[0-9a-fx]+){14}\n){8}$"));
 }
 
 TEST(CaptureGenerator, RefusesContradictions) {
@@ -343,21 +310,20 @@ TEST(CaptureGenerator, RefusesContradictions) {
     void (*spoil)(GeneratorOptions&);
   };
   const Case cases[] = {
-      {"needs an end", [](GeneratorOptions& o) { o.messages = 0; }},
-      {"three zeros",
+      {"no end", [](GeneratorOptions& o) { o.messages = 0; }},
+      {"only zeros",
        [](GeneratorOptions& o) {
-         o.traffic.mix = {0, 0, 0};
+         o.traffic.mix = TrafficMix{0, 0, 0};
        }},
       {"weight", [](GeneratorOptions& o) { o.traffic.mix.latency = 1001; }},
       {"clock", [](GeneratorOptions& o) { o.traffic.clock_hz = 999'999; }},
-      {"named twice", [](GeneratorOptions& o) { o.traffic.masters.assign(2, 1); }},
+      {"given twice", [](GeneratorOptions& o) { o.traffic.masters.assign(2, 1); }},
       {"ATB id", [](GeneratorOptions& o) { o.atb_id = 0; }},
       {"ATB id", [](GeneratorOptions& o) { o.atb_id = 0x70; }},
       {"other sources", [](GeneratorOptions& o) { o.other_sources = 1; }},
       {"timestamp-last",
        [](GeneratorOptions& o) {
-         o.encoding.framing = Framing::kTimestampLast;
-         o.encoding.timestamps = TimestampUse::kSome;
+         o.encoding = {Framing::kTimestampLast, TimestampUse::kSome};
        }},
   };
   for (const Case& c : cases) {
@@ -365,7 +331,7 @@ TEST(CaptureGenerator, RefusesContradictions) {
     options.messages = 10;
     c.spoil(options);
     try {
-      bytes_of(options);
+      generate(options);
       ADD_FAILURE() << "accepted: " << c.reason;
     } catch (const Error& error) {
       EXPECT_EQ(error.code(), ErrorCode::kUsage);
@@ -374,9 +340,9 @@ TEST(CaptureGenerator, RefusesContradictions) {
   }
 }
 
-TEST(CaptureDamage, MakesExactlyTheWantedPlacesAndSparesTheBeginning) {
+TEST(DamageInjector, DamagesExactlyAsManyPlacesAsRequestedAndNotTheBeginning) {
   for (const std::uint32_t places : {0U, 1U, 7U, 1000U}) {
-    CaptureDamage damage(places, 3);
+    DamageInjector damage(places, 3);
     Bytes first;
     for (int i = 0; i < 50; ++i) {
       Bytes piece(10'000, 0x5A);
@@ -386,10 +352,10 @@ TEST(CaptureDamage, MakesExactlyTheWantedPlacesAndSparesTheBeginning) {
     EXPECT_EQ(damage.places_done(), places);
     EXPECT_EQ(first, Bytes(kUndamagedBytes, 0x5A));
   }
-  CaptureDamage impossible(5, 3);
+  DamageInjector too_short(5, 3);
   Bytes tiny(kUndamagedBytes, 1);
-  impossible.apply(tiny, 0, 1, 1);
-  EXPECT_EQ(impossible.places_done(), 0U);
+  too_short.apply(tiny, 0, 1, 1);
+  EXPECT_EQ(too_short.places_done(), 0U);
   EXPECT_EQ(tiny, Bytes(kUndamagedBytes, 1));
 }
 

@@ -14,7 +14,7 @@
 #include "host/base/error.h"
 #include "host/base/output_file.h"
 #include "host/base/text_parts.h"
-#include "host/generate/capture_damage.h"
+#include "host/generate/damage_injector.h"
 #include "host/generate/capture_generator.h"
 #include "tools/qbt2/cli/numbers.h"
 

@@ -1,9 +1,8 @@
-#include "host/generate/capture_damage.h"
+#include "host/generate/damage_injector.h"
 
 #include <algorithm>
 
 namespace qbt2 {
-
 namespace {
 
 constexpr std::uint32_t kMostLostBytes = 16;
@@ -12,11 +11,11 @@ constexpr std::uint32_t kMostCutBytes = 4'096;
 
 }  // namespace
 
-CaptureDamage::CaptureDamage(std::uint32_t places, std::uint64_t seed)
+DamageInjector::DamageInjector(std::uint32_t places, std::uint64_t seed)
     : places_(std::min(places, kMostDamagedPlaces)), random_(seed) {}
 
-void CaptureDamage::apply(std::vector<std::uint8_t>& bytes, std::uint64_t begin, std::uint64_t done,
-                          std::uint64_t total) {
+void DamageInjector::apply(std::vector<std::uint8_t>& bytes, std::uint64_t begin,
+                           std::uint64_t done, std::uint64_t total) {
   const std::size_t first =
       begin < kUndamagedBytes ? static_cast<std::size_t>(kUndamagedBytes - begin) : 0;
   std::uint64_t due = places_;
@@ -24,7 +23,7 @@ void CaptureDamage::apply(std::vector<std::uint8_t>& bytes, std::uint64_t begin,
   for (; places_done_ < due && first < bytes.size(); ++places_done_) damage_one(bytes, first);
 }
 
-void CaptureDamage::damage_one(std::vector<std::uint8_t>& bytes, std::size_t first) {
+void DamageInjector::damage_one(std::vector<std::uint8_t>& bytes, std::size_t first) {
   const std::size_t place = first + random_.below(static_cast<std::uint32_t>(bytes.size() - first));
   const auto at = bytes.begin() + static_cast<std::ptrdiff_t>(place);
   const auto lose = [&](std::uint32_t count) {
