@@ -16,7 +16,7 @@ namespace {
 constexpr std::size_t kMostKeys = 1'000'000;
 constexpr std::uint64_t kLargestKind = 7;  // data types and data formats
 
-/// Tells what is wrong with the lines of one text.
+/// Reports what is wrong with the lines of one text.
 class LineChecker {
  public:
   explicit LineChecker(const FindingSink& sink) : sink_(sink) {}
@@ -27,11 +27,11 @@ class LineChecker {
   void note(const TextLine& line, const std::string& text) const {
     sink_({FindingSeverity::kNote, line.offset, at(line) + text});
   }
-  /// Whether this is the first line for this key; tells when it is not.
+  /// Whether this is the first line for this key; a fault if it is not.
   bool is_first(const TextLine& line) {
-    if (keys_.size() == kMostKeys) return true;  // no device has as many; memory stays bounded
+    if (keys_.size() == kMostKeys) return true;  // more than any device has; memory stays bounded
     if (keys_.insert(std::string(line.key())).second) return true;
-    fault(line, std::string(line.key()) + " is set again; the last line counts");
+    fault(line, std::string(line.key()) + " is set again; the last line wins");
     return false;
   }
 
@@ -46,9 +46,9 @@ class LineChecker {
 
 void check_setting(const TextLine& line, LineChecker& lines) {
   if (line.text.front() == '{') {
-    return lines.note(line, "opens a use-case block, which readers pass over");
+    return lines.note(line, "opens a use-case block, which readers ignore");
   }
-  if (!line.has_equals()) return lines.fault(line, "has no '=' and sets a name to itself");
+  if (!line.has_equals()) return lines.fault(line, "has no '=', so the name becomes its own value");
   if (line.key().empty()) return lines.fault(line, "has no name and is ignored");
   if (line.value().empty()) return lines.fault(line, "has no value and is ignored");
   if (line.value().back() == '\r') {
@@ -66,11 +66,13 @@ std::string quoted(std::string_view text) {
 }
 
 std::string decoder_value_fault(std::string_view key, std::string_view value) {
-  if (key == "DECODER") return {};  // an empty one reads as empty
+  if (key == "DECODER") return {};  // may be empty
   const bool is_id = key == "ATBID";
   const std::uint64_t limit = is_id ? kLargestAcceptedTraceId : kLargestKind;
   if (parse_decimal(value, limit)) return {};
-  return std::string(key).append(" is no decimal number from 0 to ").append(std::to_string(limit));
+  return std::string(key)
+      .append(" is not a decimal number from 0 to ")
+      .append(std::to_string(limit));
 }
 
 void check_decoder_line(const TextLine& line, LineChecker& lines) {
@@ -78,7 +80,7 @@ void check_decoder_line(const TextLine& line, LineChecker& lines) {
                                                      "ATBID"};
   if (!line.has_equals()) return lines.fault(line, "is not KEY=VALUE");
   if (std::find(kKeys.begin(), kKeys.end(), line.key()) == kKeys.end()) {
-    return lines.fault(line, quoted(line.key()) + " is no key of decoder information");
+    return lines.fault(line, quoted(line.key()) + " is not a key of decoder information");
   }
   lines.is_first(line);
   const std::string fault = decoder_value_fault(line.key(), line.value());
@@ -108,7 +110,7 @@ std::string record_fault(std::string_view record, std::string_view kinds) {
   }
   for (std::size_t i = 0; i < fields.size(); ++i) {
     if (kinds[i] == 'n' && !parse_decimal_or_hex(trimmed(fields[i]), UINT32_MAX)) {
-      return shown + "has no number where one should be";
+      return shown + "has a field that is not a number";
     }
     if (kinds[i] == 'e' && !fields[i].empty()) return shown + "does not end in an empty field";
   }
@@ -130,7 +132,7 @@ void check_device_ids(const TextLine& line, const LineChecker& lines) {
   if (line.value().empty()) return;
   for (const std::string_view item : split(line.value(), ',')) {
     if (parse_decimal_or_hex(trimmed(item), UINT32_MAX)) continue;
-    lines.fault(line, "the device id '" + std::string(item) + "' is no number");
+    lines.fault(line, "the device id '" + std::string(item) + "' is not a number");
   }
 }
 
@@ -140,7 +142,7 @@ void check_device_line(const TextLine& line, LineChecker& lines) {
       std::find_if(kDeviceKeywords.begin(), kDeviceKeywords.end(),
                    [&](const DeviceKeyword& known) { return known.name == line.key(); });
   if (keyword == kDeviceKeywords.end()) {
-    return lines.fault(line, quoted(line.key()) + " is no keyword of a device identifier");
+    return lines.fault(line, quoted(line.key()) + " is not a keyword of a device identifier");
   }
   if (line.text.back() == '\r') return lines.fault(line, "ends in a carriage return");
   lines.is_first(line);
@@ -169,7 +171,7 @@ void check_decoder_text(std::string_view text, const FindingSink& sink) {
 }
 
 void check_device_text(std::string_view text, const FindingSink& sink) {
-  check_lines(text, sink, false, check_device_line);  // the only text that knows no comments
+  check_lines(text, sink, false, check_device_line);  // the only text without comments
 }
 
 }  // namespace qbt2

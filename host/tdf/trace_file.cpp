@@ -53,7 +53,7 @@ void require_regular_file(const std::string& path) {
   if (!S_ISREG(status.st_mode)) {
     throw Error(ErrorCode::kInput, path,
                 S_ISDIR(status.st_mode) ? "is a directory, not a trace data file"
-                                        : "is no regular file; sections are found by seeking");
+                                        : "is not a regular file; sections are found by seeking");
   }
 }
 
@@ -63,7 +63,7 @@ std::string list_of(const std::vector<TraceSection>& sections) {
     text.append(i == 0 ? "" : ", ").append(section_label(sections[i]));
   }
   if (sections.size() > kListedInMessage) text += ", ...";
-  return text.empty() ? "no section" : text;
+  return text.empty() ? "no sections" : text;
 }
 
 }  // namespace
@@ -115,7 +115,7 @@ void TraceFile::read(const TraceSection& section,
     const std::size_t got = std::fread(piece.data(), 1, wanted, stream_.get());
     if (got == 0) {
       if (std::ferror(stream_.get()) != 0) cannot_read(name_, errno);
-      throw Error(ErrorCode::kInput, name_, "became shorter while it was read");
+      throw Error(ErrorCode::kInput, name_, "was truncated while it was read");
     }
     take(std::span(piece).first(got));
     left -= got;
@@ -140,13 +140,13 @@ const TraceSection& TraceFile::find(const std::string& section_name,
       found = &section;
     } else if (found->version != section.version) {
       throw Error(ErrorCode::kUsage, name_,
-                  "has several versions of " + section_name + ": choose one (it holds " +
+                  "has several versions of " + section_name + ": choose one (it has " +
                       list_of(sections_) + ")");
     }
   }
   if (found != nullptr) return *found;
   const std::string wanted = version ? section_name + " " + std::to_string(*version) : section_name;
-  std::string reason = "has no section " + wanted + ": it holds " + list_of(sections_);
+  std::string reason = "has no section " + wanted + ": it has " + list_of(sections_);
   if (fault_) {
     reason.append(" up to a fault at byte ")
         .append(std::to_string(fault_.offset))
@@ -169,24 +169,24 @@ class TraceFileCheck {
         !file_.sections().empty() &&
         section_content(file_.sections().front()) == SectionContent::kTraceHeader;
     if (!has_header_first && file_.fault().kind != eTdfFault::NoIdentifier) {
-      tell(FindingSeverity::kNote, format::kFirstSectionOffset,
-           "the file does not begin with a trace header, as whole captures do");
+      report(FindingSeverity::kNote, format::kFirstSectionOffset,
+             "the file does not begin with a trace header, as complete trace data files do");
     }
     for (const TraceSection& section : file_.sections()) check_section(section);
-    if (file_.fault()) tell(FindingSeverity::kFault, file_.fault().offset, file_.fault().reason);
+    if (file_.fault()) report(FindingSeverity::kFault, file_.fault().offset, file_.fault().reason);
   }
 
  private:
-  void tell(FindingSeverity severity, std::uint64_t offset, const std::string& text) {
+  void report(FindingSeverity severity, std::uint64_t offset, const std::string& text) {
     sink_({severity, offset, text});
   }
-  void tell(FindingSeverity severity, const TraceSection& section, const std::string& text) {
-    tell(severity, section.offset, section_label(section) + ": " + text);
+  void report(FindingSeverity severity, const TraceSection& section, const std::string& text) {
+    report(severity, section.offset, section_label(section) + ": " + text);
   }
 
   void check_section(const TraceSection& section) {
     check_name(section);
-    // A cut payload is told of once, by the walk; its last line would only look wrong.
+    // A truncated payload is reported once, as the fault of the file.
     if (file_.is_cut(section)) return;
     switch (section_content(section)) {
       case SectionContent::kTraceHeader:
@@ -198,28 +198,28 @@ class TraceFileCheck {
       case SectionContent::kSettings:
         return check_text(section, check_settings_text);
       case SectionContent::kUnknown:
-        return tell_unknown(section);
+        return report_unknown(section);
     }
   }
 
   void check_name(const TraceSection& section) {
     if (section.name.find('\0') != std::string::npos) {
-      tell(FindingSeverity::kFault, section,
-           "the name holds a zero byte, where readers end their comparison");
+      report(FindingSeverity::kFault, section,
+             "the name has a zero byte, at which readers stop comparing");
     }
     if (!seen_.emplace(section.name, section.version).second) {
-      tell(FindingSeverity::kFault, section,
-           "an earlier section has this name and version, so readers never find this one");
+      report(FindingSeverity::kFault, section,
+             "an earlier section has this name and version, so readers never find this one");
     }
   }
 
-  void tell_unknown(const TraceSection& section) {
+  void report_unknown(const TraceSection& section) {
     const KnownSection* const known = known_by_name(section.name);
-    tell(FindingSeverity::kNote, section,
-         known == nullptr ? "not a section that is known here"
-                          : std::string("of another version than ")
-                                .append(std::to_string(known->kind.version))
-                                .append(", which is the one that readers ask for"));
+    report(FindingSeverity::kNote, section,
+           known == nullptr ? "this section is not known"
+                            : std::string("readers look for version ")
+                                  .append(std::to_string(known->kind.version))
+                                  .append(" of this section"));
   }
 
   void check_header(const TraceSection& section) {
@@ -228,8 +228,8 @@ class TraceFileCheck {
     const auto fault = read_trace_header(
         {reinterpret_cast<const std::uint8_t*>(payload.data()), payload.size()}, header);
     if (!fault) return;
-    tell(FindingSeverity::kFault, section.payloadOffset + fault->offset,
-         section_label(section) + ": " + fault->reason);
+    report(FindingSeverity::kFault, section.payloadOffset + fault->offset,
+           section_label(section) + ": " + fault->reason);
   }
 
   void check_text(const TraceSection& section,
@@ -237,14 +237,14 @@ class TraceFileCheck {
     const std::string payload = file_.payload(section);
     const std::string_view text = text_of_payload(payload);
     check(text, [&](const Finding& finding) {
-      tell(finding.severity, section.payloadOffset + finding.offset,
-           section_label(section) + ": " + finding.text);
+      report(finding.severity, section.payloadOffset + finding.offset,
+             section_label(section) + ": " + finding.text);
     });
-    const std::size_t behind = payload.find_first_not_of('\0', text.size());
-    if (behind == std::string::npos) return;
-    tell(FindingSeverity::kFault, section.payloadOffset + text.size(),
-         section_label(section) + ": a zero byte ends the text; " +
-             std::to_string(payload.size() - behind) + " bytes behind it are never read");
+    const std::size_t rest = payload.find_first_not_of('\0', text.size());
+    if (rest == std::string::npos) return;
+    report(FindingSeverity::kFault, section.payloadOffset + text.size(),
+           section_label(section) + ": a zero byte ends the text; the " +
+               std::to_string(payload.size() - rest) + " bytes after it are never read");
   }
 
   const TraceFile& file_;

@@ -14,14 +14,14 @@
 #include "platforms/source/trace/tdf_format.h"
 #include "platforms/source/trace/tdf_walker.h"
 
-/// A trace data file opened for looking at: its sections, their payloads, and what is wrong with
-/// either. Reads only. One thread.
+/// A trace data file opened for reading: its sections, their payloads, and what is wrong with them.
+/// One thread.
 namespace qbt2 {
 
 using TraceSection = Kz::Dvt::Trace::TdfSectionInfo;
 
-/// What the payload of a section is. A known name with another version is none of these: readers
-/// ask for both.
+/// What the payload of a section is. A known name with another version is unknown: readers look for
+/// both.
 enum class SectionContent : std::uint8_t { kUnknown, kTraceHeader, kDecoder, kDevice, kSettings };
 SectionContent section_content(const TraceSection& section);
 
@@ -30,26 +30,26 @@ bool is_trace_data(std::span<const std::uint8_t> start);
 
 class TraceFile {
  public:
-  /// Walks over the file. Throws Error(kInput) when it cannot be opened or read or is no regular
-  /// file (sections are found by seeking); damage is no error, see fault().
+  /// Finds the sections. Throws Error(kInput) when the file cannot be opened or read or is not a
+  /// regular file (sections are found by seeking); damage is not an error, see fault().
   explicit TraceFile(const std::string& path);
 
   const std::string& name() const { return name_; }
   /// In file order, up to the end of the file or the first fault.
   const std::vector<TraceSection>& sections() const { return sections_; }
-  /// Where and why the walk ended early; false when it did not.
+  /// Where and why the search ended before the end of the file; false when it did not.
   const Kz::Dvt::Trace::TdfFault& fault() const { return fault_; }
-  /// Whether the end of the file cuts this section's payload.
+  /// Whether the end of the file truncates this section's payload.
   bool is_cut(const TraceSection& section) const;
 
-  /// Hands out the payload in pieces. Throws Error(kInput) when reading fails.
+  /// Reads the payload in pieces. Throws Error(kInput) when reading fails.
   void read(const TraceSection& section,
             const std::function<void(std::span<const std::uint8_t>)>& take) const;
   /// The whole payload: 128 MiB at most, and never more than the file holds.
   std::string payload(const TraceSection& section) const;
 
-  /// The first section of this name, of this version if one is given. Throws Error(kUsage) when
-  /// there is none, or when the name alone fits several; the line lists what is there.
+  /// The first section of this name and, if given, this version. Throws Error(kUsage) when there is
+  /// none, or when the name alone fits several versions; the message lists the sections.
   const TraceSection& find(const std::string& section_name,
                            std::optional<std::uint32_t> version) const;
 
@@ -67,12 +67,12 @@ class TraceFile {
 /// "KZDecode 1": a section's name and version for messages.
 std::string section_label(const TraceSection& section);
 
-/// What readers take for the text of a payload: up to its first zero byte.
+/// The text of a payload as its readers see it: up to its first zero byte.
 std::string_view text_of_payload(std::string_view payload);
 
-/// Tells all that is wrong with the file, in the order of the file; offsets are the file's. Beyond
-/// damage of the container: payloads of known sections that do not fit their form, a section that
-/// hides behind an earlier one of its name and version, and, as notes, what is not known.
+/// Reports everything that is wrong with the file, in file order; offsets are the file's. Beyond
+/// damage of the container: malformed payloads of known sections, sections that an earlier one of
+/// their name and version hides, and, as notes, unknown sections.
 void check_trace_file(const TraceFile& file, const FindingSink& sink);
 
 }  // namespace qbt2

@@ -16,7 +16,7 @@ using Record = TraceHeaderRecord;
 // In the order of the payload, which is not that of the record.
 constexpr std::array<std::size_t, 7> kNumberFields = {2, 8, 3, 4, 5, 6, 7};
 
-/// Reads from front to back and stops at the first fault: after it, nothing is read any more.
+/// Reads from front to back; after the first fault nothing more is read.
 class PayloadReader {
  public:
   explicit PayloadReader(std::span<const std::uint8_t> payload) : payload_(payload) {}
@@ -61,8 +61,8 @@ class PayloadReader {
     if (has(bytes, what)) at_ += bytes;
   }
 
-  /// A count and that many items of at least `least_bytes`; `skip_item` takes one. Returns the
-  /// count. Holding it against what is left first makes an absurd one fail at once.
+  /// A count and that many items of at least `least_bytes`, each read by `skip_item`. Returns the
+  /// count. It is checked against the bytes left first, so that an absurd one fails at once.
   template <typename SkipItem>
   std::uint32_t list(std::string_view what, std::size_t least_bytes, SkipItem skip_item) {
     const std::size_t begin = at_;
@@ -72,7 +72,7 @@ class PayloadReader {
       fail(std::string(what)
                .append(" claims ")
                .append(std::to_string(count))
-               .append(" items, more than the bytes left can hold"));
+               .append(" items, more than fit the bytes left"));
     }
     for (std::uint32_t i = 0; i < count && good(); ++i) skip_item();
     return count;
@@ -80,7 +80,7 @@ class PayloadReader {
 
  private:
   bool has(std::size_t bytes, std::string_view what) {
-    if (good() && remaining() < bytes) fail("the data end inside " + std::string(what));
+    if (good() && remaining() < bytes) fail("the payload ends inside " + std::string(what));
     return good();
   }
 
@@ -126,9 +126,9 @@ void set_field(Record& record, const TraceHeaderField& field, std::string_view v
       if (!number) {
         throw Error(ErrorCode::kInput, place,
                     std::string(field.name)
-                        .append(" is no number of ")
+                        .append(" is not a number of ")
                         .append(std::to_string(8 * sizeof(Value)))
-                        .append(" bits (decimal, or hexadecimal behind 0x)"));
+                        .append(" bits (decimal, or hexadecimal after 0x)"));
       }
       record.*member = static_cast<Value>(*number);
     }
@@ -149,12 +149,12 @@ std::optional<TraceHeaderFault> read_trace_header(std::span<const std::uint8_t> 
     record.*std::get<std::uint32_t Record::*>(field.member) = reader.word(field.name);
   }
   record.headerText3 = reader.text("headerText3");
-  header.time_stamp = reader.word("the time stamp");
+  header.timestamp = reader.word("the timestamp");
   record.headerText4 = reader.text("headerText4");
   read_lists(reader, header.list_items);
   record.headerValue8 = reader.number<std::uint64_t>("headerValue8");
   if (reader.good() && reader.remaining() != 0) {
-    reader.fail(std::to_string(reader.remaining()).append(" bytes stand behind the record"));
+    reader.fail(std::to_string(reader.remaining()).append(" bytes follow the record"));
   }
   return reader.fault();
 }
@@ -170,7 +170,7 @@ TraceHeaderRecord parse_trace_header_text(std::string_view text, const std::stri
     while (index < given.size() && kTraceHeaderFields[index].name != line.key()) ++index;
     const std::string key(line.key());
     if (index == given.size()) {
-      throw Error(ErrorCode::kInput, place, "'" + key + "' is no field of the trace header");
+      throw Error(ErrorCode::kInput, place, "'" + key + "' is not a field of the trace header");
     }
     if (given[index]) throw Error(ErrorCode::kInput, place, key + " is given twice");
     given[index] = true;

@@ -12,31 +12,31 @@
 
 /// The trace header, the packed record of a "KZTrace" section, read from memory and from a plain
 /// file of KEY=VALUE lines. KzTrace_t::Load reads the files of older systems only and refuses what
-/// KzTrace_t::Save writes, so whoever wants to see a header that this system wrote needs a reader
-/// of his own: this one. docs/formats/tdf.md has the layout. Pure functions; any thread.
+/// KzTrace_t::Save writes, so headers written by this system need this reader.
+/// docs/formats/tdf.md has the layout. Pure functions; any thread.
 namespace qbt2 {
 
 using TraceHeaderRecord = EktTrace::ConfigFile::KzTrace_t::KzTraceData_t;
 
 struct TraceHeader {
   TraceHeaderRecord record;
-  std::uint32_t time_stamp = 0;  ///< seconds since 1970: when the file was created
-  /// Items of the lists A to D; 0 in all that this system writes. What they hold is passed over.
+  std::uint32_t timestamp = 0;  ///< seconds since 1970: when the file was created
+  /// Number of items in the lists A to D, which are skipped; 0 in files that this system writes.
   std::array<std::uint32_t, 4> list_items{};
 };
 
-/// What ends a reading: the byte of the payload at which the part at fault begins, and why.
+/// Why a payload cannot be read, and the byte of the payload at which the faulty part begins.
 struct TraceHeaderFault {
   std::uint64_t offset = 0;
   std::string reason;
 };
 
-/// Reads a payload of format version 20. No length and no count is believed that the bytes do not
-/// hold; bytes behind the record are a fault. Up to the fault `header` holds what was read.
+/// Reads a payload of format version 20. Lengths and counts are checked against the bytes left;
+/// bytes after the record are a fault. With a fault `header` has the fields before it.
 std::optional<TraceHeaderFault> read_trace_header(std::span<const std::uint8_t> payload,
                                                   TraceHeader& header);
 
-/// The record's fields by the names that plain files and outputs give them, in declared order.
+/// The record's fields with their names in plain files and outputs, in declared order.
 struct TraceHeaderField {
   using Member = std::variant<std::string TraceHeaderRecord::*, std::uint32_t TraceHeaderRecord::*,
                               std::uint64_t TraceHeaderRecord::*>;
@@ -58,8 +58,8 @@ inline constexpr std::array<TraceHeaderField, 12> kTraceHeaderFields = {{
     {"headerValue8", &TraceHeaderRecord::headerValue8},
 }};
 
-/// A plain header file: KEY=VALUE lines, blanks and tabs trimmed, empty lines and lines with a '#'
-/// in front passed over; a field without a line stays empty or 0. Numbers are decimal or 0x
+/// A plain header file: KEY=VALUE lines, blanks and tabs trimmed, empty lines and lines that start
+/// with '#' ignored; a field without a line is empty or 0. Numbers are decimal or 0x
 /// hexadecimal. Throws Error(kInput) naming `file` and the line for anything else.
 TraceHeaderRecord parse_trace_header_text(std::string_view text, const std::string& file);
 

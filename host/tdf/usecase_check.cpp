@@ -12,7 +12,7 @@ using Kz::Dvt::Trace::kUseCaseFields;
 std::string number_fault(const std::string& field) {
   switch (parse_c_number(field).fault) {
     case NumberFault::kNotANumber:
-      return "is no number";
+      return "is not a number";
     case NumberFault::kTooLarge:
       return "is out of range";
     case NumberFault::kNone:
@@ -42,7 +42,7 @@ std::vector<std::string> check_usecase_settings(
   for (const auto& [name, value] : settings) {
     if (!has_use_case_prefix(name)) continue;
     if (!use_case_master(name)) {
-      faults.push_back(name + ": never asked for, the decoder asks by the id in plain decimal");
+      faults.push_back(name + ": the decoder never reads it, ids must be plain decimal");
       continue;
     }
     const std::string fault = usecase_line_fault(value);

@@ -153,9 +153,9 @@ TEST_F(DecodeCommand, SettingsThatCannotBeUsedAreTold) {
   EXPECT_EQ(result.out, json_rows(kStpPlaces, kUnknown, kNoPeriods));
   EXPECT_EQ(result.status, 0);
   for (const char* line :
-       {"QBT2_5: field 2 ('long') is no number; its rows say Unknown",
+       {"QBT2_5: field 2 ('long') is not a number; its rows say Unknown",
         "QBT2_7: 3 fields instead of 15; its rows say Unknown",
-        "QBT2_0x8: never asked for, the decoder asks by the id in plain decimal",
+        "QBT2_0x8: the decoder never reads it, ids must be plain decimal",
         "master 7 has settings but no traffic", "master 131 has traffic but no settings"}) {
     EXPECT_THAT(result.err, HasSubstr("qbt2: " + config + ": " + line + "\n"));
   }

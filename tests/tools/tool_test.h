@@ -2,27 +2,27 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <stdlib.h>
 
 #include <algorithm>
 #include <cstdint>
 #include <filesystem>
-#include <fstream>
 #include <iterator>
 #include <map>
+#include <set>
 #include <sstream>
 #include <string>
 #include <string_view>
 #include <vector>
 
 #include "tests/support/sample_bytes.h"
+#include "tests/support/test_folder.h"
 #include "tests/tools/run_tool.h"
 
 /// What the tests of the program share: a folder of their own, and captures put together by hand.
 namespace qbt2::test {
 
-/// A STP stream from its nibbles in the order of sending, written as hexadecimal digits; blanks are
-/// for the reader only. The low half of a byte comes first. An odd number gets a NULL packet.
+/// An STP stream from its nibbles in the order of sending, written as hexadecimal digits; blanks
+/// are for the reader only. The low half of a byte comes first. An odd number gets a NULL packet.
 inline std::string stp(std::string_view digits) {
   std::string nibbles;
   std::copy_if(digits.begin(), digits.end(), std::back_inserter(nibbles),
@@ -53,34 +53,24 @@ inline std::map<std::string, std::uint64_t> statistics(const std::string& text) 
   return values;
 }
 
-class ToolTest : public testing::Test {
+class ToolTest : public testing::Test, public TestFolder {
  protected:
-  ToolTest() {
-    std::string folder = testing::TempDir() + "qbt2-tool-XXXXXX";
-    folder_ = mkdtemp(folder.data());
+  std::string get(const std::string& name) const { return read_file(at(name)); }
+  /// The names of all files: shows what a failed run left.
+  std::set<std::string> names() const {
+    std::set<std::string> all;
+    for (const auto& entry : std::filesystem::directory_iterator(path())) {
+      all.insert(entry.path().filename().string());
+    }
+    return all;
   }
-  ~ToolTest() override { std::filesystem::remove_all(folder_); }
-
-  std::string at(const std::string& name) const { return folder_ + "/" + name; }
-  std::string put(const std::string& name, const std::string& bytes) const {
-    std::ofstream(at(name), std::ios::binary) << bytes;
-    return at(name);
-  }
-  std::string get(const std::string& name) const {
-    std::ostringstream text;
-    text << std::ifstream(at(name), std::ios::binary).rdbuf();
-    return text.str();
-  }
-  std::size_t files() const {
-    const std::filesystem::directory_iterator entries(folder_);
-    return static_cast<std::size_t>(std::distance(begin(entries), end(entries)));
-  }
+  std::size_t files() const { return names().size(); }
 
   static ToolResult decode(std::vector<std::string> arguments, const std::string& input = {}) {
     arguments.insert(arguments.begin(), "decode");
     return run_tool(arguments, input);
   }
-  /// A capture by the program's own generator, and its settings beside it.
+  /// A capture by the program's own generator, and its settings next to it.
   std::string generate(const std::string& name, std::vector<std::string> options) const {
     options.insert(options.begin(), {"generate", "-o", at(name), "--settings", at(name + ".cfg")});
     const ToolResult made = run_tool(options);
@@ -88,7 +78,7 @@ class ToolTest : public testing::Test {
     return at(name);
   }
 
-  std::string folder_;
+  const std::string& folder_ = path();
 };
 
 }  // namespace qbt2::test

@@ -7,7 +7,8 @@
 
 #include "host/base/error.h"
 #include "host/tdf/trace_header.h"
-#include "tests/tools/tool_folder.h"
+#include "tests/support/tdf_bytes.h"
+#include "tests/support/test_folder.h"
 
 namespace qbt2::test {
 namespace {
@@ -17,18 +18,18 @@ using ::testing::HasSubstr;
 
 std::string words(std::initializer_list<std::uint32_t> numbers) {
   std::string bytes;
-  for (const std::uint32_t number : numbers) bytes += word(number);
+  for (const std::uint32_t number : numbers) bytes += le32(number);
   return bytes;
 }
 
 /// A header of an older system, with something in each of the four lists.
 std::string header_with_lists() {
   return counted("dev") + counted("conn") + words({1, 7, 2, 3, 4, 5, 6}) + counted("three") +
-         word(99) + counted("four") +  //
-         word(1) + counted("a") + words({0, 0, 2, 5}) + counted("k") + word(6) + counted("") +
-         word(2) + words({0, 0, 0, 0, 0, 0}) +  // list B
-         word(1) + words({9, 1, 1, 2, 3, 4, 5}) + counted("x") + counted("y") + counted("z") +
-         word(1) + std::string(16, '\0') + counted("d") +  // list D
+         le32(99) + counted("four") +  //
+         le32(1) + counted("a") + words({0, 0, 2, 5}) + counted("k") + le32(6) + counted("") +
+         le32(2) + words({0, 0, 0, 0, 0, 0}) +  // list B
+         le32(1) + words({9, 1, 1, 2, 3, 4, 5}) + counted("x") + counted("y") + counted("z") +
+         le32(1) + std::string(16, '\0') + counted("d") +  // list D
          words({8, 0});
 }
 
@@ -49,14 +50,14 @@ TEST(TraceHeader, ReadsARecordWithLists) {
   EXPECT_EQ(header.record.headerText3, "three");
   EXPECT_EQ(header.record.headerText4, "four");
   EXPECT_EQ(header.record.headerValue8, 8U);
-  EXPECT_EQ(header.time_stamp, 99U);
+  EXPECT_EQ(header.timestamp, 99U);
   EXPECT_THAT(header.list_items, ElementsAre(1, 2, 1, 1));
 }
 
 TEST(TraceHeader, EveryCutIsAFaultWithinTheBytes) {
   const std::string whole = header_with_lists();
   for (std::size_t size = 0; size < whole.size(); ++size) {
-    // A copy of its own size, so that the sanitizer sees a read beyond it.
+    // A copy of exactly this size, so that the sanitizer sees a read past its end.
     const std::vector<std::uint8_t> cut(whole.begin(),
                                         whole.begin() + static_cast<std::ptrdiff_t>(size));
     TraceHeader header;
@@ -68,7 +69,7 @@ TEST(TraceHeader, EveryCutIsAFaultWithinTheBytes) {
 
 TEST(TraceHeader, AbsurdCountsFailAtOnce) {
   const std::string whole = header_with_lists();
-  // Where a text's length or a list's count stands, and what is told of it.
+  // Offsets of lengths and counts.
   const std::size_t list_a = 7 + 8 + 28 + 9 + 4 + 8;
   const struct {
     std::size_t offset;
@@ -79,7 +80,7 @@ TEST(TraceHeader, AbsurdCountsFailAtOnce) {
                 {list_a + 4 + 5 + 8, "an item of list A claims 4294967295 items"}};
   for (const auto& test : kCases) {
     std::string payload = whole;
-    payload.replace(test.offset, 4, word(UINT32_MAX));
+    payload.replace(test.offset, 4, le32(UINT32_MAX));
     TraceHeader header;
     const auto fault = read_trace_header(as_bytes(payload), header);
     ASSERT_TRUE(fault) << test.reason;
@@ -88,7 +89,7 @@ TEST(TraceHeader, AbsurdCountsFailAtOnce) {
   }
 }
 
-class TraceFileTest : public ToolFolder {
+class TraceFileTest : public ::testing::Test, public TestFolder {
  protected:
   std::vector<Finding> check(const std::string& bytes) const {
     const TraceFile file(put("f.tdf", bytes));
@@ -115,7 +116,7 @@ class TraceFileTest : public ToolFolder {
       section("", 0, "x")};
 };
 
-TEST_F(TraceFileTest, OnlyCutsBetweenSectionsAreSound) {
+TEST_F(TraceFileTest, OnlyCutsBetweenSectionsAreNotFaults) {
   std::string whole = "TDF2";
   std::set<std::size_t> boundaries = {whole.size()};
   for (const std::string& one : sections) {
@@ -129,7 +130,7 @@ TEST_F(TraceFileTest, OnlyCutsBetweenSectionsAreSound) {
   }
 }
 
-TEST_F(TraceFileTest, AFlippedByteNeverBreaksTheCheck) {
+TEST_F(TraceFileTest, AFlippedByteGivesNoOffsetBeyondTheFile) {
   std::string bytes = "TDF2";
   for (const std::string& one : sections) bytes += one;
   for (std::size_t at = 0; at < bytes.size(); ++at) {
@@ -141,19 +142,19 @@ TEST_F(TraceFileTest, AFlippedByteNeverBreaksTheCheck) {
   }
 }
 
-TEST_F(TraceFileTest, PayloadsComeWhole) {
+TEST_F(TraceFileTest, PayloadsAreReadInFull) {
   std::string large(200'000, 'a');
   for (std::size_t i = 0; i < large.size(); i += 7) large[i] = static_cast<char>(i);
   const TraceFile file(put("f.tdf", "TDF2" + section("A", 1, "x") + section("L", 1, large)));
   EXPECT_EQ(file.payload(file.find("L", 1)), large);
   EXPECT_EQ(file.payload(file.find("A", std::nullopt)), "x");
   EXPECT_THROW(file.find("A", 2), Error);
-  // A file that shrinks under the reader is an error, not an endless loop.
+  // A file truncated while it is read is an error, not an endless loop.
   std::filesystem::resize_file(at("f.tdf"), 1000);
   EXPECT_THROW(file.payload(file.find("L", 1)), Error);
 }
 
-TEST(SectionTextCheck, LinesThatReadersMisunderstand) {
+TEST(SectionTextCheck, FindsTheLinesThatReadersMisunderstand) {
   using Check = void (*)(std::string_view, const FindingSink&);
   const struct {
     Check check;
@@ -166,20 +167,20 @@ TEST(SectionTextCheck, LinesThatReadersMisunderstand) {
       {check_settings_text, "=1\n", 0, "has no name"},
       {check_settings_text, "A= \n", 0, "has no value"},
       {check_settings_text, "A=1\r\n", 0, "carriage return"},
-      {check_settings_text, "QBT2_0x5=a\n", 0, "QBT2_0x5: never asked for"},
+      {check_settings_text, "QBT2_0x5=a\n", 0, "QBT2_0x5: the decoder never reads it"},
       {check_decoder_text, " #\nDECODER=\nATBID = 5\n", 0, nullptr},
       {check_decoder_text, "DATA_TYPE=0x3\n", 0, "from 0 to 7"},
       {check_decoder_text, "\nATBID=128\n", 1, "from 0 to 127"},
-      {check_decoder_text, "decoder=X\n", 0, "'decoder' is no key"},
+      {check_decoder_text, "decoder=X\n", 0, "'decoder' is not a key"},
       {check_decoder_text, "DECODER\n", 0, "is not KEY=VALUE"},
       {check_device_text, "EMU=$~\nDEVICEID= 0x1 ,2\nPROCMAP=a$1$~b$2$~\n", 0, nullptr},
       {check_device_text, "# comment\n", 0, "is not KEYWORD=VALUE"},
-      {check_device_text, "FOO=\n", 0, "'FOO' is no keyword"},
-      {check_device_text, "DEVICEID=0x1,\n", 0, "the device id '' is no number"},
+      {check_device_text, "FOO=\n", 0, "'FOO' is not a keyword"},
+      {check_device_text, "DEVICEID=0x1,\n", 0, "the device id '' is not a number"},
       {check_device_text, "DEVICEMAP=a$0x1\n", 0, "does not end in '~'"},
       {check_device_text, "DEVINFO=0x1$a~\n", 0, "has 2 fields instead of 3"},
       {check_device_text, "PROCMAP=a$1$2~\n", 0, "does not end in an empty field"},
-      {check_device_text, "DEVICEMAP=a$0x100000000~\n", 0, "has no number"},
+      {check_device_text, "DEVICEMAP=a$0x100000000~\n", 0, "has a field that is not a number"},
   };
   for (const auto& test : kCases) {
     std::vector<Finding> findings;

@@ -6,7 +6,7 @@
 namespace qbt2 {
 namespace {
 
-TEST(UsecaseCheck, TellsWhatTheDecoderCannotReadOfALine) {
+TEST(UsecaseCheck, ReportsWhyTheDecoderCannotReadALine) {
   const std::string zeros = ";0;0;0;0;0;0;0;0;0;0;0;0";
   const struct {
     std::string line;
@@ -20,15 +20,15 @@ TEST(UsecaseCheck, TellsWhatTheDecoderCannotReadOfALine) {
       {"", "1 fields instead of 15"},
       {"A;0" + zeros, "14 fields instead of 15"},
       {"A;0;0;0" + zeros, "16 fields instead of 15"},
-      {"A;;0" + zeros, "field 1 ('') is no number"},
-      {"A;0;long" + zeros, "field 2 ('long') is no number"},
+      {"A;;0" + zeros, "field 1 ('') is not a number"},
+      {"A;0;long" + zeros, "field 2 ('long') is not a number"},
       {"A;0;99999999999999999999" + zeros, "field 2 ('99999999999999999999') is out of range"},
-      {"A;0;0;0;0;0;0;0;0;0;0;0;0;0;x", "field 14 ('x') is no number"},
+      {"A;0;0;0;0;0;0;0;0;0;0;0;0;0;x", "field 14 ('x') is not a number"},
   };
   for (const auto& c : cases) EXPECT_EQ(usecase_line_fault(c.line), c.fault) << c.line;
 }
 
-TEST(UsecaseCheck, TellsNamesThatTheDecoderNeverAsksFor) {
+TEST(UsecaseCheck, ReportsNamesThatTheDecoderNeverReads) {
   const std::string good = "A;0;0;0;0;0;0;0;0;0;0;0;0;0;0";
   const auto faults = check_usecase_settings({{"ATBID", "16"},
                                               {"QBT2_0", good},
@@ -39,7 +39,7 @@ TEST(UsecaseCheck, TellsNamesThatTheDecoderNeverAsksFor) {
                                               {"QBT2_", good},
                                               {"QBT2_7", "A;B"},
                                               {"QBT2_5 ", good}});
-  const std::string never = ": never asked for, the decoder asks by the id in plain decimal";
+  const std::string never = ": the decoder never reads it, ids must be plain decimal";
   EXPECT_THAT(faults,
               testing::UnorderedElementsAre(
                   "QBT2_05" + never, "QBT2_0x5" + never, "QBT2_4294967296" + never, "QBT2_" + never,
