@@ -1,6 +1,6 @@
-// Writes the rows of a STP capture as a trace in the Common Trace Format 1.8 (one stream, one event
-// class for each kind of row, the same fields and widths), so that babeltrace2 can print the rows
-// that qbt2 prints.
+// Writes the rows of an STP capture as a trace in the Common Trace Format 1.8 (one stream, one
+// event class for each kind of row, the same fields and widths), so that babeltrace2 can print the
+// rows that qbt2 prints.
 //
 // usage: rows_to_ctf CAPTURE SETTINGS FOLDER
 
@@ -13,18 +13,14 @@
 #include <string>
 #include <vector>
 
-#include "host/capture/open_capture.h"
-#include "host/decode/decoder_library.h"
-#include "host/decode/decoder_setup.h"
+#include "host/decode/pipeline.h"
 #include "host/rows/row_fields.h"
-#include "host/rows/row_reader.h"
 
 namespace qbt2::bench {
 namespace {
 
 constexpr std::uint32_t kPacketMagic = 0xC1FC1FC1;
 constexpr std::size_t kPacketBytes = std::size_t{1} << 20;
-constexpr std::uint32_t kRowCapacity = 4096;
 
 constexpr const char* kMetadataHead = R"(/* CTF 1.8 */
 typealias integer { size = 8; align = 8; signed = false; } := u8;
@@ -44,7 +40,7 @@ stream {
 };
 )";
 
-/// A packet in the making: header and context first, then events.
+/// A packet being filled: header and context first, then events.
 class CtfStream {
  public:
   explicit CtfStream(const std::filesystem::path& path) : file_(path, std::ios::binary) { begin(); }
@@ -155,34 +151,12 @@ class CtfTrace {
 void convert(const std::string& capture, const std::string& settings,
              const std::filesystem::path& folder) {
   std::filesystem::create_directories(folder);
-  DecoderSetup setup(settings, "");
-  const DecoderLibrary library;
-  const auto unit = library.create_unit();
-  const ColumnCatalogue catalogue = read_catalogue(*unit);
-  setup.apply(*unit);
-  InputFile file(capture);
-  const auto reader = make_capture_reader(file, CaptureFormat::kStp, {});
-  RowReader row_reader(catalogue);
-  RowBatch rows(catalogue);
-  CtfTrace trace(folder, catalogue);
-  SampleBatch samples;
-  std::vector<std::uint8_t> output(kRowCapacity);
-  while (reader->next(samples)) {
-    for (const SampleHead& sample : samples.heads) {
-      std::uint32_t produced = 0;
-      unit->ProcessSamples(0, samples.bytes.data() + sample.begin, kRowCapacity, output.data(),
-                           produced);
-      RowHead head;
-      head.offset = sample.offset;
-      head.timestamp = sample.timestamp;
-      head.time_ns = sample.time_ns;
-      RecordFault fault;
-      row_reader.read(std::span(output).first(produced), head, rows, fault);
-    }
-    trace.append(rows);
-    rows.clear();
-    samples.clear();
-  }
+  DecodeRequest request;
+  request.captures = {capture};
+  request.config = settings;
+  Pipeline pipeline(request);
+  CtfTrace trace(folder, pipeline.catalogue());
+  while (const auto decoded = pipeline.next()) trace.append(*decoded->rows);
   trace.finish();
 }
 

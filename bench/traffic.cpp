@@ -1,16 +1,16 @@
 #include "bench/traffic.h"
 
-#include <unistd.h>
-
 #include <cstring>
-#include <filesystem>
-#include <fstream>
-#include <stdexcept>
+
+#include "host/device/settings_text.h"
+#include "interfaces/sample_format.h"
 
 namespace qbt2::bench {
 namespace {
 
-// The decoder may read a whole word behind a sample's last length byte.
+using namespace Kz::Dvt::Trace::SampleFormat;
+
+// The decoder may read a whole word after a sample's last length byte.
 constexpr std::size_t kSlackBytes = 8;
 
 void append_sample(SampleBatch& batch, const GeneratedMessage& message) {
@@ -20,40 +20,19 @@ void append_sample(SampleBatch& batch, const GeneratedMessage& message) {
   head.has_timestamp = message.timestamp.has_value();
   head.master = message.master;
   head.begin = static_cast<std::uint32_t>(batch.bytes.size());
-  head.size =
-      static_cast<std::uint32_t>(kSampleHeaderBytes + kSampleWordBytes * message.words.count);
+  head.size = static_cast<std::uint32_t>(SampleBytes(message.words.count));
   batch.bytes.resize(head.begin + head.size);
   std::uint8_t* at = batch.bytes.data() + head.begin;
-  at[1] = static_cast<std::uint8_t>(message.master);
-  at[4] = static_cast<std::uint8_t>(head.size - kSampleHeaderBytes);
-  at += kSampleHeaderBytes;
+  at[kProbeIdOffset] = ProbeOfMaster(message.master);
+  at[kPayloadBytesOffset] = static_cast<std::uint8_t>(head.size - kHeaderBytes);
+  at += kHeaderBytes;
   for (const std::uint32_t word : message.words.view()) {
-    *at = sizeof word;
+    *at = kWordLength;
     std::memcpy(at + 1, &word, sizeof word);
-    at += kSampleWordBytes;
+    at += kPairBytes;
   }
   batch.heads.push_back(head);
 }
-
-/// A file that goes with its object: settings are loaded from files only.
-class TemporaryFile {
- public:
-  explicit TemporaryFile(const std::string& text)
-      : path_(std::filesystem::temp_directory_path() /
-              ("qbt2-bench-" + std::to_string(::getpid()) + ".cfg")) {
-    std::ofstream file(path_);
-    file << text;
-    if (!file.flush()) throw std::runtime_error("cannot write " + path_.string());
-  }
-  ~TemporaryFile() { std::filesystem::remove(path_); }
-  TemporaryFile(const TemporaryFile&) = delete;
-  TemporaryFile& operator=(const TemporaryFile&) = delete;
-
-  std::string path() const { return path_.string(); }
-
- private:
-  std::filesystem::path path_;
-};
 
 }  // namespace
 
@@ -74,8 +53,7 @@ Traffic make_traffic(const TrafficMix& mix, std::uint64_t messages) {
 }
 
 LoadedUnit::LoadedUnit(const std::string& settings) {
-  const TemporaryFile file(settings);
-  setup_ = std::make_unique<DecoderSetup>(file.path(), "");
+  setup_ = std::make_unique<DecoderSetup>(read_plain_settings(settings));
   unit_ = DecoderLibrary().create_unit();
   catalogue_ = read_catalogue(*unit_);
   setup_->apply(*unit_);

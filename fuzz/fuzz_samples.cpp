@@ -1,6 +1,6 @@
 // Sample files over arbitrary bytes: the reader must account for every byte, and the plug-in must
-// answer each sample with a row, with no row or with a DecodeError, without a read behind the
-// sample or a write more than eight bytes behind the capacity.
+// answer each sample with a row, with no row or with a DecodeError, without a read past the sample
+// or a write more than eight bytes past the capacity.
 #include <sys/mman.h>
 #include <unistd.h>
 
@@ -13,6 +13,7 @@
 
 #include "host/capture/sample_file.h"
 #include "host/decode/decode_worker.h"
+#include "host/decode/text_sink.h"
 
 namespace {
 
@@ -30,8 +31,10 @@ struct Decoder {
     DecoderLibrary::Unit second = library.create_unit();
     qbt2::read_catalogue(*second);
     second->DataReset();
-    worker = std::make_unique<qbt2::DecodeWorker>(std::move(second), catalogue,
-                                                  qbt2::make_row_formatter("jsonl", catalogue, {}));
+    worker = std::make_unique<qbt2::DecodeWorker>(std::move(second), catalogue);
+    qbt2::TextSinkOptions options;
+    options.format = "jsonl";
+    worker->use_rows(qbt2::RowUse::kStage, qbt2::TextSink(options).make_stage(catalogue));
   }
   DecoderLibrary library;
   DecoderLibrary::Unit unit;
@@ -84,7 +87,7 @@ void check_sample(Decoder& decoder, const std::uint8_t* sample, std::size_t size
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-  // Never given back: DestroyDecoderUnit runs no destructor, which would count as a leak.
+  // Never destroyed: DestroyDecoderUnit runs no destructor, which would count as a leak.
   static Decoder& decoder = *new Decoder();
   (void)qbt2::looks_like_samples({data, size});
   qbt2::DecodeJob job;

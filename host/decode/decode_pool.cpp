@@ -1,7 +1,5 @@
 #include "host/decode/decode_pool.h"
 
-#include <exception>
-
 namespace qbt2 {
 namespace {
 
@@ -10,10 +8,8 @@ constexpr std::size_t kJobsPerWorker = 3;
 
 }  // namespace
 
-DecodePool::DecodePool(std::vector<std::unique_ptr<DecodeWorker>> workers,
-                       std::function<void(DecodeJob&)> consume)
+DecodePool::DecodePool(std::vector<std::unique_ptr<DecodeWorker>> workers)
     : workers_(std::move(workers)),
-      consume_(std::move(consume)),
       slots_(workers_.size() == 1 ? 1 : workers_.size() * kJobsPerWorker) {
   for (std::size_t i = 1; i < workers_.size(); ++i) {
     threads_.emplace_back([this, i] { serve(*workers_[i]); });
@@ -30,62 +26,66 @@ DecodePool::~DecodePool() {
 }
 
 DecodeJob& DecodePool::next_job() {
-  if (submitted_ - consumed_ == slots_.size()) consume_oldest();
-  DecodeJob& job = slots_[submitted_ % slots_.size()].job;
+  DecodeJob& job = slot(submitted_).job;
   job.clear();
   return job;
 }
 
-void DecodePool::submit(std::uint64_t row_limit) {
+void DecodePool::submit() {
   {
     const std::lock_guard lock(mutex_);
-    Slot& slot = slots_[submitted_ % slots_.size()];
-    slot.row_limit = row_limit;
-    slot.failure = nullptr;
-    slot.state = State::kQueued;
+    Slot& next = slot(submitted_);
+    next.failure = nullptr;
+    next.state = State::kQueued;
     ++submitted_;
   }
   work_.notify_one();
 }
 
-void DecodePool::finish() {
-  while (consumed_ != submitted_) consume_oldest();
-}
-
-/// Takes up the oldest queued slot; the lock is let go while it is decoded.
-void DecodePool::run_slot(DecodeWorker& worker, std::unique_lock<std::mutex>& lock) {
-  Slot& slot = slots_[started_ % slots_.size()];
-  ++started_;
-  slot.state = State::kRunning;
-  lock.unlock();
-  try {
-    worker.run(slot.job, slot.row_limit);
-  } catch (...) {
-    slot.failure = std::current_exception();
+DecodeJob* DecodePool::oldest_if_done() {
+  if (is_empty()) return nullptr;
+  Slot& oldest = slot(released_);
+  {
+    const std::lock_guard lock(mutex_);
+    if (oldest.state != State::kDone) return nullptr;
   }
-  lock.lock();
-  slot.state = State::kDone;
-  done_.notify_one();
+  return &result_of(oldest);
 }
 
-void DecodePool::wait_until_done(Slot& slot) {
-  std::unique_lock lock(mutex_);
-  while (slot.state != State::kDone) {
-    if (started_ != submitted_) {
-      run_slot(*workers_.front(), lock);
-    } else {
-      done_.wait(lock);
+DecodeJob& DecodePool::wait_for_oldest() {
+  Slot& oldest = slot(released_);
+  {
+    std::unique_lock lock(mutex_);
+    while (oldest.state != State::kDone) {
+      if (started_ != submitted_) {
+        run_slot(*workers_.front(), lock);
+      } else {
+        done_.wait(lock);
+      }
     }
   }
+  return result_of(oldest);
 }
 
-void DecodePool::consume_oldest() {
-  Slot& slot = slots_[consumed_ % slots_.size()];
-  wait_until_done(slot);
-  ++consumed_;
-  slot.state = State::kFree;
+DecodeJob& DecodePool::result_of(Slot& slot) {
   if (slot.failure != nullptr) std::rethrow_exception(slot.failure);
-  consume_(slot.job);
+  return slot.job;
+}
+
+/// Takes the oldest queued slot; the lock is released while it is decoded.
+void DecodePool::run_slot(DecodeWorker& worker, std::unique_lock<std::mutex>& lock) {
+  Slot& next = slot(started_);
+  ++started_;
+  next.state = State::kRunning;
+  lock.unlock();
+  try {
+    worker.run(next.job);
+  } catch (...) {
+    next.failure = std::current_exception();
+  }
+  lock.lock();
+  next.state = State::kDone;
+  done_.notify_one();
 }
 
 void DecodePool::serve(DecodeWorker& worker) {

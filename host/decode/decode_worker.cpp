@@ -1,7 +1,6 @@
 #include "host/decode/decode_worker.h"
 
 #include <algorithm>
-#include <numeric>
 
 namespace qbt2 {
 namespace {
@@ -25,41 +24,47 @@ std::string describe(const Kz::Dvt::Trace::DecodeError& error) {
 
 }  // namespace
 
-std::uint64_t DecodeCounts::rows() const {
-  return std::accumulate(rows_of_kind.begin(), rows_of_kind.end(), std::uint64_t{0});
-}
-
-DecodeCounts& DecodeCounts::operator+=(const DecodeCounts& other) {
-  for (std::size_t i = 0; i < rows_of_kind.size(); ++i) rows_of_kind[i] += other.rows_of_kind[i];
-  samples_without_row += other.samples_without_row;
-  samples_rejected += other.samples_rejected;
-  return *this;
-}
-
 void DecodeJob::clear() {
   samples.clear();
-  text.clear();
+  row_limit = UINT64_MAX;
+  if (chunk) chunk->clear();
+  if (rows) rows->clear();
   counts = DecodeCounts{};
   rejections.clear();
 }
 
 DecodeWorker::DecodeWorker(DecoderLibrary::Unit unit, const ColumnCatalogue& catalogue,
-                           std::unique_ptr<RowFormatter> formatter)
+                           const ColumnMask& wanted)
     : unit_(std::move(unit)),
-      reader_(catalogue),
+      catalogue_(catalogue),
+      reader_(catalogue, wanted),
       rows_(catalogue, kRowsInBatch),
-      formatter_(std::move(formatter)),
       output_(kFirstOutputBytes + kOutputSlackBytes) {}
 
-void DecodeWorker::run(DecodeJob& job, std::uint64_t row_limit) {
-  // The decoder reads a whole word behind a length byte of 0, and so past a malformed sample's end.
+void DecodeWorker::use_rows(RowUse use, std::unique_ptr<RowStage> stage) {
+  use_ = use;
+  stage_ = std::move(stage);
+}
+
+/// Jobs pass from worker to worker, so each is given what it lacks by the first one.
+void DecodeWorker::prepare(DecodeJob& job) const {
+  if (use_ == RowUse::kStage && !job.chunk) job.chunk = stage_->make_chunk();
+  if (use_ == RowUse::kKeep && !job.rows) {
+    job.rows = std::make_unique<RowBatch>(catalogue_, kRowsInBatch);
+  }
+}
+
+void DecodeWorker::run(DecodeJob& job) {
+  prepare(job);
+  RowBatch& rows = use_ == RowUse::kKeep ? *job.rows : rows_;
+  // The decoder reads a whole word after a length byte of 0, and so past a malformed sample's end.
   job.samples.bytes.resize(job.samples.bytes.size() + sizeof(std::uint64_t));
   for (const SampleHead& head : job.samples.heads) {
-    if (job.counts.rows() >= row_limit) break;
-    if (rows_.full()) flush(job);
-    decode_sample(job, head);
+    if (job.counts.rows() >= job.row_limit) break;
+    if (use_ != RowUse::kKeep && rows.full()) flush(job);
+    decode_sample(job, head, rows);
   }
-  flush(job);
+  if (use_ != RowUse::kKeep) flush(job);
 }
 
 /// Runs the plug-in over one sample, with a larger output buffer where it asks for one.
@@ -78,7 +83,7 @@ std::size_t DecodeWorker::process(std::uint8_t* sample) {
   }
 }
 
-void DecodeWorker::decode_sample(DecodeJob& job, const SampleHead& head) {
+void DecodeWorker::decode_sample(DecodeJob& job, const SampleHead& head, RowBatch& rows) {
   std::size_t produced = 0;
   try {
     produced = process(job.samples.bytes.data() + head.begin);
@@ -87,7 +92,7 @@ void DecodeWorker::decode_sample(DecodeJob& job, const SampleHead& head) {
     return;
   }
   const std::span<const std::uint8_t> stream(output_.data(), produced);
-  if (formatter_ == nullptr) {  // nobody wants the values
+  if (use_ == RowUse::kCount) {
     if (const auto kind = reader_.recognise(stream)) {
       ++job.counts.rows_of_kind[static_cast<std::size_t>(*kind)];
       return;
@@ -101,24 +106,24 @@ void DecodeWorker::decode_sample(DecodeJob& job, const SampleHead& head) {
   row.has_time_ns = head.has_time_ns;
   row.stp_master = head.master;
   RecordFault fault;
-  const std::size_t before = rows_.size();
-  reader_.read(stream, row, rows_, fault);
+  const std::size_t first = rows.size();
+  reader_.read(stream, row, rows, fault);
   if (fault.reason != nullptr) {
     reject(job, head,
            "the decoder's output cannot be read at its byte " + std::to_string(fault.offset) +
                ": " + fault.reason);
     return;
   }
-  count_row(job, before);
+  count_rows(job, rows, first);
 }
 
-void DecodeWorker::count_row(DecodeJob& job, std::size_t rows_before) {
-  if (rows_.size() == rows_before) {
+void DecodeWorker::count_rows(DecodeJob& job, const RowBatch& rows, std::size_t first) {
+  if (rows.size() == first) {
     ++job.counts.samples_without_row;
     return;
   }
-  for (std::size_t row = rows_before; row < rows_.size(); ++row) {
-    ++job.counts.rows_of_kind[static_cast<std::size_t>(rows_.head(row).kind)];
+  for (std::size_t row = first; row < rows.size(); ++row) {
+    ++job.counts.rows_of_kind[static_cast<std::size_t>(rows.head(row).kind)];
   }
 }
 
@@ -130,7 +135,7 @@ void DecodeWorker::reject(DecodeJob& job, const SampleHead& head, std::string re
 }
 
 void DecodeWorker::flush(DecodeJob& job) {
-  if (formatter_ != nullptr && rows_.size() != 0) formatter_->append(rows_, job.text);
+  if (use_ == RowUse::kStage && rows_.size() != 0) stage_->append(rows_, job.capture, *job.chunk);
   rows_.clear();
 }
 

@@ -1,19 +1,18 @@
 #pragma once
 
-#include <array>
 #include <cstdint>
 #include <memory>
 #include <string>
 #include <vector>
 
-#include "host/base/text_buffer.h"
 #include "host/capture/sample_batch.h"
 #include "host/decode/decoder_library.h"
-#include "host/format/row_formatter.h"
+#include "host/decode/row_sink.h"
+#include "host/decode/run_report.h"
 #include "host/rows/row_reader.h"
 
-/// The stretch of the road from samples to text: plug-in, row reader, formatter. One worker belongs
-/// to one thread at a time and keeps a decoder unit of its own.
+/// From samples to rows, and on to a sink's chunk: plug-in, row reader, stage. A worker belongs to
+/// one thread at a time and has a decoder unit of its own.
 namespace qbt2 {
 
 /// A sample that gave no row although it should have: the plug-in threw, or its output cannot be
@@ -24,49 +23,54 @@ struct SampleRejection {
   std::string reason;
 };
 
-struct DecodeCounts {
-  std::array<std::uint64_t, 4> rows_of_kind{};  ///< by RowKind
-  std::uint64_t samples_without_row = 0;
-  std::uint64_t samples_rejected = 0;
-
-  std::uint64_t rows() const;
-  DecodeCounts& operator+=(const DecodeCounts& other);
-};
-
-/// One piece of work: samples in, text and counts out. Reused; clear() keeps the memory.
+/// One piece of work: samples in, rows or a chunk out. Reused: clear() keeps the memory.
 struct DecodeJob {
-  std::size_t input = 0;  ///< the caller's number for the input that the samples come from
+  std::size_t capture = 0;  ///< where the samples come from, counted from 0
   SampleBatch samples;
-  TextBuffer text;
+  std::uint64_t row_limit = UINT64_MAX;
+
+  std::unique_ptr<RowChunk> chunk;  ///< what the worker's stage made of the rows
+  std::unique_ptr<RowBatch> rows;   ///< all rows, where the worker has been made to keep them
   DecodeCounts counts;
   std::vector<SampleRejection> rejections;  ///< the first few; samples_rejected counts all
 
   void clear();
 };
 
+/// What a worker does with the rows.
+enum class RowUse : std::uint8_t {
+  kCount,  ///< counts them by kind, and reads back no values
+  kKeep,   ///< leaves them in DecodeJob::rows
+  kStage,  ///< gives them to a stage
+};
+
 class DecodeWorker {
  public:
-  /// `catalogue` must outlive the worker; `formatter` may be null (decode and count only).
+  /// Reads back the columns of `wanted` only. `catalogue` must outlive the worker.
   DecodeWorker(DecoderLibrary::Unit unit, const ColumnCatalogue& catalogue,
-               std::unique_ptr<RowFormatter> formatter);
+               const ColumnMask& wanted = ColumnMask::all());
 
-  /// Decodes the job's samples in order; the rows' text is appended to job.text. Stops behind
-  /// `row_limit` rows.
-  void run(DecodeJob& job, std::uint64_t row_limit = UINT64_MAX);
+  /// Before the first job. `stage` belongs to RowUse::kStage.
+  void use_rows(RowUse use, std::unique_ptr<RowStage> stage = nullptr);
 
-  RowFormatter* formatter() { return formatter_.get(); }
+  /// Decodes the job's samples in order and stops after its row limit. Throws what the stage
+  /// throws.
+  void run(DecodeJob& job);
 
  private:
-  void decode_sample(DecodeJob& job, const SampleHead& head);
+  void prepare(DecodeJob& job) const;
+  void decode_sample(DecodeJob& job, const SampleHead& head, RowBatch& rows);
   std::size_t process(std::uint8_t* sample);
-  void count_row(DecodeJob& job, std::size_t rows_before);
+  static void count_rows(DecodeJob& job, const RowBatch& rows, std::size_t first);
   void reject(DecodeJob& job, const SampleHead& head, std::string reason) const;
   void flush(DecodeJob& job);
 
   DecoderLibrary::Unit unit_;
+  const ColumnCatalogue& catalogue_;
   RowReader reader_;
   RowBatch rows_;
-  std::unique_ptr<RowFormatter> formatter_;
+  RowUse use_ = RowUse::kCount;
+  std::unique_ptr<RowStage> stage_;
   std::vector<std::uint8_t> output_;
 };
 

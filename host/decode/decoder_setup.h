@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <map>
 #include <memory>
 #include <optional>
 #include <string>
@@ -20,6 +21,8 @@ class DecoderSetup {
   /// `config_path`: settings, a trace data file (.tdf) or lines of KEY=VALUE; `device_path`: a
   /// device description. Either may be empty. Throws Error(kInput) where one cannot be used.
   DecoderSetup(const std::string& config_path, const std::string& device_path);
+  /// Settings by name, and no device description.
+  explicit DecoderSetup(const std::map<std::string, std::string>& settings);
 
   /// Sets up one unit and loads its use case. Units may share a setup: they ask it only here.
   void apply(Kz::Dvt::Trace::CDecoderUnitIF& unit);
@@ -34,6 +37,7 @@ class DecoderSetup {
   std::vector<std::string> warnings() const;
 
  private:
+  DecoderSetup(bool has_settings, DeviceDescription device);
   void load_settings(const std::string& path);
 
   bool has_settings_;

@@ -63,9 +63,18 @@ class TextPool {
 /// Which catalogue columns a row has: bit k for column k.
 class ColumnMask {
  public:
+  static ColumnMask all() {
+    ColumnMask mask;
+    mask.words_.fill(~std::uint64_t{0});
+    return mask;
+  }
   void set(std::size_t k) { words_[k / 64] |= std::uint64_t{1} << (k % 64); }
   bool test(std::size_t k) const { return (words_[k / 64] >> (k % 64) & 1) != 0; }
   const std::array<std::uint64_t, 4>& words() const { return words_; }
+  ColumnMask& operator&=(const ColumnMask& other) {
+    for (std::size_t n = 0; n < words_.size(); ++n) words_[n] &= other.words_[n];
+    return *this;
+  }
   /// Without a branch; for the defaulted one the compiler calls memcmp, once for every row.
   bool operator==(const ColumnMask& other) const {
     std::uint64_t difference = 0;

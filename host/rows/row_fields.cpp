@@ -103,4 +103,13 @@ std::vector<FieldIndex> parse_field_list(const ColumnCatalogue& catalogue, std::
   return fields;
 }
 
+ColumnMask parse_wanted_columns(const ColumnCatalogue& catalogue, std::string_view list) {
+  if (list.empty()) return ColumnMask::all();
+  ColumnMask wanted;
+  for (const FieldIndex field : parse_field_list(catalogue, list)) {
+    if (field >= kBuiltinFieldCount) wanted.set(field - kBuiltinFieldCount);
+  }
+  return wanted;
+}
+
 }  // namespace qbt2

@@ -38,5 +38,8 @@ std::vector<FieldIndex> all_fields(const ColumnCatalogue& catalogue);
 /// The fields that a comma-separated list names, in the list's order. Throws Error(kUsage) naming
 /// what is unknown, and the nearest known name.
 std::vector<FieldIndex> parse_field_list(const ColumnCatalogue& catalogue, std::string_view list);
+/// The catalogue columns among the fields that the list names; all for an empty list. Throws as
+/// parse_field_list does.
+ColumnMask parse_wanted_columns(const ColumnCatalogue& catalogue, std::string_view list);
 
 }  // namespace qbt2

@@ -60,8 +60,8 @@ constexpr std::array<RowReader::SharedPosition, 7> RowReader::kSharedPositions{{
     {0xFE, Field::kRowEnd, 0},
 }};
 
-RowReader::RowReader(const ColumnCatalogue& catalogue)
-    : catalogue_(&catalogue), shapes_(kShapeSlots) {
+RowReader::RowReader(const ColumnCatalogue& catalogue, const ColumnMask& wanted)
+    : catalogue_(&catalogue), wanted_(wanted), shapes_(kShapeSlots) {
   check_catalogue(catalogue);
   for (const SharedPosition& shared : kSharedPositions) {
     claim(shared.position, {shared.field, shared.size_bytes, 0}, "shared");
@@ -141,6 +141,7 @@ std::size_t RowReader::read_rows(std::span<const std::uint8_t> stream, const Row
     take_from_host(row, head);
     reason = read_row(stream, offset, rows);
     row.kind = kind_of(row.columns);
+    row.columns &= wanted_;
     rows.commit_row();
   }
   if (reason != nullptr) {
@@ -313,7 +314,7 @@ void RowReader::remember(std::span<const std::uint8_t> stream, const RowBatch& r
     std::fill_n(shape.fixed.begin() + static_cast<std::ptrdiff_t>(begin), size, std::uint8_t{0});
     if (position.field == Field::kAddress) {
       shape.address_offset = begin;
-    } else {
+    } else if (wanted_.test(position.column)) {
       shape.places[size_index(size)].push_back(
           {static_cast<std::uint16_t>(begin), position.column});
     }

@@ -29,9 +29,11 @@ struct RecordFault {
 
 class RowReader {
  public:
-  /// The catalogue must outlive the reader. Throws Error(kPlugin) when a column's position byte
+  /// Only columns of `wanted` are read back; a row has no others. The catalogue must outlive the
+  /// reader. Throws Error(kPlugin) when a column's position byte
   /// collides with a shared position, a marker or another column, and what check_catalogue throws.
-  explicit RowReader(const ColumnCatalogue& catalogue);
+  explicit RowReader(const ColumnCatalogue& catalogue,
+                     const ColumnMask& wanted = ColumnMask::all());
 
   /// Appends the row of one sample's output to `rows` (which should not be full: the batch grows
   /// where a stream holds more rows than fit). `head` gives the fields that the stream does not
@@ -107,6 +109,7 @@ class RowReader {
 
   std::array<Position, 256> positions_{};
   const ColumnCatalogue* catalogue_;
+  ColumnMask wanted_;
   std::array<std::size_t, 4> kind_columns_{};  ///< by RowKind: the column that tells it
   std::vector<std::unique_ptr<Shape>> shapes_;
 };

@@ -34,7 +34,7 @@ class OpencsdStm {
         ocsd_dt_attach_packet_callback(tree_, id, OCSD_C_API_CB_PKT_MON,
                                        reinterpret_cast<void*>(&OpencsdStm::monitor),
                                        this) != OCSD_OK) {
-      { throw std::runtime_error("libopencsd has no STM packet lister"); }
+      throw std::runtime_error("libopencsd has no STM packet lister");
     }
   }
   ~OpencsdStm() { ocsd_destroy_dcd_tree(tree_); }

@@ -137,9 +137,10 @@ TEST_F(DecodeCommand, SettingsNameMastersAndPeriods) {
     const ToolResult described =
         decode({capture, "--format", "jsonl", "--config", config, "--device", device});
     EXPECT_EQ(described.out, json_rows(kStpPlaces, {"DMA1", "GPU", "DMA1"}, periods));
-    EXPECT_THAT(described.err, HasSubstr("qbt2: " + config +
-                                         ": master 261 has traffic but no settings; its rows go by "
-                                         "master 5, which has the same low 8 bits\n"));
+    EXPECT_THAT(described.err,
+                HasSubstr("qbt2: " + config +
+                          ": master 261 has traffic but no settings; its rows are named after "
+                          "master 5, which has the same low 8 bits\n"));
     EXPECT_EQ(described.status, 0);
   }
 }

@@ -2,9 +2,7 @@
 
 #include <algorithm>
 #include <array>
-#include <cstdlib>
 #include <string_view>
-#include <thread>
 
 #include "host/base/error.h"
 #include "host/base/trace_id.h"
@@ -38,7 +36,7 @@ void check_contradictions(const DecodeArguments& arguments) {
   refuse(samples && arguments.framing != "auto",
          "--framing goes with STP, not with --input samples: samples are whole messages");
   refuse(samples && !arguments.clock_hz.empty(),
-         "--clock-hz goes with STP, not with --input samples: samples have no time stamps");
+         "--clock-hz goes with STP, not with --input samples: samples have no timestamps");
   const bool none = arguments.format == "none";
   refuse(none && arguments.output != "-", "-o contradicts --format none, which writes nothing");
   refuse(none && !arguments.columns.empty(),
@@ -57,21 +55,10 @@ std::vector<std::uint16_t> parse_masters(const std::vector<std::string>& texts) 
 }
 
 unsigned parse_threads(const std::string& text) {
-  if (text.empty()) return std::max(1U, std::thread::hardware_concurrency());
+  if (text.empty()) return 0;  // one for each core
   const auto threads = static_cast<unsigned>(parse_number("--threads", text, kMostThreads));
   refuse(threads == 0, "--threads: at least 1");
   return threads;
-}
-
-/// NO_COLOR (when not empty) asks for plain output; a bar that redraws itself is none.
-bool wants_plain_output() {
-  const char* const value = std::getenv("NO_COLOR");
-  return value != nullptr && *value != '\0';
-}
-
-bool wants_progress(const std::string& word, bool rows_on_terminal) {
-  if (word != "auto") return word == "always";
-  return standard_error_is_terminal() && !rows_on_terminal && !wants_plain_output();
 }
 
 }  // namespace
@@ -95,7 +82,7 @@ void DecodeArguments::add_to(CLI::App& app) {
                  "Rows of this master only, by its full id; repeat for more (default: all)")
       ->allow_extra_args(false);
   app.add_option("--clock-hz", clock_hz,
-                 "Rate of the STP time stamps where no FREQ packet tells it");
+                 "Rate of the STP timestamps where no FREQ packet gives it");
   app.add_option("--format", format, "How to write rows: table, csv, jsonl or none (count only)")
       ->check(CLI::IsMember({"table", "csv", "jsonl", "none"}))
       ->capture_default_str();
@@ -104,7 +91,7 @@ void DecodeArguments::add_to(CLI::App& app) {
   app.add_option("--columns", columns,
                  "Fields to write, separated by commas (see qbt2 columns for their keys)");
   app.add_option("--limit", limit, "Stop after this many rows");
-  app.add_flag("--stats", stats, "Print an account of the run on standard error");
+  app.add_flag("--stats", stats, "Print statistics of the run on standard error");
   app.add_option("--plugin", plugin, "The decoder plug-in to load")->capture_default_str();
   app.add_option("--progress", progress, "Progress bar on standard error: auto, always or never")
       ->check(CLI::IsMember({"auto", "always", "never"}))
@@ -113,29 +100,29 @@ void DecodeArguments::add_to(CLI::App& app) {
   refuse_empty_values(app);
 }
 
-DecodeOptions DecodeOptions::from(const DecodeArguments& arguments) {
+DecodeRequest request_from(const DecodeArguments& arguments) {
   check_contradictions(arguments);
-  DecodeOptions options;
-  options.input = by_name<CaptureFormat, kCaptureFormatCount>(arguments.input, capture_format_name);
-  options.capture.framing = by_name<Framing, kFramingCount>(arguments.framing, framing_name);
+  DecodeRequest request;
+  request.captures = arguments.captures;
+  request.input = by_name<CaptureFormat, kCaptureFormatCount>(arguments.input, capture_format_name);
+  request.framing = by_name<Framing, kFramingCount>(arguments.framing, framing_name);
   if (!arguments.atb_id.empty()) {
-    options.capture.source_id = static_cast<std::uint8_t>(
+    request.source_id = static_cast<std::uint8_t>(
         parse_number("--atb-id", arguments.atb_id, kLargestAcceptedTraceId));
-    refuse(options.capture.source_id == 0, "--atb-id: 0 is padding, not a source");
+    refuse(request.source_id == 0, "--atb-id: 0 is the null trace ID (padding), not a source");
   }
-  options.capture.masters = parse_masters(arguments.masters);
   if (!arguments.clock_hz.empty()) {
-    options.capture.clock_hz = parse_number("--clock-hz", arguments.clock_hz);
-    refuse(options.capture.clock_hz == 0, "--clock-hz: at least 1");
+    request.clock_hz = parse_number("--clock-hz", arguments.clock_hz);
+    refuse(request.clock_hz == 0, "--clock-hz: at least 1");
   }
-  if (!arguments.limit.empty()) options.limit = parse_number("--limit", arguments.limit);
-  options.threads = parse_threads(arguments.threads);
-  // Rows past a limit must not be formatted, and only one thread at a time knows where it lies.
-  if (options.limit != UINT64_MAX) options.threads = 1;
-  options.rows_on_terminal =
-      arguments.output == "-" && arguments.format != "none" && standard_output_is_terminal();
-  options.show_progress = wants_progress(arguments.progress, options.rows_on_terminal);
-  return options;
+  request.config = arguments.config;
+  request.device = arguments.device;
+  request.plugin = arguments.plugin;
+  request.masters = parse_masters(arguments.masters);
+  request.fields = arguments.columns;
+  if (!arguments.limit.empty()) request.limit = parse_number("--limit", arguments.limit);
+  request.threads = parse_threads(arguments.threads);
+  return request;
 }
 
 }  // namespace qbt2::tool

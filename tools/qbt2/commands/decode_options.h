@@ -1,17 +1,15 @@
 #pragma once
 
 #include <CLI/CLI.hpp>
-#include <cstdint>
-#include <optional>
 #include <string>
 #include <vector>
 
-#include "host/capture/open_capture.h"
+#include "host/decode/decode_request.h"
 
-/// The options of `qbt2 decode`: as typed, and as meant.
+/// The options of `qbt2 decode`, as typed and as a request.
 namespace qbt2::tool {
 
-/// What stands on the command line.
+/// The command line.
 struct DecodeArguments {
   std::vector<std::string> captures;
   std::string input = "auto";
@@ -33,17 +31,8 @@ struct DecodeArguments {
   void add_to(CLI::App& app);
 };
 
-/// The same, checked: numbers are numbers, and no option contradicts another.
-struct DecodeOptions {
-  std::optional<CaptureFormat> input;  ///< empty: find out
-  CaptureOptions capture;
-  std::uint64_t limit = UINT64_MAX;
-  unsigned threads = 1;
-  bool show_progress = false;
-  bool rows_on_terminal = false;  ///< rows and a progress bar would share the screen
-
-  /// Throws Error(kUsage).
-  static DecodeOptions from(const DecodeArguments& arguments);
-};
+/// What the arguments ask for, checked: numbers are numbers, and no option contradicts another.
+/// Throws Error(kUsage).
+DecodeRequest request_from(const DecodeArguments& arguments);
 
 }  // namespace qbt2::tool

@@ -1,11 +1,11 @@
 #include "tools/qbt2/commands/info_command.h"
 
-#include <cstdlib>
 #include <memory>
 #include <string>
 #include <string_view>
 
 #include "tools/qbt2/cli/printer.h"
+#include "tools/qbt2/cli/reporter.h"
 #include "tools/qbt2/cli/terminal.h"
 #include "tools/qbt2/commands/file_info.h"
 #include "tools/qbt2/commands/json_outline.h"
@@ -18,26 +18,21 @@ struct InfoArguments {
   std::string format = "text";
 };
 
-/// A bar that redraws itself is not plain output.
-bool wants_progress() {
-  const char* const plain = std::getenv("NO_COLOR");
-  return standard_error_is_terminal() && (plain == nullptr || *plain == '\0');
-}
-
 int run_info(const InfoArguments& arguments) try {
   InputFile input(arguments.file);
-  ProgressBar progress(wants_progress(), input.size_bytes());
-  Reporter reporter(progress);
+  Reporter reporter(wants_progress("auto", false));
   bool is_damaged = false;
   InfoEvents events;
   events.on_damage = [&](std::uint64_t offset, std::string_view reason) {
     is_damaged = true;
-    reporter.trouble("damage", shown(input.name()), offset, shown(reason));
+    reporter.on_damage(shown(input.name()), offset, shown(reason));
   };
   events.on_notice = [&](std::string_view text) {
-    reporter.notice(shown(input.name()), shown(text));
+    reporter.on_notice(shown(input.name()), shown(text));
   };
-  events.on_progress = [&](std::uint64_t bytes) { progress.update(bytes); };
+  events.on_progress = [&](std::uint64_t bytes) {
+    reporter.on_progress(bytes, input.size_bytes());
+  };
 
   const FileInfo info = read_file_info(input, events);
   reporter.summarise();

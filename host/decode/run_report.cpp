@@ -1,7 +1,8 @@
-#include "host/decode/decode_statistics.h"
+#include "host/decode/run_report.h"
 
-#include <array>
+#include <algorithm>
 #include <cstdio>
+#include <numeric>
 #include <string_view>
 #include <utility>
 
@@ -18,9 +19,40 @@ std::uint64_t per_second(std::uint64_t amount, double seconds) {
 
 }  // namespace
 
-std::string DecodeStatistics::to_text() const {
+std::uint64_t DecodeCounts::rows() const {
+  return std::accumulate(rows_of_kind.begin(), rows_of_kind.end(), std::uint64_t{0});
+}
+
+DecodeCounts& DecodeCounts::operator+=(const DecodeCounts& other) {
+  for (std::size_t i = 0; i < rows_of_kind.size(); ++i) rows_of_kind[i] += other.rows_of_kind[i];
+  samples_without_row += other.samples_without_row;
+  samples_rejected += other.samples_rejected;
+  return *this;
+}
+
+CaptureCounts RunReport::capture_totals() const {
+  CaptureCounts totals;
+  for (const CaptureReport& one : captures) totals += one.capture;
+  return totals;
+}
+
+DecodeCounts RunReport::decode_totals() const {
+  DecodeCounts totals;
+  for (const CaptureReport& one : captures) totals += one.decode;
+  return totals;
+}
+
+bool RunReport::damaged() const {
+  return std::any_of(captures.begin(), captures.end(), [](const CaptureReport& one) {
+    return one.capture.damages != 0 || one.decode.samples_rejected != 0 || one.nothing_to_decode;
+  });
+}
+
+std::string RunReport::statistics_text() const {
+  const CaptureCounts capture = capture_totals();
   const AssemblyCounts& assembly = capture.assembly;
-  const auto rows_of = [this](RowKind kind) {
+  const DecodeCounts decode = decode_totals();
+  const auto rows_of = [&decode](RowKind kind) {
     return decode.rows_of_kind[static_cast<std::size_t>(kind)];
   };
   const std::array<std::pair<std::string_view, std::uint64_t>, 18> counts = {{

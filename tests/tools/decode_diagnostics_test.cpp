@@ -20,7 +20,7 @@ using testing::HasSubstr;
 using testing::Not;
 using testing::StartsWith;
 
-class DecodeTrouble : public ToolTest {
+class DecodeDiagnostics : public ToolTest {
  protected:
   std::string small_capture() const {
     return put("small.stp", stp("FFFFFFFFFFFFFFFFFFFFF0 F003 105 6 00000064 6 00000019 FE"));
@@ -49,7 +49,7 @@ std::size_t next_async(const std::string& bytes, std::size_t from) {
   return bytes.size();
 }
 
-TEST_F(DecodeTrouble, DamageCostsNoRowOutsideOfIt) {
+TEST_F(DecodeDiagnostics, DamageCostsNoRowOutsideOfIt) {
   const std::string path = generate("capture", {"--size", "300k", "--async-every", "2000"});
   const ToolResult clean = decode({path, "--format", "jsonl"});
   std::string bytes = get("capture");
@@ -94,7 +94,7 @@ TEST_F(DecodeTrouble, DamageCostsNoRowOutsideOfIt) {
   }
 }
 
-TEST_F(DecodeTrouble, GeneratedDamageNeverHangsAndKeepsTheBooks) {
+TEST_F(DecodeDiagnostics, GeneratedDamageNeverHangsAndKeepsTheBooks) {
   for (const char* input : {"stp", "frames", "samples"}) {
     const std::vector<std::string> options = {"--input", input, "--messages", "20k"};
     std::vector<std::string> more = options;
@@ -126,7 +126,7 @@ TEST_F(DecodeTrouble, GeneratedDamageNeverHangsAndKeepsTheBooks) {
   }
 }
 
-TEST_F(DecodeTrouble, RejectedAndCutSamplesAreToldAndTheRunGoesOn) {
+TEST_F(DecodeDiagnostics, RejectedAndCutSamplesAreToldAndTheRunGoesOn) {
   std::string short_pair = sample(7, {1});  // seven payload bytes: the second word is not there
   short_pair[4] = 7;
   short_pair += std::string(2, '\x04');
@@ -158,7 +158,7 @@ TEST_F(DecodeTrouble, RejectedAndCutSamplesAreToldAndTheRunGoesOn) {
   }
 }
 
-TEST_F(DecodeTrouble, OfEachTroubleTwentyLinesAreShownAndTheRestCounted) {
+TEST_F(DecodeDiagnostics, OfEachTroubleTwentyLinesAreShownAndTheRestCounted) {
   std::string short_pair = sample(7, {1});
   short_pair[4] = 7;
   short_pair += std::string(2, '\x04');
@@ -172,7 +172,7 @@ TEST_F(DecodeTrouble, OfEachTroubleTwentyLinesAreShownAndTheRestCounted) {
   EXPECT_EQ(lines[20], "qbt2: 8980 more lines about rejected samples are not shown");
 }
 
-TEST_F(DecodeTrouble, CapturesThatHoldNothing) {
+TEST_F(DecodeDiagnostics, CapturesThatHoldNothing) {
   const std::string padding(32, '\0');
   const std::string words = stp("FFFFFFFFFFFFFFFFFFFFF0 F003 105 6 00000064 6 00000019");
   const struct {
@@ -184,7 +184,10 @@ TEST_F(DecodeTrouble, CapturesThatHoldNothing) {
       {"", {}, 1, "is empty"},
       {"", {"--input", "frames"}, 1, "is empty"},
       {"", {"--input", "samples"}, 1, "is empty"},
-      {std::string(40, '\x11'), {"--input", "stp"}, 1, "holds no ASYNC packet: nothing in it can"},
+      {std::string(40, '\x11'),
+       {"--input", "stp"},
+       1,
+       "contains no ASYNC packet, so nothing in it can be decoded"},
       {padding, {"--input", "frames"}, 1, "the frames hold no source at all"},
       {padding,
        {"--input", "frames", "--atb-id", "9"},
@@ -203,7 +206,7 @@ TEST_F(DecodeTrouble, CapturesThatHoldNothing) {
   }
 }
 
-TEST_F(DecodeTrouble, SeveralSourcesNeedAChoice) {
+TEST_F(DecodeDiagnostics, SeveralSourcesNeedAChoice) {
   const std::string path =
       generate("capture", {"--input", "frames", "--other-sources", "2", "--messages", "2000"});
   const ToolResult open = decode({path, "-o", at("rows")});
@@ -226,7 +229,7 @@ TEST_F(DecodeTrouble, SeveralSourcesNeedAChoice) {
 
 // ---- what ends a run ----
 
-TEST_F(DecodeTrouble, WhatCannotBeDoneIsToldInOneLineAndLeavesNothingBehind) {
+TEST_F(DecodeDiagnostics, WhatCannotBeDoneIsToldInOneLineAndLeavesNothingBehind) {
   const std::string good = small_capture();
   const std::string text = put("text", "This is no capture, whatever its name says.\n");
   const std::string config = put("bad.tdf", "TDF2\x01");
@@ -240,8 +243,8 @@ TEST_F(DecodeTrouble, WhatCannotBeDoneIsToldInOneLineAndLeavesNothingBehind) {
       {{at("missing")}, "qbt2: " + at("missing") + ": cannot open: No such file or directory"},
       {{folder_}, "qbt2: " + folder_ + ": is a directory"},
       {{good, at("missing")}, "qbt2: " + at("missing") + ": cannot open: No such file"},
-      {{text}, "qbt2: " + text + ": byte 0: is no capture that can be recognised"},
-      {{good, text}, "qbt2: " + text + ": byte 0: is no capture"},
+      {{text}, "qbt2: " + text + ": byte 0: not recognised as a capture"},
+      {{good, text}, "qbt2: " + text + ": byte 0: not recognised as a capture"},
       {{"-", "-"}, "qbt2: standard input (-) can be read only once"},
       {{good, "--input", "stp", "--atb-id", "1"}, "qbt2: --atb-id goes with --input frames"},
       {{good, "--input", "samples", "--framing", "flag"}, "qbt2: --framing goes with STP"},
@@ -267,7 +270,7 @@ TEST_F(DecodeTrouble, WhatCannotBeDoneIsToldInOneLineAndLeavesNothingBehind) {
        "qbt2: --limit: 18446744073709551616 is too large"},
       {{good, "--master", "0x10000"}, "qbt2: --master: 0x10000 is too large (at most 65535)"},
       {{good, "--atb-id", "128"}, "qbt2: --atb-id: 128 is too large (at most 127)"},
-      {{good, "--atb-id", "0"}, "qbt2: --atb-id: 0 is padding, not a source"},
+      {{good, "--atb-id", "0"}, "qbt2: --atb-id: 0 is the null trace ID"},
       {{good, "--clock-hz", "0"}, "qbt2: --clock-hz: at least 1"},
       {{good, "--threads", "0"}, "qbt2: --threads: at least 1"},
       {{good, "--threads", "257"}, "qbt2: --threads: 257 is too large (at most 256)"},
@@ -297,7 +300,7 @@ TEST_F(DecodeTrouble, WhatCannotBeDoneIsToldInOneLineAndLeavesNothingBehind) {
             "qbt2: --columns contradicts --format none, which writes nothing\n");
 }
 
-TEST_F(DecodeTrouble, OutputsThatCannotBeWritten) {
+TEST_F(DecodeDiagnostics, OutputsThatCannotBeWritten) {
   const std::string path = generate("capture", {"--messages", "3000"});
   const struct {
     std::string output;
@@ -319,7 +322,7 @@ TEST_F(DecodeTrouble, OutputsThatCannotBeWritten) {
   }
 }
 
-TEST_F(DecodeTrouble, AnInputThatCannotBeReadOrOpened) {
+TEST_F(DecodeDiagnostics, AnInputThatCannotBeReadOrOpened) {
   if (geteuid() == 0) GTEST_SKIP() << "root reads everything";
   const std::string path = small_capture();
   std::filesystem::permissions(path, std::filesystem::perms::none);
@@ -328,7 +331,7 @@ TEST_F(DecodeTrouble, AnInputThatCannotBeReadOrOpened) {
   EXPECT_EQ(result.err, "qbt2: " + path + ": cannot open: Permission denied\n");
 }
 
-TEST_F(DecodeTrouble, AReaderThatGoesEndsTheRunQuietly) {
+TEST_F(DecodeDiagnostics, AReaderThatGoesEndsTheRunQuietly) {
   const std::string path = generate("capture", {"--messages", "100k"});
   for (const char* threads : {"1", "4"}) {
     ToolRun run;
@@ -359,7 +362,7 @@ ToolResult run_in_shell(const std::string& command) {
   return result;
 }
 
-TEST_F(DecodeTrouble, ClosedStreams) {
+TEST_F(DecodeDiagnostics, ClosedStreams) {
   const std::string good = small_capture();
   const struct {
     std::string command;
@@ -425,7 +428,7 @@ std::size_t characters(const std::string& line) {
       std::count_if(line.begin(), line.end(), [](char c) { return (c & 0xC0) != 0x80; }));
 }
 
-TEST_F(DecodeTrouble, TheTableFitsTheTerminal) {
+TEST_F(DecodeDiagnostics, TheTableFitsTheTerminal) {
   const std::string path = generate("capture", {"--messages", "500"});
   for (const std::uint16_t columns : std::initializer_list<std::uint16_t>{60, 80, 120, 200}) {
     const TerminalResult result =
@@ -470,7 +473,7 @@ class PausingPipe {
   std::thread feeder_;
 };
 
-TEST_F(DecodeTrouble, TheProgressBarIsDrawnOnlyWhereItIsWanted) {
+TEST_F(DecodeDiagnostics, TheProgressBarIsDrawnOnlyWhereItIsWanted) {
   generate("capture", {"--messages", "2000"});
   const std::string bytes = get("capture");
   const std::string pipe = at("pipe");

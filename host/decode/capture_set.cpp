@@ -1,0 +1,66 @@
+#include "host/decode/capture_set.h"
+
+#include "host/base/error.h"
+#include "host/capture/open_capture.h"
+
+namespace qbt2 {
+namespace {
+
+CaptureFormat format_of(InputFile& file, const DecodeRequest& request) {
+  if (request.input) return *request.input;
+  const auto first_bytes = file.peek(kDetectionBytes);
+  const auto format = detect_capture_format(first_bytes);
+  if (format) return *format;
+  if (first_bytes.empty()) return CaptureFormat::kStp;  // reported as empty at its end
+  throw Error(ErrorCode::kInput, file.name(), 0,
+              "not recognised as a capture (neither samples, nor STP with an ASYNC packet, nor "
+              "formatter frames); choose with --input");
+}
+
+CaptureOptions options_for(const InputFile& file, const DecodeRequest& request,
+                           std::optional<std::uint8_t> settings_source, RunObserver* observer) {
+  CaptureOptions options;
+  options.framing = request.framing;
+  options.source_id = request.source_id ? request.source_id : settings_source;
+  options.clock_hz = request.clock_hz;
+  options.masters = request.masters;
+  if (observer != nullptr) {
+    options.on_damage = [observer, &file](std::uint64_t offset, std::string_view reason) {
+      observer->on_damage(file.name(), offset, reason);
+    };
+    options.on_notice = [observer, &file](std::string_view text) {
+      observer->on_notice(file.name(), text);
+    };
+  }
+  return options;
+}
+
+}  // namespace
+
+std::vector<OpenCapture> open_captures(const DecodeRequest& request,
+                                       std::optional<std::uint8_t> settings_source,
+                                       RunObserver* observer) {
+  std::vector<OpenCapture> captures;
+  captures.reserve(request.captures.size());
+  for (const std::string& path : request.captures) {
+    captures.push_back({.file = std::make_unique<InputFile>(path), .reader = nullptr});
+  }
+  for (OpenCapture& capture : captures) {
+    InputFile& file = *capture.file;
+    capture.format = format_of(file, request);
+    capture.reader = make_capture_reader(file, capture.format,
+                                         options_for(file, request, settings_source, observer));
+  }
+  return captures;
+}
+
+std::uint64_t total_bytes(const std::vector<OpenCapture>& captures) {
+  std::uint64_t total = 0;
+  for (const OpenCapture& capture : captures) {
+    if (!capture.file->is_regular()) return 0;
+    total += capture.file->size_bytes();
+  }
+  return total;
+}
+
+}  // namespace qbt2

@@ -1,0 +1,253 @@
+#include "host/decode/pipeline.h"
+
+#include <algorithm>
+#include <atomic>
+#include <chrono>
+#include <functional>
+#include <string>
+#include <thread>
+#include <utility>
+#include <vector>
+
+#include "host/decode/capture_set.h"
+#include "host/decode/decode_pool.h"
+#include "host/decode/decoder_setup.h"
+#include "host/decode/run_notices.h"
+#include "host/rows/row_fields.h"
+
+namespace qbt2 {
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+unsigned thread_count(const DecodeRequest& request) {
+  // Rows past the limit must not be formatted, and only one thread at a time knows where it is.
+  if (request.limit != UINT64_MAX) return 1;
+  return request.threads != 0 ? request.threads : std::max(1U, std::thread::hardware_concurrency());
+}
+
+bool is_within(const TimeRange& range, const SampleHead& head) {
+  const bool ticks = range.unit == TimeRange::Unit::kTicks;
+  if (!(ticks ? head.has_timestamp : head.has_time_ns)) return false;
+  const std::uint64_t time = ticks ? head.timestamp : head.time_ns;
+  return range.from <= time && time < range.to;
+}
+
+}  // namespace
+
+class Pipeline::Run {
+ public:
+  Run(DecodeRequest request, RunObserver* observer);
+
+  const ColumnCatalogue& catalogue() const { return catalogue_; }
+  bool is_started() const { return pool_ != nullptr; }
+  /// Gives every worker what it needs for `use`; `make_stage` may be empty.
+  void start(RowUse use, const std::function<std::unique_ptr<RowStage>()>& make_stage);
+  /// The next job with rows, valid until the next call; null at the end.
+  DecodeJob* next_job();
+  void end(RunEnd how);
+  void stop() noexcept { stopping_.store(true, std::memory_order_relaxed); }
+  RunReport report() const;
+
+ private:
+  void make_workers();
+  bool limit_reached() const { return rows_ >= request_.limit; }
+  void release_taken_job();
+  void read_piece();
+  void end_capture();
+  void leave_out_other_times(DecodeJob& job);
+  void account_for(const DecodeJob& job);
+  void complete();
+  void notice(const std::string& file, const std::string& text);
+
+  const DecodeRequest request_;
+  RunObserver silent_;
+  RunObserver& observer_;
+  const Clock::time_point start_ = Clock::now();
+  DecoderSetup setup_;  // outlives the units
+  std::vector<OpenCapture> captures_;
+  DecoderLibrary library_;
+  ColumnCatalogue catalogue_;
+  std::vector<std::unique_ptr<DecodeWorker>> workers_;
+  std::unique_ptr<DecodePool> pool_;  // empty before start()
+  RunReport report_;
+  std::atomic<bool> stopping_{false};
+  std::size_t capture_ = 0;  // the one being read
+  std::uint64_t total_bytes_ = 0;
+  std::uint64_t bytes_before_ = 0;  // of the captures already read
+  std::uint64_t rows_ = 0;
+  bool job_taken_ = false;  // the oldest job is the caller's
+  bool ended_ = false;
+};
+
+Pipeline::Run::Run(DecodeRequest request, RunObserver* observer)
+    : request_(std::move(request)),
+      observer_(observer != nullptr ? *observer : silent_),
+      setup_(request_.config, request_.device),
+      captures_(open_captures(request_, setup_.atb_id(), &observer_)),
+      library_(request_.plugin),
+      total_bytes_(total_bytes(captures_)) {
+  make_workers();
+  for (const OpenCapture& capture : captures_) {
+    CaptureReport& report = report_.captures.emplace_back();
+    report.file = capture.file->name();
+    report.format = capture.format;
+  }
+}
+
+void Pipeline::Run::make_workers() {
+  std::vector<DecoderLibrary::Unit> units;
+  for (unsigned i = 0; i < thread_count(request_); ++i) {
+    units.push_back(library_.create_unit());
+    catalogue_ = read_catalogue(*units.back());
+    setup_.apply(*units.back());
+  }
+  const ColumnMask wanted = parse_wanted_columns(catalogue_, request_.fields);
+  for (DecoderLibrary::Unit& unit : units) {
+    workers_.push_back(std::make_unique<DecodeWorker>(std::move(unit), catalogue_, wanted));
+  }
+}
+
+void Pipeline::Run::start(RowUse use,
+                          const std::function<std::unique_ptr<RowStage>()>& make_stage) {
+  for (const auto& worker : workers_) {
+    std::unique_ptr<RowStage> stage = make_stage ? make_stage() : nullptr;
+    const bool counts_only = use == RowUse::kStage && stage == nullptr;
+    worker->use_rows(counts_only ? RowUse::kCount : use, std::move(stage));
+  }
+  pool_ = std::make_unique<DecodePool>(std::move(workers_));
+}
+
+DecodeJob* Pipeline::Run::next_job() {
+  release_taken_job();
+  while (!ended_) {
+    if (stopping_.load(std::memory_order_relaxed)) {
+      end(RunEnd::kStopped);
+    } else if (limit_reached()) {
+      end(RunEnd::kLimit);
+    } else if (DecodeJob* const job = pool_->oldest_if_done()) {
+      account_for(*job);
+      job_taken_ = true;
+      if (job->counts.rows() != 0) return job;
+      release_taken_job();
+    } else if (capture_ != captures_.size() && pool_->has_room()) {
+      read_piece();
+    } else if (!pool_->is_empty()) {
+      pool_->wait_for_oldest();
+    } else {
+      complete();
+    }
+  }
+  return nullptr;
+}
+
+void Pipeline::Run::release_taken_job() {
+  if (job_taken_) pool_->release_oldest();
+  job_taken_ = false;
+}
+
+void Pipeline::Run::read_piece() {
+  CaptureReader& reader = *captures_[capture_].reader;
+  DecodeJob& job = pool_->next_job();
+  job.capture = capture_;
+  job.row_limit = request_.limit - rows_;
+  if (!reader.next(job.samples)) {
+    end_capture();
+    return;
+  }
+  observer_.on_progress(bytes_before_ + reader.position(), total_bytes_);
+  if (request_.time) leave_out_other_times(job);
+  pool_->submit();
+}
+
+void Pipeline::Run::end_capture() {
+  const CaptureReader& reader = *captures_[capture_].reader;
+  bytes_before_ += reader.position();
+  CaptureReport& report = report_.captures[capture_];
+  report.capture = reader.counts();
+  report.nothing_to_decode = held_nothing(report.capture);
+  for (const std::string& text : capture_notices(report.capture)) notice(report.file, text);
+  ++capture_;
+}
+
+void Pipeline::Run::leave_out_other_times(DecodeJob& job) {
+  const std::size_t outside = std::erase_if(job.samples.heads, [this](const SampleHead& head) {
+    return !is_within(*request_.time, head);
+  });
+  report_.captures[job.capture].messages_outside += outside;
+}
+
+void Pipeline::Run::account_for(const DecodeJob& job) {
+  CaptureReport& report = report_.captures[job.capture];
+  report.decode += job.counts;
+  rows_ += job.counts.rows();
+  for (const SampleRejection& rejection : job.rejections) {
+    observer_.on_rejected_sample(
+        report.file, rejection.offset,
+        "master " + std::to_string(rejection.master) + ": " + rejection.reason);
+  }
+  observer_.on_more_rejected_samples(job.counts.samples_rejected - job.rejections.size());
+}
+
+void Pipeline::Run::complete() {
+  const std::string& file = request_.config.empty() ? request_.device : request_.config;
+  for (const std::string& text : settings_notices(setup_, report_)) notice(file, text);
+  end(RunEnd::kComplete);
+}
+
+void Pipeline::Run::notice(const std::string& file, const std::string& text) {
+  observer_.on_notice(file, text);
+}
+
+void Pipeline::Run::end(RunEnd how) {
+  ended_ = true;
+  report_.end = how;
+  report_.seconds = std::chrono::duration<double>(Clock::now() - start_).count();
+}
+
+RunReport Pipeline::Run::report() const {
+  RunReport report = report_;
+  // A capture that is still being read has not been entered yet.
+  if (capture_ != captures_.size()) {
+    report.captures[capture_].capture = captures_[capture_].reader->counts();
+  }
+  if (!ended_) report.seconds = std::chrono::duration<double>(Clock::now() - start_).count();
+  return report;
+}
+
+Pipeline::Pipeline(DecodeRequest request, RunObserver* observer)
+    : run_(std::make_unique<Run>(std::move(request), observer)) {}
+
+Pipeline::~Pipeline() = default;
+
+const ColumnCatalogue& Pipeline::catalogue() const {
+  return run_->catalogue();
+}
+
+std::optional<Pipeline::Rows> Pipeline::next() {
+  if (!run_->is_started()) run_->start(RowUse::kKeep, {});
+  const DecodeJob* const job = run_->next_job();
+  if (job == nullptr) return std::nullopt;
+  return Rows{job->capture, job->rows.get()};
+}
+
+RunReport Pipeline::run(RowSink& sink) {
+  run_->start(RowUse::kStage, [&] { return sink.make_stage(catalogue()); });
+  sink.begin(catalogue());
+  while (DecodeJob* const job = run_->next_job()) {
+    if (job->chunk && !sink.take(*job->chunk, job->capture)) run_->end(RunEnd::kSinkClosed);
+  }
+  RunReport report = run_->report();
+  sink.end(report);
+  return report;
+}
+
+void Pipeline::stop() noexcept {
+  run_->stop();
+}
+
+RunReport Pipeline::report() const {
+  return run_->report();
+}
+
+}  // namespace qbt2

@@ -1,0 +1,78 @@
+#include "host/decode/text_sink.h"
+
+#include "host/base/error.h"
+#include "host/base/text_buffer.h"
+#include "host/decode/run_report.h"
+#include "host/rows/row_fields.h"
+
+namespace qbt2 {
+namespace {
+
+struct TextChunk final : RowChunk {
+  void clear() override { text.clear(); }
+  TextBuffer text;
+};
+
+class TextStage final : public RowStage {
+ public:
+  explicit TextStage(std::unique_ptr<RowFormatter> formatter) : formatter_(std::move(formatter)) {}
+
+  std::unique_ptr<RowChunk> make_chunk() override { return std::make_unique<TextChunk>(); }
+  void append(const RowBatch& rows, std::size_t /*capture*/, RowChunk& chunk) override {
+    formatter_->append(rows, static_cast<TextChunk&>(chunk).text);
+  }
+
+ private:
+  std::unique_ptr<RowFormatter> formatter_;
+};
+
+}  // namespace
+
+TextSink::TextSink(TextSinkOptions options) : options_(std::move(options)) {}
+
+std::unique_ptr<RowFormatter> TextSink::make_formatter(const ColumnCatalogue& catalogue) const {
+  FormatOptions options;
+  if (!options_.fields.empty()) options.fields = parse_field_list(catalogue, options_.fields);
+  options.terminal_columns = options_.terminal_columns;
+  auto formatter = make_row_formatter(options_.format, catalogue, options);
+  if (!formatter) throw Error(ErrorCode::kUsage, "unknown format '" + options_.format + "'");
+  return formatter;
+}
+
+std::unique_ptr<RowStage> TextSink::make_stage(const ColumnCatalogue& catalogue) {
+  return std::make_unique<TextStage>(make_formatter(catalogue));
+}
+
+void TextSink::begin(const ColumnCatalogue& catalogue) {
+  formatter_ = make_formatter(catalogue);
+  output_.emplace(options_.output);
+}
+
+bool TextSink::write(std::string_view text) {
+  if (text.empty()) return true;
+  if (options_.before_write) options_.before_write();
+  return output_->write(text);
+}
+
+void TextSink::write_header() {
+  if (header_written_) return;
+  header_written_ = true;
+  TextBuffer text;
+  formatter_->header(text);
+  (void)write(text.view());  // a reader that has gone shows with the rows
+}
+
+bool TextSink::take(RowChunk& chunk, std::size_t /*capture*/) {
+  write_header();
+  return write(static_cast<TextChunk&>(chunk).text.view());
+}
+
+void TextSink::end(const RunReport& report) {
+  if (report.end == RunEnd::kStopped || report.end == RunEnd::kSinkClosed) return;
+  write_header();
+  TextBuffer text;
+  formatter_->footer(text);
+  if (write(text.view())) output_->commit();
+}
+
+}  // namespace qbt2
