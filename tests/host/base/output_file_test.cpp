@@ -100,6 +100,26 @@ TEST_F(OutputFileTest, LinksStayAndTheirTargetsAreReplaced) {
   EXPECT_EQ(content(at("deep/absent")), "made");
 }
 
+TEST_F(OutputFileTest, AFileWrittenByNameKeepsEndingPermissionsAndExistingFiles) {
+  folder.put("a.tdf", "old");
+  ::chmod(at("a.tdf").c_str(), 0240);
+  {
+    ReplacementFile file(at("a.tdf"));
+    EXPECT_TRUE(file.temporary_path().ends_with(".tdf"));
+    EXPECT_EQ(fs::status(file.temporary_path()).permissions(), fs::perms(0640));
+    std::ofstream(file.temporary_path()) << "new";
+    file.commit();
+  }
+  EXPECT_EQ(fs::status(at("a.tdf")).permissions(), fs::perms(0240));
+  ::chmod(at("a.tdf").c_str(), 0600);
+  EXPECT_EQ(content(at("a.tdf")), "new");
+  EXPECT_THROW(ReplacementFile(at("a.tdf"), ExistingFile::kRefuse), Error);
+  ReplacementFile late(at("b.tdf"), ExistingFile::kRefuse);
+  folder.put("b.tdf", "somebody else's");
+  EXPECT_THROW(late.commit(), Error);
+  EXPECT_EQ(content(at("b.tdf")), "somebody else's");
+}
+
 TEST_F(OutputFileTest, FailuresNameThePathAndTheReason) {
   fs::create_symlink("loop", at("loop"));
   folder.put("file", "");
