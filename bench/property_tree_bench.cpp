@@ -1,7 +1,7 @@
-// Whole-tree operations of the property tree, over wide trees (all nodes under one root) and deep
-// ones (a chain). Time is to grow linearly with the number of nodes in both. Up to about 100,000
-// nodes the time of a node still rises, as the tree outgrows one cache after the other; from there
-// on it is level, which the largest size is there to show.
+// Operations on whole property trees, wide ones (all nodes under one root) and deep ones (a chain).
+// Time should grow linearly with the number of nodes in both. Up to about 100,000 nodes the time
+// per node still rises, as the tree outgrows the caches; beyond it is constant, as the largest size
+// shows.
 #include <benchmark/benchmark.h>
 
 #include "target_operations/operations.h"
@@ -72,7 +72,7 @@ void DisableAllLevel(benchmark::State& state, Shape shape) {
   state.SetComplexityN(state.range(0));
 }
 
-/// On and off again, so that every node changes twice.
+/// On and off again: every node changes twice.
 void BooleanSetValue(benchmark::State& state, Shape shape) {
   const auto root = BooleanTree(shape, state.range(0));
   while (state.KeepRunning()) {

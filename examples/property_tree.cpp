@@ -1,5 +1,5 @@
-// The first ten minutes with the property tree: build one, hand it around, read and change it by
-// name of its interfaces, and let go of it. Links the shared library, as a host does.
+// The property tree in ten minutes: build a tree, read and change it through its interfaces, copy
+// and release it. Links the shared library, as a host does.
 #include <cstdio>
 #include <vector>
 
@@ -12,8 +12,8 @@ using ReferenceCounting::ReferenceHandle;
 
 namespace {
 
-// Construct gives the node with one reference, which is ours; AddChild takes it over. So a tree is
-// built without a single AddRef or Release.
+// Construct returns a node with one reference, which is ours until AddChild takes it over: a tree
+// is built without AddRef or Release.
 ReferenceHandle<IProperty> BuildSettings() {
   auto root = Adopt(Property::Construct({"Tracer", "Settings of one bus tracer"}));
   IProperty* const filters = BooleanProperty::Construct({"Filters", "All filters at once"}, false);
@@ -28,7 +28,7 @@ ReferenceHandle<IProperty> BuildSettings() {
   return root;
 }
 
-// A list of children holds one reference each, which handles give back.
+// A list of children has one reference each, which the handles release.
 std::vector<ReferenceHandle<IProperty>> ChildrenOf(IProperty& node) {
   std::vector<IProperty*> children;
   Property::GetSubProperties(&node, children);
@@ -38,7 +38,7 @@ std::vector<ReferenceHandle<IProperty>> ChildrenOf(IProperty& node) {
   return owned;
 }
 
-// What a node is, it tells through its interfaces: an empty handle means it is not of that kind.
+// The kind of a node shows in its interfaces: an empty handle means another kind.
 void Print(IProperty& node, int depth) {
   std::printf("%*s%s", 2 * depth, "", node.GetName());
   if (const auto boolean = Query<IBooleanProperty>(&node)) {
@@ -58,23 +58,23 @@ int main() {
   const auto settings = BuildSettings();
   const auto children = ChildrenOf(*settings);
 
-  // A group of switches follows its switch; a value that breaks a rule is ignored without a word.
+  // Setting a group sets its switches; a value that breaks a rule is silently ignored.
   Query<IBooleanProperty>(children[0].Get())->SetValue(true);
   Query<IStringProperty>(children[2].Get())->SetValue("everything");
   Print(*settings, 0);
 
-  // The casts by plain name do the same for hosts that load the library by hand.
+  // The casts under plain names are for hosts that load the library with dlopen.
   const auto mode = Adopt(CastString(children[2].Get()));
   mode->SetValue("transactions");
   std::printf("%s halts the CPU: %s\n", mode->GetValue(), mode->IsHaltCPU() ? "yes" : "no");
 
-  // A deep copy is a tree of its own, with one difference: its integers have a range.
+  // A deep copy is independent of its source.
   const auto copy = Adopt(mode->Clone());
   std::printf("%s, copied: %s\n", copy->GetName(), Query<IStringProperty>(copy.Get())->GetValue());
 
-  // Release answers the count before: 1 would have been the last one.
+  // Release returns the count before: 1 would have been the last reference.
   const unsigned int added = mode->AddRef();
   const unsigned int before = mode->Release();
   std::printf("references: %u, then %u before the release\n", added, before);
-  return 0;  // the handles let go; a node that is held outlives its parents
+  return 0;  // the handles release everything
 }

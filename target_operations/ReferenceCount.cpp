@@ -62,8 +62,8 @@ unsigned int ReferenceCount::AddRef() const {
 }
 
 unsigned int ReferenceCount::Release() const {
-  // The count before the decrement is returned, deliberately and unlike the usual convention: hosts
-  // compare with 1 to learn that they dropped the last reference.
+  // Deliberately returns the count before the decrement, unlike the usual convention: hosts compare
+  // with 1 to learn that they released the last reference.
   const unsigned int before = m_nRefCount;
   m_nRefCount = before - 1;
   if (m_nRefCount == 0) delete this;

@@ -15,8 +15,8 @@ namespace {
 using BooleanHandle = ReferenceCounting::ReferenceHandle<BooleanProperty>;
 using BooleanList = std::vector<BooleanHandle>;
 
-/// A node whose children are being switched, and how far that has come. The references keep the
-/// children alive whatever a host's class does in between.
+/// A node whose children are being set, and the next one. The references keep the children alive
+/// whatever a host's class does in between.
 struct GroupFrame {
   BooleanProperty* node;
   BooleanList children;
@@ -27,7 +27,7 @@ BooleanProperty* AsBoolean(IProperty* property) {
   return dynamic_cast<BooleanProperty*>(property);
 }
 
-/// All children, or none if one of them is not boolean.
+/// All children; none if one of them is not boolean.
 BooleanList BooleanChildren(const Property& node) {
   const std::vector<IProperty*>& children = PropertyTree::Children(node);
   BooleanList list;
@@ -120,15 +120,15 @@ void BooleanProperty::SetValue(bool value) {
   if (!value) UpdateParent();
 }
 
-/// Switches the children depth first, as if each child's SetValue were called in order, this node
-/// being switched already.
+/// Sets the children depth first, as if SetValue were called on each child in order; this node has
+/// its value already.
 ///
-/// A child that goes off reports to its parent (UpdateSelf), and the report climbs as long as it
-/// meets only groups that are off. Inside the tree being switched off these reports change nothing,
-/// as the groups on the way are off already, and what they do above its root is done once more by
-/// the root's own report at the end. So they are left out: with them, a wide or a deep tree would
-/// take quadratic time. Only a node of a host's class, at the root or above, could tell the
-/// difference (it may override UpdateSelf); for such a tree every report is made.
+/// A child that is switched off calls UpdateSelf on its parent, which goes up as long as all groups
+/// on the way are off. Inside a tree that is being switched off these calls change nothing, as its
+/// groups are off already, and what they do above its root, the root's own call repeats at the end.
+/// So they are left out: with them, a wide or a deep tree would take quadratic time. Only a node of
+/// a host's class, at the root or above, could notice, as it may override UpdateSelf; then every
+/// call is made.
 void BooleanProperty::SetTree(bool value) {
   std::vector<GroupFrame> path;
   path.push_back({this, BooleanChildren(*this)});

@@ -5,12 +5,12 @@
 
 /// A switch, and the group of switches below it.
 ///
-/// Children of a group follow when the group is switched (downwards, SetValue); a group whose last
-/// child is switched off goes off too (upwards, UpdateSelf). Switching a child on never switches
-/// its group on. A child or parent counts as boolean if it is a BooleanProperty; a host's own
-/// IBooleanProperty is not, and like any other kind it keeps its siblings from being switched.
+/// Setting a group sets its children (downwards, SetValue); a group whose last child is switched
+/// off is switched off too (upwards, UpdateSelf). Switching a child on never switches its group on.
+/// A child or parent counts as boolean if it is a BooleanProperty; a host's own IBooleanProperty
+/// does not, and like a child of any other kind it prevents its siblings from being set.
 ///
-/// Used like every node by one thread at a time.
+/// Like every node, used by one thread at a time.
 namespace TargetOperations {
 
 class QBT2_API BooleanProperty : public Property, public IBooleanProperty {
@@ -22,21 +22,22 @@ class QBT2_API BooleanProperty : public Property, public IBooleanProperty {
   static IProperty* Construct(const NameAndDescription& nameAndDescription, bool value);
 
   void* QueryInterface(ReferenceCounting::_ClassID id) override;
-  /// The child key while the value is true, else the empty text: a switched-off boolean shows no
+  /// The child key while the value is true, else the empty text: a switched-off boolean hides its
   /// sub-properties.
   const char* GetChildKey() const override;
-  /// The upward step: off if all children are boolean and off (or there are none), and then the
-  /// same for a boolean parent.
+  /// The upward step: switches off if all children are boolean and off, or there are none, and then
+  /// does the same for a boolean parent.
   void UpdateSelf() override;
 
   bool GetValue() const override;
-  /// The current value changes nothing anywhere. Otherwise sets the children, if all of them are
-  /// boolean, and after switching off brings a boolean parent in line.
+  /// Does nothing for the current value. Otherwise sets the children, if all of them are boolean,
+  /// and after switching off updates a boolean parent.
   void SetValue(bool value) override;
+  /// Sets the value of this node only.
   virtual void SetValueNoUpdate(bool value);
 
-  /// The downward step: hands the value to the children if all are boolean and off, and to theirs
-  /// in the same way.
+  /// The downward step: sets the children to the value of this node if all of them are boolean and
+  /// off, and then theirs in the same way.
   void UpdateSubProperties();
 
   using Property::IsEqual;

@@ -27,9 +27,9 @@ IntegerProperty::IntegerProperty(const IntegerProperty& other)
   CopyValue(other);
 }
 
-/// Reads the source as a host would, through its interface. Two effects are part of the contract:
-/// HasAllowedRange is always true, so a copy of a node without a range has the range 0 to
-/// 0xFFFFFFFF in force; HasAllowedValues always tells of none, so a copy has no allowed values.
+/// Deliberately reads the source through its interface, as a host would. Two effects are part of
+/// the contract: HasAllowedRange is always true, so a copy of a node without a range has the range
+/// 0 to 0xFFFFFFFF in force; HasAllowedValues always returns none, so a copy has no allowed values.
 void IntegerProperty::CopyValue(const IntegerProperty& source) {
   m_value = source.GetValue();
   m_displaySuggestion = source.GetDisplaySuggestion();
@@ -68,8 +68,8 @@ void IntegerProperty::SetValue(unsigned long value) {
 }
 
 bool IntegerProperty::HasAllowedValues(unsigned int& count) const {
-  // None, even when there are some: deliberate. Hosts would offer a closed list, and SetValue does
-  // not hold to one. GetAllowedValues alone tells them.
+  // Deliberately none, even when there are some: hosts would offer a closed list, which SetValue
+  // does not enforce. Only GetAllowedValues returns them.
   count = 0;
   return false;
 }
@@ -81,7 +81,7 @@ void IntegerProperty::GetAllowedValues(unsigned long* out) const {
 bool IntegerProperty::HasAllowedRange(unsigned long& minimum, unsigned long& maximum) const {
   minimum = m_rangeInForce ? m_rangeMinimum : 0;
   maximum = m_rangeInForce ? m_rangeMaximum : kDefaultMaximum;
-  // True without a range in force too: deliberate, hosts always get bounds for their input field.
+  // Deliberately true without a range in force: hosts always get bounds for their input field.
   return true;
 }
 

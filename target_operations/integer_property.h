@@ -5,8 +5,8 @@
 #include "interfaces/qbt2_export.h"
 #include "target_operations/property.h"
 
-/// An unsigned number of 64 bits with an optional range and a hint for how to show it. Used like
-/// every node by one thread at a time.
+/// An unsigned number of 64 bits with an optional range and a hint for how to show it. Like every
+/// node, used by one thread at a time.
 namespace TargetOperations {
 
 class QBT2_API IntegerProperty : public Property, public IIntegerProperty {
@@ -29,14 +29,14 @@ class QBT2_API IntegerProperty : public Property, public IIntegerProperty {
   unsigned long GetValue() const override;
   /// Ignored outside a range in force. The allowed values are not consulted.
   void SetValue(unsigned long value) override;
-  /// Always none, on purpose; see the definition.
+  /// Deliberately always none; see the definition.
   bool HasAllowedValues(unsigned int& count) const override;
   void GetAllowedValues(unsigned long* out) const override;
-  /// Always true: without a range in force it answers 0 and 0xFFFFFFFF.
+  /// Always true; without a range in force the bounds are 0 and 0xFFFFFFFF.
   bool HasAllowedRange(unsigned long& minimum, unsigned long& maximum) const override;
   virtual void SetDisplaySuggestion(_DisplayType suggestion);
   _DisplayType GetDisplaySuggestion() const override;
-  /// Appends; a value may be there twice.
+  /// Appends; values may repeat.
   virtual void AddAllowedValue(unsigned long value);
   /// Puts the range (both bounds inclusive) in force. A minimum above the maximum refuses all.
   virtual void SetAllowedRange(unsigned long minimum, unsigned long maximum);

@@ -2,9 +2,9 @@
 
 #include "target_operations/property_casts.h"
 
-/// The class-returning casts for the library's own code, under decorated names and not exported, so
-/// that nothing inside calls the exported symbols by themselves. Each forwards to the exported
-/// function of its kind and has the same contract, kept references included.
+/// The class-returning casts for the library's own code, which does not call the exported symbols.
+/// Each forwards to the exported function of its kind, with the same contract, including the kept
+/// references.
 TargetOperations::BooleanProperty* LocalCastBoolean(TargetOperations::IProperty* property);
 TargetOperations::IntegerProperty* LocalCastInteger(TargetOperations::IProperty* property);
 TargetOperations::LocationProperty* LocalCastLocation(TargetOperations::IProperty* property);

@@ -5,7 +5,7 @@
 namespace TargetOperations {
 namespace {
 
-/// The one page on offer.
+/// The only page that is offered.
 constexpr unsigned int kAllowedPage = 0;
 
 }  // namespace
@@ -57,7 +57,7 @@ unsigned int LocationProperty::GetValue(unsigned int& page) const {
 }
 
 void LocationProperty::SetValue(unsigned int value, unsigned int page) {
-  // Only page 0 takes a value, whatever page the node is on, and the node's page stays: deliberate.
+  // Deliberate: only page 0 accepts a value, whatever the node's page, which stays.
   if (page == kAllowedPage) m_value = value;
 }
 
@@ -106,8 +106,8 @@ LocationProperty2::LocationProperty2(const LocationProperty2& other)
   CopyValue(other);
 }
 
-/// Through GetValue, not GetValue64, deliberately: a copy keeps the low 32 bits of the address. It
-/// is part of the contract; whoever needs all 64 sets them on the copy.
+/// Deliberately through GetValue, not GetValue64: as part of the contract, a copy has the low 32
+/// bits of the address only. A host that needs all 64 sets them on the copy.
 void LocationProperty2::CopyValue(const LocationProperty2& source) {
   m_cookie = source.GetCookie();
   m_value = source.GetValue(m_page);
@@ -176,9 +176,8 @@ void LocationProperty2::SetPage(unsigned int page) {
 }
 
 bool LocationProperty2::IsEqual(LocationProperty2& other) {
-  // Both effects are deliberate, as hosts know the comparison with them: this node takes over the
-  // other's page, and equal addresses above 0xFFFFFFFF compare unequal, since only the low 32 bits
-  // of the other are looked at.
+  // Two deliberate effects, which hosts rely on: this node takes over the other's page, and equal
+  // addresses above 0xFFFFFFFF compare unequal, as only the low 32 bits of the other are used.
   const Debugger::Address otherLow = other.GetValue(m_page);
   return m_value == otherLow;
 }

@@ -4,8 +4,8 @@
 #include "target_operations/property.h"
 
 /// Addresses of the target: 32 bits (LocationProperty) and 64 bits (LocationProperty2), each with a
-/// memory page and a cookie, an opaque tag of the caller's. Only page 0 can be set with a value;
-/// SetPage alone changes the page. Used like every node by one thread at a time.
+/// memory page and a cookie, an opaque tag of the caller's. A value can be set for page 0 only;
+/// only SetPage changes the page. Like every node, used by one thread at a time.
 namespace TargetOperations {
 
 /// The cookie of a location constructed without one.
@@ -26,7 +26,7 @@ class QBT2_API LocationProperty : public Property, public ILocationProperty {
   void* QueryInterface(ReferenceCounting::_ClassID id) override;
 
   unsigned int GetValue(unsigned int& page) const override;
-  /// Ignored unless `page` is 0. Leaves the node's page alone.
+  /// Ignored unless `page` is 0. Does not change the node's page.
   void SetValue(unsigned int value, unsigned int page) override;
   unsigned int NumAllowedPages() const override;
   void GetAllowedPages(unsigned int* out) const override;
@@ -49,7 +49,7 @@ class QBT2_API LocationProperty : public Property, public ILocationProperty {
   unsigned int m_page;
 };
 
-/// It answers for ILocationProperty too, but is no LocationProperty.
+/// Offers ILocationProperty too, but is not a LocationProperty.
 class QBT2_API LocationProperty2 : public Property, public ILocationProperty2 {
  public:
   LocationProperty2(const NameAndDescription& nameAndDescription, unsigned long value,

@@ -8,38 +8,39 @@
 #include "target_operations/property_interfaces.h"
 #include "target_operations/property_values.h"
 
-/// A node of a tree of named settings that the library builds, the host shows, lets its user edit
-/// and hands back. The typed nodes (boolean_property.h and its neighbours) derive from it.
+/// A node of a tree of named settings, which the library builds and the host shows and edits. The
+/// typed nodes (boolean_property.h and others) derive from it.
 ///
-/// Ownership: a node is born with one reference, the creator's. AddChild moves the caller's
-/// reference into the parent's list, so that the root's last Release ends the whole tree, but for
-/// nodes that someone else still holds: these live on as roots. The link to the parent is not
-/// counted. A node must not become its own descendant: nothing checks for it.
+/// Ownership: a new node has one reference, the creator's. AddChild moves the caller's reference to
+/// the parent's list, so the last Release of the root destroys the whole tree, except nodes with
+/// other references: these become roots. The link to the parent is not counted. A node must not
+/// become its own descendant; nothing checks this.
 ///
-/// One thread at a time uses a tree. Trees may be of any depth: nothing here recurses over library
-/// nodes. Null texts count as empty ones. Setters report nothing; only exhausted memory throws.
+/// One thread at a time uses a tree. A tree can have any depth: nothing here recurses over library
+/// nodes. A null text is an empty one. Setters report nothing; only exhausted memory throws.
 namespace TargetOperations {
 
-/// Declaration order is slot order, fixed for hosts that derive from the class or call through its
-/// virtual table. Slots 0 to 4 are those of IReferenceCount; AddChild is slot 5.
+/// The order of declaration is the order of the slots, fixed for hosts that derive from the class
+/// or call through its virtual table. Slots 0 to 4 are those of IReferenceCount; AddChild is
+/// slot 5.
 class QBT2_API Property : public ReferenceCount, public virtual IAttachableProperty {
  public:
   explicit Property(const NameAndDescription& nameAndDescription);
   /// A deep copy without a parent; see Clone.
   Property(const Property& other);
   Property& operator=(const Property&) = delete;
-  /// Children that live on become roots: their parent is set to null before they are released.
+  /// Children with other references become roots: their parent is set to null before the release.
   ~Property() override;
 
   /// A node as its interface; the caller owns the one reference.
   static IProperty* Construct(const NameAndDescription& nameAndDescription);
 
-  /// Answers IAttachableProperty, IProperty and IReferenceCount, and on purpose nothing else:
-  /// there is no falling back on the generic query, here and in the typed nodes.
+  /// Finds IAttachableProperty, IProperty and IReferenceCount and deliberately nothing else:
+  /// neither this class nor the typed nodes use the generic query.
   void* QueryInterface(ReferenceCounting::_ClassID id) override;
 
-  /// A child that is a Property gets this node as its parent. Null is appended too and stands as a
-  /// null entry among the children.
+  /// A child that is a Property gets this node as its parent. Null is appended too, as a null
+  /// entry.
   void AddChild(IProperty* child) override;
   const char* GetName() const override;
   const char* GetDescription() const override;
@@ -49,7 +50,7 @@ class QBT2_API Property : public ReferenceCount, public virtual IAttachablePrope
   unsigned int GetNumSubProperties() const override;
   void GetSubProperties(IProperty** out) const override;
   IProperty* GetParentProperty() const override;
-  /// Appends a copy; a key may be there twice.
+  /// Appends a copy; keys may repeat.
   virtual void AddKeyName(const PropertyKey& key);
   virtual void SetEditable(bool editable);
   virtual void SetCategory(unsigned int category);
@@ -58,9 +59,9 @@ class QBT2_API Property : public ReferenceCount, public virtual IAttachablePrope
   virtual void SetSameLevelKey(const char* key);
   virtual void SetDisabled(bool disabled);
   virtual void SetHaltCPU(bool halt);
-  /// True if a key has this name. See the definition for the built-in "TESTKEY".
+  /// True if a key has this name; the definition has the built-in exception "TESTKEY".
   virtual bool IsKeyName(const char* name) const;
-  /// The number of the first key of this name; 0 if there is none, as for a key numbered 0.
+  /// The number of the first key with this name; 0 if there is none, as for a key with number 0.
   virtual unsigned int GetKeyNumber(const char* name) const;
   virtual unsigned int GetCategory() const;
   virtual int GetEnumValue() const;
@@ -68,39 +69,39 @@ class QBT2_API Property : public ReferenceCount, public virtual IAttachablePrope
   virtual const char* GetSameLevelKey() const;
   /// Null detaches. Does not touch the parent's list of children, nor any reference.
   virtual void SetParent(Property* parent);
-  /// A deep copy of the same kind, without a parent; the caller owns the one reference. A class of
-  /// the host that does not override Clone is copied as the library's class it derives from.
-  /// Children that are no Property have no Clone: the copy shares them, each with a reference of
-  /// its own. Null entries stay null entries.
+  /// A deep copy of the same kind, without a parent; the caller owns the one reference. A host's
+  /// class that does not override Clone is copied as the library's class that it derives from. A
+  /// child that is not a Property has no Clone: the copy shares it, with one more reference. Null
+  /// entries are kept.
   virtual IProperty* Clone();
   /// Appends the children to `out`; the caller releases each.
   virtual void GetSubProperties(std::vector<IProperty*>& out) const;
-  /// Releases every child in order. Their parent pointers are left as they are, on purpose: whoever
-  /// holds a child beyond this call and outlives the node does SetParent(nullptr) on it.
+  /// Releases every child in order. Their parent pointers deliberately stay: the owner of another
+  /// reference to a child that outlives this node calls SetParent(nullptr) on it.
   virtual void RemoveAllSubProperties();
   virtual void RemoveAllKeys();
   virtual void SetName(const char* name);
   virtual void SetDescription(const char* description);
   virtual void SetReplacable(eREPLACABLE replacable);
   virtual eREPLACABLE IsReplacable();
-  /// Whether both trees have the same shape, names, kinds and typed values. Descriptions, flags,
-  /// keys and tags do not count. Children that are no Property are equal only to themselves.
+  /// Whether both trees have the same shape, names, kinds and typed values; descriptions, flags,
+  /// keys and tags are not compared. A child that is not a Property equals only itself.
   ///
-  /// Leaves references behind on typed nodes, deliberately: each time a typed node of this tree is
-  /// compared, it and its counterpart keep one more. A LocationProperty2 of this tree keeps two, as
-  /// it is first tried as a location; its counterpart keeps one. Plain nodes of this tree keep none
-  /// and leave none. May overwrite the page of a LocationProperty2 in this tree.
+  /// Deliberately leaves references behind on typed nodes: each time a typed node of this tree is
+  /// compared, it and its counterpart keep one. A LocationProperty2 of this tree keeps two, as it
+  /// is first tried as a location; its counterpart keeps one. With a plain node of this tree
+  /// neither keeps any. May overwrite the page of a LocationProperty2 in this tree.
   virtual bool IsEqual(Property& other);
-  /// Brings children and value in line; plain nodes have nothing to do.
+  /// Makes value and children consistent; a plain node has nothing to do.
   virtual void UpdateSelf();
   /// Sets the disabled flag of this node and of every Property below it.
   virtual void DisableAllLevel(bool disabled);
 
-  /// Adds the child if `parent` (which may be null) takes children. Otherwise nothing happens, and
-  /// the reference stays the caller's.
+  /// Adds the child if `parent`, which may be null, offers IAttachableProperty. Otherwise nothing
+  /// happens, and the caller keeps the reference.
   static void AddChild(IProperty* parent, IProperty* child);
-  /// Appends the children of any node, the host's own included, to `out`; the caller releases each.
-  /// Null has no children.
+  /// Appends the children of any node, also one of a host's class, to `out`; the caller releases
+  /// each. Null has no children.
   static void GetSubProperties(IProperty* node, std::vector<IProperty*>& out);
 
  protected:
@@ -122,8 +123,8 @@ class QBT2_API Property : public ReferenceCount, public virtual IAttachablePrope
   bool m_disabled = false;
   bool m_haltCpu = false;
   eREPLACABLE m_replacable = eReplacableDefault;
-  std::vector<IProperty*> m_children;  // each owns a reference; may hold null
-  Property* m_parent = nullptr;        // not owned
+  std::vector<IProperty*> m_children;  ///< with a reference each; may contain null
+  Property* m_parent = nullptr;        ///< not owned
 };
 
 }  // namespace TargetOperations

@@ -11,8 +11,8 @@ Interface* CastToInterface(IProperty* property) {
   return ReferenceCounting::Query<Interface>(property).Detach();
 }
 
-/// The reference that the query added is not given back when the class differs. Deliberate: the
-/// count that these functions leave behind is part of the contract with hosts.
+/// Deliberately keeps the reference of the query when the class differs: the counts that these
+/// functions leave are part of the contract with hosts.
 template <class Class, class Interface>
 Class* CastToClass(IProperty* property) {
   return dynamic_cast<Class*>(CastToInterface<Interface>(property));

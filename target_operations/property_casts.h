@@ -6,14 +6,14 @@
 #include "target_operations/location_property.h"
 #include "target_operations/string_property.h"
 
-/// From a bare IProperty* to a typed interface or class, under plain symbol names that a host finds
-/// with dlsym.
+/// Casts from IProperty* to a typed interface or class, under plain symbol names for dlsym.
 ///
-/// Null in, null out; null too when the object does not offer the interface. What is returned
-/// carries one reference for the caller to release. The functions that return a class give the
-/// object only if it is of the library's class (or derived from it). If it offers the interface,
-/// but is not - a host's own implementation, a LocationProperty2 given to CastLocation - the result
-/// is null and the object keeps the reference that the query added. That is part of the contract.
+/// The result is null for null, and for an object that does not offer the interface; otherwise it
+/// has one reference for the caller to release. The functions that return a class succeed only if
+/// the object is of the library's class (or derived from it). For another object that offers the
+/// interface (a host's own implementation, or a LocationProperty2 for CastLocation) the result is
+/// null, and the object deliberately keeps the reference that the query added: hosts rely on these
+/// counts.
 extern "C" {
 QBT2_API TargetOperations::IBooleanProperty* CastIBoolean(TargetOperations::IProperty* property);
 QBT2_API TargetOperations::BooleanProperty* CastBoolean(TargetOperations::IProperty* property);

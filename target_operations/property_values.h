@@ -5,8 +5,7 @@
 
 #include "interfaces/qbt2_export.h"
 
-/// The small values a property node is made of. Plain value types: copied freely, no references to
-/// each other, safe wherever the caller's copy is.
+/// The small values of a property node. Plain value types: copies are independent of each other.
 namespace TargetOperations {
 
 /// What the host shows of a node.
@@ -22,7 +21,7 @@ class QBT2_API NameAndDescription {
   std::string m_description;
 };
 
-/// A key name of a node with the number that goes along with it.
+/// A key name of a node and its number.
 class QBT2_API PropertyKey {
  public:
   PropertyKey(const std::string& name, unsigned int number);
@@ -44,7 +43,7 @@ class QBT2_API ValueAttribute {
   ValueAttribute(const std::string& keyName, unsigned int enumValue, unsigned int category,
                  bool haltCpu, const std::string& sameLevelKey);
 
-  /// The child key the node takes on; empty stands for the value itself.
+  /// The child key that the node takes on; empty means the value itself.
   [[nodiscard]] const std::string& KeyName() const { return m_keyName; }
   [[nodiscard]] const std::string& SameLevelKey() const { return m_sameLevelKey; }
   [[nodiscard]] unsigned int EnumValue() const { return m_enumValue; }

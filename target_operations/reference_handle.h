@@ -5,12 +5,12 @@
 
 #include "target_operations/property_interfaces.h"
 
-/// An owning pointer to a reference-counted object, for the library's and the host's own code, so
-/// that AddRef and Release by hand stay rare. A handle owns exactly one reference, or is empty.
+/// An owning pointer to a reference-counted object, for library and host code, in place of AddRef
+/// and Release by hand. A handle owns exactly one reference, or is empty.
 ///
-///   auto node = Adopt(Property::Construct({"name", "what it is"}));   // takes the reference over
+///   auto node = Adopt(Property::Construct({"name", "what it is"}));   // takes over the reference
 ///   auto again = Share(node.Get());                                   // adds one
-///   parent->AddChild(node.Detach());                                  // gives it away
+///   parent->AddChild(node.Detach());                                  // gives it up
 ///   auto boolean = Query<IBooleanProperty>(node.Get());               // empty: no such interface
 ///
 /// Like the objects, a handle is used by one thread at a time. Nothing here throws.
@@ -20,7 +20,7 @@ template <class T>
 class ReferenceHandle {
  public:
   constexpr ReferenceHandle() noexcept = default;
-  // Implicit: nullptr is an empty handle.
+  /// Implicit: nullptr is an empty handle.
   constexpr ReferenceHandle(std::nullptr_t) noexcept {}
 
   /// Takes over a reference that the caller owns. Null gives an empty handle.
@@ -33,8 +33,8 @@ class ReferenceHandle {
 
   ReferenceHandle(const ReferenceHandle& other) noexcept : object_(Share(other.Get()).Detach()) {}
   ReferenceHandle(ReferenceHandle&& other) noexcept : object_(other.Detach()) {}
-  // By value: the new reference is there before the old one goes, so that assigning a handle to
-  // itself, or a child over its own parent, is safe.
+  /// By value: the new reference is added before the old one is released, so assigning a handle to
+  /// itself, or a child to the handle of its parent, is safe.
   ReferenceHandle& operator=(ReferenceHandle other) noexcept {
     std::swap(object_, other.object_);
     return *this;
@@ -47,7 +47,7 @@ class ReferenceHandle {
   T* operator->() const noexcept { return object_; }
   T& operator*() const noexcept { return *object_; }
   explicit operator bool() const noexcept { return object_ != nullptr; }
-  /// Gives the reference to the caller; the handle is empty afterwards.
+  /// Passes the reference to the caller; the handle is then empty.
   [[nodiscard]] T* Detach() noexcept { return std::exchange(object_, nullptr); }
 
  private:
@@ -66,7 +66,7 @@ template <class T>
   return ReferenceHandle<T>::Share(object);
 }
 
-/// Asks the object (which may be null) for an interface that has an id.
+/// Queries the object, which may be null, for an interface that has an id.
 template <class Interface>
 [[nodiscard]] ReferenceHandle<Interface> Query(IReferenceCount* object) {
   if (object == nullptr) return nullptr;

@@ -28,8 +28,9 @@ StringProperty::StringProperty(const StringProperty& other) : StringProperty(oth
   CopyValue(other);
 }
 
-/// Reads the source as a host would, through its interface. One effect is part of the contract: a
-/// node that is not editable tells of no allowed values, so its copy has none, but all attributes.
+/// Deliberately reads the source through its interface, as a host would. One effect is part of the
+/// contract: a node that is not editable returns no allowed values, so its copy has none, but all
+/// attributes.
 void StringProperty::CopyValue(const StringProperty& source) {
   m_value = source.GetValue();
   m_replacableAllowed = source.m_replacableAllowed;
@@ -117,8 +118,8 @@ void StringProperty::UpdateChildKey() {
 }
 
 void StringProperty::DisableAllowed(const char* value, bool enable) {
-  // The name says disable and the argument says enabled: deliberate, hosts call it so. Values
-  // beyond the list of attributes have no flag to set.
+  // The name says disable, the argument means enabled: deliberate, as hosts call it so. A value
+  // without an attribute has no flag.
   const char* const wanted = TextOrEmpty(value);
   const std::size_t count = std::min(m_allowedValues.size(), m_allowedAttributes.size());
   for (std::size_t i = 0; i < count; ++i) {

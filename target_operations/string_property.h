@@ -10,7 +10,8 @@
 
 /// A text, free or chosen from a list of allowed values. Entry i of the attributes describes
 /// allowed value i; choosing a value copies its attributes onto the node (child key, category,
-/// enumeration value, halt-CPU flag, same-level key). Used like every node by one thread at a time.
+/// enumeration value, halt-CPU flag, same-level key). Like every node, used by one thread at a
+/// time.
 namespace TargetOperations {
 
 class QBT2_API StringProperty : public Property, public IStringProperty {
@@ -19,7 +20,7 @@ class QBT2_API StringProperty : public Property, public IStringProperty {
   StringProperty(const NameAndDescription& nameAndDescription, const std::string& value,
                  const std::vector<std::string>& allowed,
                  const std::vector<ValueAttribute>& attributes);
-  /// The copy of a node that is not editable has no allowed values, but the attributes; see
+  /// A copy of a node that is not editable has the attributes, but no allowed values; see
   /// CopyValue.
   StringProperty(const StringProperty& other);
   ~StringProperty() override = default;
@@ -33,16 +34,16 @@ class QBT2_API StringProperty : public Property, public IStringProperty {
   void* QueryInterface(ReferenceCounting::_ClassID id) override;
 
   const char* GetValue() const override;
-  /// Ignored if there are allowed values and `value` is none of them. A changed value takes its
-  /// attributes along.
+  /// Ignored if there are allowed values and `value` is not one of them. A change to an allowed
+  /// value applies its attributes.
   void SetValue(const char* value) override;
-  /// None while the node is not editable, even if it has some.
+  /// None while the node is not editable.
   bool HasAllowedValues(unsigned int& count) const override;
   /// Writes all allowed values, whether or not the node is editable.
   void GetAllowedValues(const char** out) const override;
-  /// Appends what is not there yet. The first allowed value becomes the value.
+  /// Appends unless the value is already allowed. The first allowed value becomes the value.
   virtual void AddAllowedValues(const char* value);
-  /// Appends unless an equal attribute is there.
+  /// Appends unless there is an equal attribute.
   virtual void AddAllowedAttributes(ValueAttribute attribute);
   /// Replaces the contents of `out`.
   virtual void GetAllowedAttributes(std::vector<ValueAttribute>& out) const;
@@ -53,7 +54,7 @@ class QBT2_API StringProperty : public Property, public IStringProperty {
   virtual bool IsDisabledAllowed(const char* value);
   virtual void SetReplacableAllowed(eREPLACABLE replacable);
   virtual eREPLACABLE IsReplacableAllowed();
-  /// Empties both lists; the value and what it brought along stay.
+  /// Empties both lists; the value and the attributes applied with it stay.
   virtual void ClearAllAllowed();
 
   using Property::IsEqual;

@@ -1,6 +1,6 @@
 #pragma once
 
-/// Shared by the property nodes' sources; no public header.
+/// Internal to the property nodes.
 namespace TargetOperations {
 
 /// Hosts may pass null for a text.

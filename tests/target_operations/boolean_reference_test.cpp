@@ -1,5 +1,5 @@
-// Boolean propagation against a plain recursive model: random trees of mixed kinds, random calls.
-// Afterwards all values agree, and the host's nodes saw the same calls in the same order.
+// Boolean propagation against a plain recursive model: random calls on random trees of mixed kinds
+// give the same values, and the same calls to the host's nodes in the same order.
 #include <gtest/gtest.h>
 
 #include <random>

@@ -1,5 +1,5 @@
-// Trees of 100,000 nodes, as wide and as deep as that: nothing may recurse over the levels, nor
-// take time that grows faster than the tree (the timeout of the test would end it).
+// Trees of 100,000 nodes, wide and deep: nothing may recurse over the levels, or take time that
+// grows faster than the tree (the test would time out).
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -27,7 +27,7 @@ struct Tree {
 
 class LargeTree : public testing::TestWithParam<bool> {};
 
-TEST_P(LargeTree, ClonesComparesDisablesAndDies) {
+TEST_P(LargeTree, ClonesComparesDisablesAndIsDestroyed) {
   const std::size_t before = LiveBlocks();
   ReferenceHandle<Property> first;
   {

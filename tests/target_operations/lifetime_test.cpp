@@ -1,5 +1,5 @@
-// Who is alive when: attaching, cloning and releasing in every order, in trees of library nodes and
-// of a host's, with and without memory. Every test ends with the allocations it began with.
+// Lifetimes: attaching, cloning and releasing in every order, in trees of library nodes and of a
+// host's, with and without memory. Every test ends with the allocations that it began with.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -29,7 +29,7 @@ TEST_F(PropertyLifetime, AHeldChildOutlivesItsParentAsARoot) {
   EXPECT_EQ(CountOf(*child), 1U);
   EXPECT_EQ(child->GetParentProperty(), nullptr);
   EXPECT_EQ(child->GetNumSubProperties(), 1U);
-  // And moves in elsewhere.
+  // It can be attached again.
   const auto other = Node("other");
   Attach(*other, child);
   EXPECT_EQ(Adopt(child->GetParentProperty()).Get(), other.Get());
@@ -58,19 +58,19 @@ TEST_F(PropertyLifetime, AnyOrderOfRelease) {
   } while (std::next_permutation(order.begin(), order.end()));
 }
 
-/// Writes its name when it dies, and copies itself when it is cloned.
-struct Witness : Property {
-  Witness(const char* name, std::string& log) : Property(Named(name)), m_log(log) {}
-  Witness(const Witness& other)
+/// Logs its name when it is destroyed or cloned.
+struct LoggingNode : Property {
+  LoggingNode(const char* name, std::string& log) : Property(Named(name)), m_log(log) {}
+  LoggingNode(const LoggingNode& other)
       : IReferenceCount(),
         IProperty(),
         IAttachableProperty(),
         Property(other),
         m_log(other.m_log) {}
-  ~Witness() override { m_log += std::string(Property::GetName()) + ' '; }
+  ~LoggingNode() override { m_log += std::string(Property::GetName()) + ' '; }
   IProperty* Clone() override {
     m_log += "clone-" + std::string(GetName()) + ' ';
-    return new Witness(*this);
+    return new LoggingNode(*this);
   }
   void DisableAllLevel(bool disabled) override {
     m_log += "disable-" + std::string(GetName()) + ' ';
@@ -79,21 +79,21 @@ struct Witness : Property {
   std::string& m_log;
 };
 
-TEST_F(PropertyLifetime, NodesDieParentFirstAndInOrder) {
+TEST_F(PropertyLifetime, NodesAreDestroyedParentFirstAndInOrder) {
   std::string log;
   {
     auto root = Node("root");
     const auto first =
-        Attach(*root, ReferenceHandle<Property>(Adopt<Property>(new Witness("1", log))));
-    Attach(*first, Adopt<Property>(new Witness("1.1", log)));
+        Attach(*root, ReferenceHandle<Property>(Adopt<Property>(new LoggingNode("1", log))));
+    Attach(*first, Adopt<Property>(new LoggingNode("1.1", log)));
     const auto plain = Attach(*root, Node("plain"));
-    Attach(*plain, Adopt<Property>(new Witness("2.1", log)));
-    Attach(*plain, Adopt<Property>(new Witness("2.2", log)));
+    Attach(*plain, Adopt<Property>(new LoggingNode("2.1", log)));
+    Attach(*plain, Adopt<Property>(new LoggingNode("2.2", log)));
     root->AddChild(nullptr);
-    Attach(*root, Adopt<Property>(new Witness("3", log)));
+    Attach(*root, Adopt<Property>(new LoggingNode("3", log)));
     static_cast<void>(Adopt(root->Clone()));
   }
-  // The copy dies at once, the tree with the end of the block, each in this order.
+  // The copy is destroyed at once, the tree at the end of the block, both in this order.
   EXPECT_EQ(log,
             "clone-1 clone-1.1 clone-2.1 clone-2.2 clone-3 "
             "1 1.1 2.1 2.2 3 1 1.1 2.1 2.2 3 ");
@@ -103,10 +103,10 @@ TEST_F(PropertyLifetime, DisablingReachesAllLevelsThroughAHostsOperation) {
   std::string log;
   const auto root = Node("root");
   const auto plain = Attach(*root, Node("plain"));
-  const auto witness = Attach(*plain, Adopt<Property>(new Witness("w", log)));
+  const auto logging = Attach(*plain, Adopt<Property>(new LoggingNode("w", log)));
   root->AddChild(new HostProperty);
-  const Property* const all[] = {root.Get(), plain.Get(), witness.Get(),
-                                 Attach(*witness, Node("below")).Get(),
+  const Property* const all[] = {root.Get(), plain.Get(), logging.Get(),
+                                 Attach(*logging, Node("below")).Get(),
                                  Attach(*root, Node("last")).Get()};
   for (const bool disabled : {true, false}) {
     root->DisableAllLevel(disabled);
@@ -117,7 +117,7 @@ TEST_F(PropertyLifetime, DisablingReachesAllLevelsThroughAHostsOperation) {
   log.shrink_to_fit();
 }
 
-/// Lets go of a tree of its own in its destructor, and looks whether it is gone then.
+/// Releases another tree in its destructor, and logs when that has returned.
 struct Owner : Property {
   Owner(Property* tree, std::string& log) : Property(Named("owner")), m_tree(tree), m_log(log) {}
   ~Owner() override {
@@ -128,15 +128,15 @@ struct Owner : Property {
   std::string& m_log;
 };
 
-TEST_F(PropertyLifetime, ATreeReleasedByADestructorIsGoneAtOnce) {
+TEST_F(PropertyLifetime, ATreeReleasedByADestructorIsDestroyedAtOnce) {
   std::string log;
   {
     auto tree = Node("tree");
-    Attach(*Attach(*tree, Node("inner")), Adopt<Property>(new Witness("leaf", log)));
+    Attach(*Attach(*tree, Node("inner")), Adopt<Property>(new LoggingNode("leaf", log)));
     const auto root = Node("root");
     const auto owner = Adopt<Property>(new Owner(tree.Detach(), log));
     Attach(*Attach(*root, Node("inner")), owner);
-    Attach(*owner, Adopt<Property>(new Witness("child", log)));
+    Attach(*owner, Adopt<Property>(new LoggingNode("child", log)));
   }
   EXPECT_EQ(log, "leaf released child ");
 }

@@ -1,4 +1,4 @@
-// Counts what operator new hands out in this executable, and makes it fail on demand.
+// Counts the blocks of operator new in this executable, and makes it fail on demand.
 #include <cstdlib>
 #include <limits>
 #include <new>

@@ -38,7 +38,7 @@ unsigned int CountOf(const Object& object) {
   return object.Release() - 1;
 }
 
-/// A node of the host's own making: none of the library's classes.
+/// A node that the host implements: not of the library's classes.
 class HostProperty : public ReferenceCount, public virtual IProperty {
  public:
   const char* GetName() const override { return "host"; }
@@ -53,8 +53,7 @@ class HostProperty : public ReferenceCount, public virtual IProperty {
 /// Blocks from operator new that are not freed yet; see live_blocks.cpp.
 std::size_t LiveBlocks();
 
-/// From here on, the allocation after `successes` more throws std::bad_alloc, and all later ones,
-/// until the object goes.
+/// During its life only `successes` allocations succeed; the others throw std::bad_alloc.
 class FailingAllocations {
  public:
   explicit FailingAllocations(std::size_t successes);

@@ -41,14 +41,17 @@ TEST(Property, KeysAreFoundByWholeName) {
 
 TEST(Property, NullTextsAreEmpty) {
   const auto node = Node("n");
-  node->SetChildKey("x");
-  node->SetName(nullptr);
-  node->SetDescription(nullptr);
-  node->SetChildKey(nullptr);
-  node->SetSameLevelKey(nullptr);
-  EXPECT_STREQ(node->GetName(), "");
-  EXPECT_STREQ(node->GetDescription(), "");
-  EXPECT_STREQ(node->GetChildKey(), "");
+  const std::pair<void (Property::*)(const char*), const char* (Property::*)() const> texts[] = {
+      {&Property::SetName, &Property::GetName},
+      {&Property::SetDescription, &Property::GetDescription},
+      {&Property::SetChildKey, &Property::GetChildKey},
+      {&Property::SetSameLevelKey, &Property::GetSameLevelKey}};
+  for (const auto& [set, get] : texts) {
+    (node.Get()->*set)("x");
+    EXPECT_STREQ((node.Get()->*get)(), "x");
+    (node.Get()->*set)(nullptr);
+    EXPECT_STREQ((node.Get()->*get)(), "");
+  }
 }
 
 TEST(Property, NullChildrenAndNodes) {
@@ -140,7 +143,7 @@ TEST(Property, CloneCopiesEveryFieldAndLevel) {
   for (IProperty* const child : children) static_cast<void>(Adopt(child));
 }
 
-TEST(Property, EqualityLooksAtShapeNamesKindsAndValues) {
+TEST(Property, EqualityComparesShapeNamesKindsAndValues) {
   struct Case {
     const char* what;
     bool equal;
@@ -172,7 +175,7 @@ TEST(Property, EqualityLooksAtShapeNamesKindsAndValues) {
        }},
   };
   for (const Case& tested : cases) {
-    // Nodes without a typed value keep no references, so that nothing is left to release.
+    // Plain nodes keep no references, so nothing is left to release.
     const auto left = Node("root");
     const auto group = Attach(*left, Node("group"));
     Attach(*group, Node("a"));
@@ -208,7 +211,7 @@ TEST(Property, EqualityKeepsReferencesOnTypedNodes) {
          return o ? Property::Construct(Named("n")) : BooleanProperty::Construct(Named("n"), true);
        },
        1, 0, false},
-      // Only the left node's kind is looked at, deliberately: a plain node equals any of its name.
+      // Deliberately, only the kind of the left node counts: a plain node equals any of its name.
       {"plain and boolean",
        [](bool o) {
          return o ? BooleanProperty::Construct(Named("n"), true) : Property::Construct(Named("n"));
@@ -227,7 +230,7 @@ TEST(Property, EqualityKeepsReferencesOnTypedNodes) {
     EXPECT_EQ(left->IsEqual(*right), tested.equal) << tested.what;
     EXPECT_EQ(CountOf(*left), 1 + tested.keptLeft) << tested.what;
     EXPECT_EQ(CountOf(*right), 1 + tested.keptRight) << tested.what;
-    // Kept by design; given back here by hand, so that the leak checker sees real leaks only.
+    // Kept by design; released here, so that the leak checker reports real leaks only.
     for (unsigned int i = 0; i < tested.keptLeft; ++i) left->Release();
     for (unsigned int i = 0; i < tested.keptRight; ++i) right->Release();
   }

@@ -61,7 +61,7 @@ TEST(ReferenceCount, EachNodeAnswersItsOwnIdsOnly) {
   }
 }
 
-/// An object of the host's with the newest of its interfaces and the generic query.
+/// A host's object with the newest of its interfaces and the generic query.
 struct HostOperation : ReferenceCount,
                        virtual IOperation6,
                        virtual IOperationServer,
@@ -93,13 +93,13 @@ TEST(ReferenceCount, TheGenericQueryKnowsTheHostsInterfaces) {
     EXPECT_EQ(CountOf(*object), expected != nullptr ? 2U : 1U) << "id " << id;
     if (expected != nullptr) object->Release();
   }
-  // A node of the host's answers for property interfaces through the same query.
+  // A host's node offers property interfaces through the same query.
   const auto host = Adopt(new HostProperty);
   EXPECT_EQ(ReferenceCounting::Query<IProperty>(host.Get()).Get(), host.Get());
   EXPECT_FALSE(ReferenceCounting::Query<IAttachableProperty>(host.Get()));
 }
 
-/// What the utility log holds after objects were destroyed with these counts, at this log level.
+/// The utility log after objects with these counts were destroyed at this log level.
 std::string LogOfDestroying(const char* level, std::initializer_list<int> counts) {
   const auto folder = std::filesystem::temp_directory_path() /
                       ("qbt2_reference_count_" + std::to_string(::getpid()));
@@ -120,7 +120,7 @@ std::string LogOfDestroying(const char* level, std::initializer_list<int> counts
   return text;
 }
 
-TEST(ReferenceCountLog, TellsOfReferencesLeft) {
+TEST(ReferenceCountLog, RecordsReferencesLeft) {
   const std::string text = LogOfDestroying("1", {1, 3});
   const std::string record =
       "[0-9]{2}:[0-9]{2}:[0-9]{2}:[0-9]{3} \\| "
@@ -130,11 +130,6 @@ TEST(ReferenceCountLog, TellsOfReferencesLeft) {
 
 TEST(ReferenceCountLog, SilentAtLevelZero) {
   EXPECT_EQ(LogOfDestroying("0", {1, 3}), "");
-}
-
-TEST(ReferenceCountLog, SilentWithoutALogger) {
-  auto* const node = new Property(Named("n"));
-  delete node;
 }
 
 TEST(ReferenceHandle, AcquiresBeforeItReleases) {
