@@ -6,7 +6,6 @@
 #include "common/source/source_utilities/uLogger.h"
 #include "common/source/source_utilities/uProcess.h"
 #include "common/source/source_utilities/uString.h"
-#include "common/source/source_utilities/uTime.h"
 
 using KZ_DVT::uEnvironment;
 
@@ -63,18 +62,11 @@ void PublishDirectories() {
   }
 }
 
-/// Month, day and year follow each other without padding: kz_trace_log_7142026_4711.txt.
-std::string MakeLogFileName(const std::string& pid) {
-  const KZ_DVT::uTime now;
-  return "kz_trace_log_" + std::to_string(now.GetMonth()) + std::to_string(now.GetDay()) +
-         std::to_string(now.GetYear()) + "_" + pid + ".txt";
-}
-
 void SetUpOnce(TraceEnvironment& environment) {
   if (environment.initialised) return;
   SettleDebugClient(environment);
   PublishDirectories();
-  environment.logFileName = MakeLogFileName(environment.debugClientPid);
+  environment.logFileName = MakeTraceLogFileName(KZ_DVT::uTime(), environment.debugClientPid);
   environment.initialised = true;
 }
 
@@ -89,6 +81,11 @@ void SetUpTraceEnvironment() noexcept {
   } catch (...) {
     // A decoder also works without its log; the next unit tries again.
   }
+}
+
+std::string MakeTraceLogFileName(const KZ_DVT::uTime& day, const std::string& pid) {
+  return "kz_trace_log_" + std::to_string(day.GetMonth()) + std::to_string(day.GetDay()) +
+         std::to_string(day.GetYear()) + "_" + pid + ".txt";
 }
 
 const std::string& TraceLogFileName() {

@@ -2,6 +2,8 @@
 
 #include <string>
 
+#include "common/source/source_utilities/uTime.h"
+
 /// The trace environment of the process: its debug client, its trace directories, and the log that
 /// all decoder units write to.
 ///
@@ -13,5 +15,9 @@
 /// failure ends the set-up at that point, and the next call tries again.
 void SetUpTraceEnvironment() noexcept;
 
-/// The log file's name without directory; empty until a set-up succeeded.
+/// The name of the log file of a day: month, day and year follow each other without padding, as in
+/// kz_trace_log_7142026_4711.txt. `pid` is the id of the debug client.
+std::string MakeTraceLogFileName(const KZ_DVT::uTime& day, const std::string& pid);
+
+/// The name of the process's log file, without directory; empty until a set-up succeeded.
 const std::string& TraceLogFileName();

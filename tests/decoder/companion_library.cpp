@@ -1,6 +1,5 @@
-// A companion library of the tests' own, in the place of a host's DeviceDataBaseUtility. It notes
-// its calls in the environment of the process, where the test finds them, and fails where it is
-// told to.
+// A stand-in for a host's DeviceDataBaseUtility. It records its calls in the environment of the
+// process, where the test reads them, and fails in the call that the test names there.
 
 #include <cstdlib>
 #include <stdexcept>
@@ -10,12 +9,12 @@
 
 namespace {
 
-/// Of this library: the decoder has to outlive it and the exception.
+/// Its type is defined in this library, which must stay loaded while the decoder handles it.
 struct CompanionFailure : std::runtime_error {
   using std::runtime_error::runtime_error;
 };
 
-void Note(const std::string& call) {
+void Record(const std::string& call) {
   const char* calls = std::getenv("COMPANION_CALLS");
   setenv("COMPANION_CALLS", ((calls != nullptr ? calls : "") + call + ";").c_str(), 1);
   const char* failing = std::getenv("COMPANION_FAILS_IN");
@@ -25,7 +24,7 @@ void Note(const std::string& call) {
 class Utility final : public Kz::Dvt::Trace::CDeviceDataBaseUtility {
  public:
   void SetDeviceIdentifier(Kz::Dvt::Trace::CDeviceIdentifier* identifier) override {
-    Note(identifier != nullptr ? "SetDeviceIdentifier" : "SetDeviceIdentifier(null)");
+    Record(identifier != nullptr ? "SetDeviceIdentifier" : "SetDeviceIdentifier(null)");
   }
 };
 
@@ -34,10 +33,10 @@ Utility g_utility;
 }  // namespace
 
 extern "C" QBT2_API void* CreateDeviceDataBaseUtility() {
-  Note("Create");
+  Record("Create");
   return static_cast<Kz::Dvt::Trace::CDeviceDataBaseUtility*>(&g_utility);
 }
 
 extern "C" QBT2_API void DestroyDeviceDataBaseUtility(void* /*utility*/) {
-  Note("Destroy");
+  Record("Destroy");
 }

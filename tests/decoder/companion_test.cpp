@@ -1,9 +1,9 @@
-// The optional companion library: found, called in the right order, and harmless when it fails. All
-// other tests run without it. Once it is loaded into the process, its name finds it.
+// The optional companion library: found, called in the right order, and harmless when it fails.
+// Once it is loaded into a process, its name finds it, so each case runs in a process of its own.
 
 #include <dlfcn.h>
 
-#include "decoder_test_support.h"
+#include "tests/decoder/decoder_test_support.h"
 
 namespace decoder_test {
 namespace {
@@ -13,8 +13,8 @@ std::string Calls() {
   return calls != nullptr ? calls : "";
 }
 
-/// Notes its questions among the companion's calls.
-class NotingManager final : public FakeConfigManager {
+/// Records its queries among the calls of the companion.
+class RecordingManager final : public FakeConfigManager {
  public:
   bool GetProperty(const std::string& name, ConfigPropertyValue& value) override {
     setenv("COMPANION_CALLS", (Calls() + name + ";").c_str(), 1);
@@ -30,11 +30,12 @@ class CompanionTest : public testing::Test {
   }
 
   TempHome home_;
-  NotingManager manager_;
+  RecordingManager manager_;
   void* library_ = nullptr;
 };
 
-TEST_F(CompanionTest, CreatedOnceAndToldBeforeTheFirstQuestion) {
+TEST_F(CompanionTest, CreatedOnceAndCalledBeforeTheFirstQuery) {
+  if (RanInFreshProcess()) return;
   Install();
   {
     StpQBTracer2Decoder unit;
@@ -45,10 +46,11 @@ TEST_F(CompanionTest, CreatedOnceAndToldBeforeTheFirstQuestion) {
     unit.DataReset();
     EXPECT_EQ(Calls(), "Create;SetDeviceIdentifier(null);ZeroSupress;ClockRate;");
   }
-  EXPECT_EQ(Calls().find("Destroy;"), std::string::npos) << "not called, deliberately";
+  EXPECT_EQ(Calls().find("Destroy;"), std::string::npos) << "deliberately not called";
 }
 
 TEST_F(CompanionTest, FailureIsTolerated) {
+  if (RanInFreshProcess()) return;
   Install();
   setenv("COMPANION_FAILS_IN", "Create", 1);
   StpQBTracer2Decoder without;

@@ -14,10 +14,12 @@
 #include "decoder/StpQBTracer2DecoderImpl.h"
 #include "decoder/trace_environment.h"
 #include "gtest/gtest.h"
-#include "tests/common/common_test_support.h"
+#include "tests/support/sample_bytes.h"
+#include "tests/support/saved_environment.h"
+#include "tests/support/test_folder.h"
 
-/// What the decoder's tests share: a way to its members, samples, a configuration manager of fixed
-/// answers, and a home folder that is not the user's.
+/// What the decoder's tests share: access to its members, samples, a configuration manager with
+/// fixed answers, and a temporary home folder.
 
 /// Reaches the decoder's members.
 struct StpQBTracer2DecoderPeer {
@@ -39,7 +41,7 @@ struct StpQBTracer2DecoderPeer {
     return unit.GetProbeData(id);
   }
 
-  /// Sends every sample down the checked road until the next load.
+  /// Every sample takes the checked path until the next load.
   void ClearPreparedRows() { unit.preparedRows.ClearProbes(); }
   [[nodiscard]] bool TakesPreparedRow(std::uint8_t* input, std::uint8_t* output,
                                       std::uint32_t capacity) {
@@ -71,11 +73,13 @@ using Kz::Dvt::Trace::CDecoderUnitIF;
 using Kz::Dvt::Trace::ConfigPropertyValue;
 using Kz::Dvt::Trace::eTraceDataFileType;
 
-inline void AppendLittleEndian32(Bytes& bytes, std::uint32_t value) {
-  for (int byte = 0; byte < 4; ++byte) {
-    bytes.push_back(static_cast<std::uint8_t>(value & 0xFF));
-    value >>= 8;
-  }
+/// The characters of a text.
+inline Bytes Text(const std::string& text) {
+  return {text.begin(), text.end()};
+}
+
+inline Bytes LittleEndian32(std::uint32_t value) {
+  return Text(qbt2::test::le32(value));
 }
 
 inline Bytes operator+(Bytes left, const Bytes& right) {
@@ -83,25 +87,13 @@ inline Bytes operator+(Bytes left, const Bytes& right) {
   return left;
 }
 
-/// The characters of a text.
-inline Bytes Text(const std::string& text) {
-  return {text.begin(), text.end()};
-}
-
-/// A sample of any header count and payload; its unread bytes are not zero.
+/// A sample with any payload size in its header; its unread bytes are not zero.
 inline Bytes RawSample(std::uint8_t probeId, std::uint32_t payloadBytes, const Bytes& payload) {
-  Bytes sample{0xEE, probeId, 0xEE, 0xEE};
-  AppendLittleEndian32(sample, payloadBytes);
-  return sample + payload;
+  return Bytes{0xEE, probeId, 0xEE, 0xEE} + LittleEndian32(payloadBytes) + payload;
 }
 
 inline Bytes Sample(std::uint8_t probeId, const Words& words) {
-  Bytes payload;
-  for (const std::uint32_t word : words) {
-    payload.push_back(4);
-    AppendLittleEndian32(payload, word);
-  }
-  return RawSample(probeId, static_cast<std::uint32_t>(payload.size()), payload);
+  return Text(qbt2::test::sample(probeId, words));
 }
 
 /// "{kind, detail}" of the DecodeError that `action` throws, "none" when it throws nothing.
@@ -115,7 +107,7 @@ std::string ErrorOf(Action&& action) {
   return "none";
 }
 
-/// Answers settings from a map and notes what it was asked.
+/// Answers with the settings of a map, and records the names of its queries.
 class FakeConfigManager : public Kz::Dvt::Trace::CDeviceConfigManager {
  public:
   std::map<std::string, std::string> settings;
@@ -149,16 +141,18 @@ class FakeConfigManager : public Kz::Dvt::Trace::CDeviceConfigManager {
   [[nodiscard]] std::string GetLastError() const override { return {}; }
 };
 
-/// A use-case line with this name and sampling period, all else 0.
+/// A use-case line with this name and sampling period; most other fields are 0.
 inline std::string UsecaseLine(const std::string& name, const std::string& period) {
-  return name + ";1;" + period + ";0;0;0;0;0;0;0;0;0;0;0;0";
+  std::string line(name);
+  return line.append(";1;").append(period).append(";0;0;0;0;0;0;0;0;0;0;0;0");
 }
 
-/// A fresh folder that is HOME for its life; the trace variables start unset.
+/// A temporary folder as HOME, with the trace variables unset. The environment is restored at the
+/// end.
 class TempHome {
  public:
   TempHome() {
-    setenv("HOME", directory_.path().c_str(), 1);
+    setenv("HOME", folder_.path().c_str(), 1);
     for (const char* variable :
          {"KZ_TRACE_LOGGING", "KZ_TRACE_DEBUGCLIENT_PID", "KZ_TRACE_LOGGING_DIR",
           "KZ_TRACE_DATA_DIR", "KZ_TRACE_SETTINGS_DIR"}) {
@@ -166,16 +160,34 @@ class TempHome {
     }
   }
 
-  [[nodiscard]] std::filesystem::path TraceFolder() const { return directory_ / ".KZ-trace"; }
+  [[nodiscard]] std::filesystem::path TraceFolder() const { return folder_.at(".KZ-trace"); }
 
   /// All of the log written so far.
   [[nodiscard]] std::string Log() const {
-    return common_test::ReadFile(TraceFolder() / TraceLogFileName());
+    return qbt2::test::read_file(TraceFolder() / TraceLogFileName());
   }
 
  private:
-  common_test::TempDirectory directory_;
+  const qbt2::test::SavedEnvironment environment_;
+  const qbt2::test::TestFolder folder_;
 };
+
+/// True in a process that runs the current test and no other, as under ctest.
+inline bool InFreshProcess() {
+  return testing::UnitTest::GetInstance()->test_to_run_count() == 1;
+}
+
+/// For a test that needs the process-wide set-up of the trace environment, or changes the process
+/// for good. In a process with other tests: runs the test in a process of its own and returns true.
+inline bool RanInFreshProcess() {
+  if (InFreshProcess()) return false;
+  const testing::TestInfo& test = *testing::UnitTest::GetInstance()->current_test_info();
+  const std::string program = std::filesystem::read_symlink("/proc/self/exe").string();
+  const std::string command = "'" + program + "' --gtest_output= --gtest_filter='" +
+                              test.test_suite_name() + "." + test.name() + "'";
+  EXPECT_EQ(std::system(command.c_str()), 0);
+  return true;
+}
 
 /// A unit in a home of its own, with columns from 100 on.
 class DecoderTest : public testing::Test {
@@ -201,10 +213,9 @@ class DecoderTest : public testing::Test {
 
   /// The bytes produced for a sample; throws what ProcessSamples throws.
   Bytes Decode(const Bytes& given, std::uint32_t capacity = 400) {
-    // A copy has no spare room, so that the address sanitizer sees a read behind it.
+    // A copy of exact size, so that the address sanitizer sees a read past its end.
     Bytes sample(given);
-    // Room for what the decoder may write behind the capacity (docs/formats/record.md).
-    Bytes output(capacity + 8, 0xCC);
+    Bytes output(capacity + RecordFormat::kSlackBytes, 0xCC);
     std::uint32_t produced = 0;
     unit_->ProcessSamples(0, sample.data(), capacity, output.data(), produced);
     output.resize(produced);
@@ -218,10 +229,11 @@ class DecoderTest : public testing::Test {
   std::unique_ptr<StpQBTracer2Decoder> unit_;
 };
 
-/// The same with the log at level 6, where every record is written (and echoed).
+/// The same with the log at level 6, which writes (and echoes) every record. Each test begins with
+/// RanInFreshProcess.
 class LoggingDecoderTest : public DecoderTest {
  protected:
-  LoggingDecoderTest() : DecoderTest("6") {}
+  LoggingDecoderTest() : DecoderTest(InFreshProcess() ? "6" : nullptr) {}
 };
 
 }  // namespace decoder_test

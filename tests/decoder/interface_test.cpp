@@ -1,9 +1,8 @@
 // The decoder unit as its interface shows it: slots, master ids, columns.
 
-#include <cstring>
-#include <set>
-
-#include "decoder_test_support.h"
+#include "tests/decoder/decoder_test_support.h"
+#include "tests/support/golden_columns.h"
+#include "tests/support/virtual_slots.h"
 
 namespace decoder_test {
 namespace {
@@ -26,69 +25,23 @@ class InterfaceTest : public DecoderTest {
   }
 };
 
-TEST_F(InterfaceTest, ColumnsAreHandedOverInOrder) {
-  std::vector<CDecoderUnitIF::SharedColumns> shared{{"host's own", 1, true}};
+TEST_F(InterfaceTest, ColumnsInCatalogueOrder) {
+  std::vector<CDecoderUnitIF::SharedColumns> shared{{"the host's", 1, true}};
   std::uint32_t count = 99;
   unit_->InitColumn(shared, 100, count);
-  ASSERT_EQ(count, 45U);
-  ASSERT_EQ(shared.size(), 46U) << "appended to, not replaced";
-  for (std::uint32_t k = 0; k < 45; ++k) {
-    EXPECT_EQ(shared[k + 1].columnId, 100 + k);
-    EXPECT_FALSE(shared[k + 1].flag);
-  }
-  EXPECT_EQ(shared[1].name, "Byte Transactions");
-  EXPECT_EQ(shared[10].name, "Route ID");
-  EXPECT_EQ(shared[45].name, "Raw QBT2 MSG5");
-}
-
-TEST_F(InterfaceTest, ColumnDescriptions) {
-  struct {
-    std::uint32_t k, bits;
-    std::string name, key, description;
-  } const cases[] = {
-      {0, 32, "Byte Transactions", "Bytes",
-       "Number of byte transactions recorded per sampling window."},
-      {1, 32, "Matched", "Matched_",
-       "Number of byte transactions recorded per sampling window that have matched filtering "
-       "criteria."},
-      {2, 32, "Avg. Length", "AvgLength",
-       "Average tranaction length (Total transactions / total matched transactions)"},
-      {4, 32, "Matched Transactions", "Matched",
-       "Total number of matched transactions recorded per sampling window."},
-      {5, 16, "Max Wait", "MaxWait", "Maximum wait"},
-      {9, 16, "Route ID", "RouteID", "route ID (0x0 - 0xFFF)"},
-      {14, 8, "LSIZE", "LSIZE_", "the line size wrap qualifier for the transaction (0x0 - 0x7)"},
-      {16, 8, "PRIVID", "PRIVID_", "the (secure) privilege ID of the transaction (0x0 - 0x0FF)"},
-      {31, 8, "Order ID", "ORDERID",
-       "the extended initiator identifier used for ordering for a specific route ID (0x0 - 0xF)"},
-      {35, 8, "Virtual ID", "VIRTID", "the virtual master ID for the transaction (0x0 - 0xFFF)"},
-      {38, 16, "Channel ID", "CHANNELID", "the value of the Channel ID Bus (0x0 - 0xFFF)"},
-      {42, 32, "Raw QBT2 MSG3", "RawQBT2_3", "Decoded STPV2 data."},
-  };
-  for (const auto& c : cases) {
-    const ColumnAnswer a = Ask(100 + c.k);
-    EXPECT_EQ(a.name, c.name);
-    EXPECT_EQ(a.key, c.key);
-    EXPECT_EQ(a.description, c.description);
-    EXPECT_EQ(a.bits, c.bits) << c.name;
-    EXPECT_EQ(static_cast<int>(a.input), 140) << c.name;
-    EXPECT_FALSE(a.enabled) << c.name;
-  }
-}
-
-// 28 columns of one byte, 4 of two and 13 of four; no name and no key twice.
-TEST_F(InterfaceTest, ColumnTotals) {
-  std::map<std::uint32_t, int> columnsOfBits;
-  std::set<std::string> names, keys;
+  EXPECT_EQ(count, 45U);
+  ASSERT_EQ(shared.size(), 46U) << "appended, not replaced";
+  std::string columns = "\n";
   for (std::uint32_t k = 0; k < 45; ++k) {
     const ColumnAnswer a = Ask(100 + k);
-    ++columnsOfBits[a.bits];
-    names.insert(a.name);
-    keys.insert(a.key);
+    columns += a.key + '|' + std::to_string(a.bits) + '|' + a.name + '|' + a.description + '\n';
+    EXPECT_EQ(static_cast<int>(a.input), 140) << a.name;
+    EXPECT_FALSE(a.enabled) << a.name;
+    EXPECT_EQ(shared[k + 1].name, a.name);
+    EXPECT_EQ(shared[k + 1].columnId, 100 + k);
+    EXPECT_FALSE(shared[k + 1].flag) << a.name;
   }
-  EXPECT_EQ(columnsOfBits, (std::map<std::uint32_t, int>{{8, 28}, {16, 4}, {32, 13}}));
-  EXPECT_EQ(names.size(), 45U);
-  EXPECT_EQ(keys.size(), 45U);
+  EXPECT_EQ(columns, qbt2::test::kGoldenColumns);
 }
 
 TEST_F(InterfaceTest, EnablingAColumnIsReportedAndNothingElse) {
@@ -113,7 +66,7 @@ TEST_F(InterfaceTest, UnknownAndUnnumberedColumns) {
   EXPECT_EQ(unnumbered.name, "Byte Transactions");
   EXPECT_EQ(unnumbered.bits, 32U);
   EXPECT_EQ(Decode(Sample(1, {1, 2}))[74], 'n') << "the description's last character";
-  EXPECT_EQ(Decode(Sample(1, {1, 2}))[75], 0xD0) << "its low byte goes to the rows";
+  EXPECT_EQ(Decode(Sample(1, {1, 2}))[75], 0xD0) << "the low byte of its id";
 }
 
 TEST_F(InterfaceTest, MasterIds) {
@@ -126,30 +79,14 @@ TEST_F(InterfaceTest, MasterIds) {
   EXPECT_TRUE(ids.empty()) << "the decoder's own list is emptied before the copy";
 }
 
-/// The first word of a pointer to a virtual member function is its offset in the table, plus 1.
-template <class Member>
-std::size_t SlotOf(Member member) {
-  std::size_t word = 0;
-  std::memcpy(&word, &member, sizeof word);
-  return (word - 1) / sizeof(void*);
-}
-
-template <class... Members>
-void ExpectSlotsFromZero(Members... members) {
-  const std::size_t slots[] = {SlotOf(members)...};
-  for (std::size_t i = 0; i < std::size(slots); ++i) {
-    EXPECT_EQ(slots[i], i);
-  }
-}
-
 TEST_F(InterfaceTest, SlotOrder) {
   using U = CDecoderUnitIF;
-  ExpectSlotsFromZero(&U::SetDeviceConfigManager, &U::SetDeviceIdentifier,
-                      &U::GetFunctionInformation, &U::GetMasterIds, &U::SetMasterIds, &U::GetInfo,
-                      &U::InitColumn, &U::GetColumnInfo, &U::AddColumn, &U::ProcessSamples,
-                      &U::DataReset, &U::Init, &U::GetTimestampAdjustmentNeeded,
-                      &U::AdjustTimestamp, &U::SetAdjustedTimestamp);
-  // Behind them the destructor's two; the second frees, which the leak checker would miss.
+  qbt2::test::expect_slots(
+      0, &U::SetDeviceConfigManager, &U::SetDeviceIdentifier, &U::GetFunctionInformation,
+      &U::GetMasterIds, &U::SetMasterIds, &U::GetInfo, &U::InitColumn, &U::GetColumnInfo,
+      &U::AddColumn, &U::ProcessSamples, &U::DataReset, &U::Init, &U::GetTimestampAdjustmentNeeded,
+      &U::AdjustTimestamp, &U::SetAdjustedTimestamp);
+  // After them the two of the destructor; the second one frees the unit.
   CDecoderUnitIF* unit = unit_.release();
   auto* const* table = *reinterpret_cast<void* const* const*>(unit);
   reinterpret_cast<void (*)(CDecoderUnitIF*)>(table[16])(unit);

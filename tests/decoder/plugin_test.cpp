@@ -3,7 +3,7 @@
 
 #include <dlfcn.h>
 
-#include "decoder_test_support.h"
+#include "tests/decoder/decoder_test_support.h"
 
 namespace decoder_test {
 namespace {

@@ -1,12 +1,12 @@
-// The quick road against the checked one: whatever the sample and the output, the same bytes (also
-// those behind the row), errors and end state.
+// The fast path against the checked one: for every sample and output the same bytes (also those
+// after the row), errors and final state.
 
 #include <array>
 #include <cstdlib>
 #include <new>
 #include <random>
 
-#include "decoder_test_support.h"
+#include "tests/decoder/decoder_test_support.h"
 
 // The sanitizers bring their own operator new, which checks more than this one counts.
 #if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
@@ -34,7 +34,7 @@ std::size_t g_allocations = 0;
 namespace decoder_test {
 namespace {
 
-/// All that a sample leaves behind.
+/// Everything that a sample changes.
 struct Outcome {
   std::string error;
   std::uint32_t produced = 0xDEAD;
@@ -73,7 +73,7 @@ class PreparedRowsTest : public DecoderTest {
     ForBoth([&] { NumberColumns(firstId); });
   }
 
-  /// Does it to `unit_` as it is and to the other unit in its place.
+  /// Does it with `unit_` and then with the other unit in its place.
   template <typename Action>
   void ForBoth(Action action) {
     for (int i = 0; i < 2; ++i) {
@@ -96,12 +96,12 @@ class PreparedRowsTest : public DecoderTest {
   }
 
   void ExpectSame(const Bytes& sample, std::uint32_t capacity) {
-    const Outcome quick = Run(*unit_, sample, capacity);
+    const Outcome fast = Run(*unit_, sample, capacity);
     const Outcome checked = Run(*checked_, sample, capacity);
-    EXPECT_TRUE(quick == checked) << "capacity " << capacity << ", sample "
-                                  << testing::PrintToString(sample) << "\nquick   "
-                                  << testing::PrintToString(quick.output) << "\nchecked "
-                                  << testing::PrintToString(checked.output);
+    EXPECT_TRUE(fast == checked) << "capacity " << capacity << ", sample "
+                                 << testing::PrintToString(sample) << "\nfast    "
+                                 << testing::PrintToString(fast.output) << "\nchecked "
+                                 << testing::PrintToString(checked.output);
   }
 
   std::unique_ptr<StpQBTracer2Decoder> checked_;
@@ -130,7 +130,7 @@ Bytes RandomSample(std::mt19937& random) {
     default:
       break;
   }
-  // Whatever the counts say now, there are bytes: this test is not about reading too far.
+  // Enough bytes for any counts: this test is not about reading past the end.
   sample.resize(sample.size() + 1600, 4);
   return sample;
 }
@@ -146,14 +146,14 @@ TEST_F(PreparedRowsTest, RandomSamples) {
   }
 }
 
-// The comparison would hold as well if nothing took the quick road.
-TEST_F(PreparedRowsTest, WhatTakesTheQuickRoad) {
+// The comparison would also hold if nothing took the fast path.
+TEST_F(PreparedRowsTest, WhatTakesTheFastPath) {
   struct {
     const char* what;
     std::uint8_t probe;
     std::size_t words;
     std::uint32_t capacity;
-    bool quick;
+    bool fast;
   } const cases[] = {
       {"throughput", 1, 2, 400, true},           {"latency", 1, 4, 400, true},
       {"transaction", 1, 6, 400, true},          {"unknown probe", 99, 2, 400, true},
@@ -161,12 +161,12 @@ TEST_F(PreparedRowsTest, WhatTakesTheQuickRoad) {
       {"long name", 5, 6, 1500, true},           {"too long a name", 6, 6, 1500, false},
       {"zero in the name", 3, 2, 400, false},    {"three words", 1, 3, 400, false},
       {"row just fits", 1, 6, 150, true},        {"row does not fit", 1, 6, 149, false},
-      {"low capacity is told", 1, 2, 99, false}, {"largest capacity", 6, 2, 0xFFFFFFFF, false},
+      {"low capacity, logged", 1, 2, 99, false}, {"largest capacity", 6, 2, 0xFFFFFFFF, false},
   };
   for (const auto& c : cases) {
     Bytes sample = Sample(c.probe, Words(c.words, 1));
     Bytes output(kOutputBytes);
-    EXPECT_EQ(Peer().TakesPreparedRow(sample.data(), output.data(), c.capacity), c.quick) << c.what;
+    EXPECT_EQ(Peer().TakesPreparedRow(sample.data(), output.data(), c.capacity), c.fast) << c.what;
   }
   Peer().ZeroSuppress() = true;
   Bytes zeros = Sample(1, {0, 0});

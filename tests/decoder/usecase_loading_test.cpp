@@ -2,14 +2,14 @@
 
 #include <stdexcept>
 
-#include "decoder_test_support.h"
-#include "tests/platforms/fake_device_model.h"
+#include "tests/decoder/decoder_test_support.h"
+#include "tests/support/fake_device_model.h"
 
 namespace decoder_test {
 namespace {
 
-using trace_testing::FakeDeviceModel;
-using trace_testing::FakeEntry;
+using qbt2::test::FakeDeviceModel;
+using qbt2::test::FakeEntry;
 
 class UsecaseLoadingTest : public DecoderTest {};
 
@@ -105,8 +105,7 @@ TEST_F(UsecaseLoadingTest, EveryField) {
   }
 }
 
-// The working record is shared by all masters, so one that is not found shows what was there
-// before.
+// The working record is shared by all masters, so one without a line keeps the values before it.
 TEST_F(UsecaseLoadingTest, NotFoundRecordsKeepWhatCameBefore) {
   Load({{"QBT2_1", UsecaseLine("One", "5")}, {"QBT2_3", "Three;9;broken;0;0;0;0;0;0;0;0;0;0;0;0"}},
        {0, 1, 2, 3});
@@ -162,7 +161,7 @@ TEST_F(UsecaseLoadingTest, MasterNames) {
   } const cases[] = {
       {"decimal", FakeDeviceModel::kNothing, 1, "CPU", true},
       {"hexadecimal, first of two", FakeDeviceModel::kNothing, 17, "GPU", true},
-      {"behind a value that is no number", FakeDeviceModel::kNothing, 30, "MASTERNAME", false},
+      {"after a value that is not a number", FakeDeviceModel::kNothing, 30, "MASTERNAME", false},
       {"no device", FakeDeviceModel::kDevice, 1, "MASTERNAME", true},
       {"no component", FakeDeviceModel::kComponent, 1, "MASTERNAME", true},
       {"no list", FakeDeviceModel::kList, 1, "MASTERNAME", true},

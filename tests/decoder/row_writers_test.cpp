@@ -1,12 +1,14 @@
-// The two field writers: encodings, room checks, and how far a write may pass the capacity.
+// The two field writers: encodings, room checks, and how far a row can run past the capacity.
 
-#include "decoder_test_support.h"
+#include <algorithm>
+
 #include "gmock/gmock.h"
+#include "tests/decoder/decoder_test_support.h"
 
 namespace decoder_test {
 namespace {
 
-class OutputRecordTest : public LoggingDecoderTest {
+class RowWritersTest : public LoggingDecoderTest {
  protected:
   void Start(std::uint32_t capacity) {
     output_.assign(64, 0xCC);
@@ -19,7 +21,8 @@ class OutputRecordTest : public LoggingDecoderTest {
   Bytes output_;
 };
 
-TEST_F(OutputRecordTest, InvalidSizesKeepThePositionByte) {
+TEST_F(RowWritersTest, InvalidSizesKeepThePositionByte) {
+  if (RanInFreshProcess()) return;
   for (const std::uint32_t size : {0U, 3U, 5U, 16U, 0xFFFFFFFFU}) {
     Start(64);
     EXPECT_EQ(ErrorOf([&] { Peer().OutputData(size, 1, 7, true); }), "{0, 0}") << size;
@@ -30,7 +33,7 @@ TEST_F(OutputRecordTest, InvalidSizesKeepThePositionByte) {
                                "has invalid value: 3\n"));
 }
 
-TEST_F(OutputRecordTest, StringFields) {
+TEST_F(RowWritersTest, StringFields) {
   const std::string empty;
   const std::string embedded{"a\0bc", 4};
   Start(64);
@@ -38,15 +41,16 @@ TEST_F(OutputRecordTest, StringFields) {
   EXPECT_EQ(Peer().BytesWritten(), 0U);
   Peer().OutputString(&empty, 1);
   EXPECT_EQ(Written(), (Bytes{1, 0, 0, 0, 0}));
-  EXPECT_EQ(output_[5], 0) << "the zero byte behind the text";
+  EXPECT_EQ(output_[5], 0) << "the zero byte after the text";
   EXPECT_EQ(output_[6], 0xCC);
   Start(64);
   Peer().OutputString(&embedded, 1);
   EXPECT_EQ(Written(), (Bytes{1, 4, 0, 0, 0, 'a', 0, 0xCC, 0xCC})) << "cut at the zero byte";
 }
 
-// The check counts the text only, so the field may pass the capacity; the next field finds out.
-TEST_F(OutputRecordTest, FullBuffer) {
+// The check counts the text only, so the field may pass the capacity; the next field fails.
+TEST_F(RowWritersTest, FullBuffer) {
+  if (RanInFreshProcess()) return;
   const std::string name = "SevenCh";
   const std::string value = "Value";
   for (const bool textNext : {true, false}) {
@@ -70,12 +74,13 @@ TEST_F(OutputRecordTest, FullBuffer) {
   }
 }
 
-// Whatever the capacity, at most eight bytes behind it are written: what docs/formats/record.md
-// asks hosts to leave. The row that just fits is complete, one byte less is an error or an overrun.
 class CapacityTest : public DecoderTest {};
 
-TEST_F(CapacityTest, OverrunIsAtMostEightBytes) {
+// Whatever the capacity, at most eight bytes past it are written, and eight are possible: hosts
+// allocate so many more (docs/formats/record.md).
+TEST_F(CapacityTest, RowsRunAtMostEightBytesPastTheCapacity) {
   Load({{"QBT2_5", UsecaseLine("DMA1", "1")}, {"QBT2_6", UsecaseLine("", "1")}}, {5, 6});
+  std::ptrdiff_t farthest = 0;
   for (const std::uint8_t probe : Bytes{5, 6, 7}) {
     for (const std::size_t words : {1U, 2U, 4U, 6U}) {
       Bytes sample = Sample(probe, Words(words, 0xA5A5A5A5));
@@ -84,13 +89,14 @@ TEST_F(CapacityTest, OverrunIsAtMostEightBytes) {
         std::uint32_t produced = 0;
         ErrorOf(
             [&] { unit_->ProcessSamples(0, sample.data(), capacity, output.data(), produced); });
-        const Bytes behind(output.begin() + capacity + 8, output.end());
-        EXPECT_EQ(behind, Bytes(behind.size(), 0xCC))
-            << int{probe} << " " << words << " " << capacity;
+        const auto written = std::find_if(output.rbegin(), output.rend(),
+                                          [](std::uint8_t byte) { return byte != 0xCC; });
+        farthest = std::max(farthest, output.rend() - written - std::ptrdiff_t{capacity});
         EXPECT_LE(produced, capacity + 8);
       }
     }
   }
+  EXPECT_EQ(farthest, 8);
 }
 
 TEST_F(CapacityTest, ErrorsByCapacity) {
