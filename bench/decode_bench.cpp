@@ -1,4 +1,4 @@
-// What the middle of the road costs: STP packets into messages, and samples into rows by kind.
+// The middle of the pipeline: STP packets into messages, and samples into rows by kind.
 
 #include <benchmark/benchmark.h>
 

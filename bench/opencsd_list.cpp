@@ -1,4 +1,4 @@
-// The peer of the whole tool: libopencsd lists the packets of a STP capture, with a callback that
+// The peer of the whole tool: libopencsd lists the packets of an STP capture, with a callback that
 // does nothing, on one thread.
 //
 // usage: opencsd_list CAPTURE

@@ -21,9 +21,9 @@ struct OpenCapture {
 };
 
 /// Opens every capture of the request, before any is read: a missing one must not show after half
-/// of the rows were written. The readers report to `observer`, which outlives them (null: to
-/// nobody). `settings_source` is the source id of frames where the request names none. Throws Error
-/// as Pipeline does.
+/// of the rows were written. The readers report to `observer`, which outlives them; null:
+/// no reports. `settings_source` is the source id of frames where the request names none. Throws
+/// Error as Pipeline does.
 std::vector<OpenCapture> open_captures(const DecodeRequest& request,
                                        std::optional<std::uint8_t> settings_source,
                                        RunObserver* observer);

@@ -20,8 +20,9 @@ template <typename Function>
 Function* find_entry(void* handle, const std::string& path, const char* name) {
   void* const symbol = ::dlsym(handle, name);
   if (symbol == nullptr) {
-    throw Error(ErrorCode::kPlugin, path,
-                std::string("is no decoder plug-in, entry point ") + name + ": " + loader_reason());
+    throw Error(
+        ErrorCode::kPlugin, path,
+        std::string("is not a decoder plug-in, entry point ") + name + ": " + loader_reason());
   }
   return reinterpret_cast<Function*>(symbol);
 }
@@ -40,7 +41,7 @@ DecoderLibrary::DecoderLibrary(const std::string& path) : path_(path) {
 
 DecoderLibrary::Unit DecoderLibrary::create_unit() const {
   void* const unit = create_();
-  if (unit == nullptr) throw Error(ErrorCode::kPlugin, path_, "made no decoder unit");
+  if (unit == nullptr) throw Error(ErrorCode::kPlugin, path_, "did not create a decoder unit");
   return Unit(static_cast<CDecoderUnitIF*>(unit), UnitDeleter{handle_, destroy_});
 }
 
@@ -49,8 +50,8 @@ ColumnCatalogue read_catalogue(CDecoderUnitIF& unit) {
   std::uint32_t count = 0;
   unit.InitColumn(shared, kFirstColumnId, count);
   if (count != shared.size()) {
-    throw Error(ErrorCode::kPlugin, "the decoder plug-in announces " + std::to_string(count) +
-                                        " columns and hands over " + std::to_string(shared.size()));
+    throw Error(ErrorCode::kPlugin, "the decoder plug-in reports " + std::to_string(count) +
+                                        " columns and returns " + std::to_string(shared.size()));
   }
   ColumnCatalogue catalogue;
   catalogue.first_id = kFirstColumnId;

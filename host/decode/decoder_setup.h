@@ -12,7 +12,7 @@
 #include "interfaces/device_config_manager_if.h"
 
 /// What a host does with a decoder unit before the first sample: a device session, a configuration
-/// manager over it, the settings loaded, the master ids handed over, the use case loaded. One
+/// manager over it, the settings loaded, the master ids set, the use case loaded. One
 /// thread; must outlive the units that it was applied to.
 namespace qbt2 {
 
@@ -27,11 +27,11 @@ class DecoderSetup {
   /// Sets up one unit and loads its use case. Units may share a setup: they ask it only here.
   void apply(Kz::Dvt::Trace::CDecoderUnitIF& unit);
 
-  /// Whether anything was given: with neither settings nor a device, no master is known.
+  /// Whether settings or a device were given; without either, no master is known.
   bool has_settings() const { return has_settings_; }
   /// The ids of the QBT2_<id> settings, in rising order.
   const std::vector<std::uint32_t>& master_ids() const { return master_ids_; }
-  /// The setting ATBID; empty where it is missing, 0 or no number.
+  /// The setting ATBID; empty where it is missing, 0 or not a number.
   std::optional<std::uint8_t> atb_id() const;
   /// A line for each use-case setting that the decoder cannot use.
   std::vector<std::string> warnings() const;

@@ -6,7 +6,7 @@ namespace {
 
 using testing::HasSubstr;
 
-// One message of each kind. The time stamps are 16 and 31 ticks of 5 ns; the second message has the
+// One message of each kind. The timestamps are 16 and 31 ticks of 5 ns; the second message has the
 // first one's, since its FLAG brings none.
 constexpr const char* kSync = "FFFFFFFFFFFFFFFFFFFFF0 F003";
 constexpr const char* kFreq = "F08 0BEBC200";  // 200 MHz
@@ -145,7 +145,7 @@ TEST_F(DecodeCommand, SettingsNameMastersAndPeriods) {
   }
 }
 
-TEST_F(DecodeCommand, SettingsThatCannotBeUsedAreTold) {
+TEST_F(DecodeCommand, ReportsSettingsThatCannotBeUsed) {
   const std::string capture = put("capture.stp", small_capture());
   const std::string config = put("settings.cfg",
                                  "QBT2_5=DMA1;1;long;0;0;0;0;0;0;0;0;0;0;0;0\n"
@@ -265,7 +265,7 @@ TEST_F(DecodeCommand, StatisticsAccountForEveryByte) {
   EXPECT_EQ(values, expected);
 }
 
-// ---- several roads, the same rows ----
+// ---- several ways, the same rows ----
 
 constexpr const char* kTimelessFields =
     "master,kind,description,address,Bytes,AvgLength,Tracked,TotalWait,RouteID,ByteCount,VIRTID,"

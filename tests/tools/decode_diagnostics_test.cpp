@@ -1,4 +1,4 @@
-// `qbt2 decode` on what is damaged, wrong or in the way: what it says, and what it leaves behind.
+// `qbt2 decode` with damaged input, wrong options and failing outputs: what it reports and leaves.
 #include <fcntl.h>
 #include <pty.h>
 #include <sys/ioctl.h>
@@ -38,7 +38,7 @@ std::map<std::uint64_t, std::string> by_offset(const std::string& rows) {
   return lines;
 }
 
-/// Where a synchronisation begins at or behind `from`: ten bytes FF, an F and the 0.
+/// Where an ASYNC packet begins at or after `from`: ten bytes FF, an F and the 0.
 std::size_t next_async(const std::string& bytes, std::size_t from) {
   for (std::size_t at = from; at + 11 < bytes.size(); ++at) {
     const bool ones = bytes.compare(at, 10, std::string(10, '\xFF')) == 0;
@@ -55,7 +55,7 @@ TEST_F(DecodeDiagnostics, DamageCostsNoRowOutsideOfIt) {
   std::string bytes = get("capture");
   std::vector<std::pair<std::size_t, std::size_t>> places;  // from the damage to the next ASYNC
   for (const std::size_t at : {20'011U, 90'500U, 150'003U, 299'000U}) {
-    // Too many F for any packet, and no 0 behind them that would make them an ASYNC.
+    // Too many F for any packet, and no 0 after them that would make them an ASYNC.
     bytes.replace(at, 24, std::string(23, '\xFF') + '\x22');
     places.emplace_back(at, next_async(bytes, at + 24));
   }
@@ -86,15 +86,15 @@ TEST_F(DecodeDiagnostics, DamageCostsNoRowOutsideOfIt) {
   EXPECT_GT(spared, before.size() * 9 / 10);
   for (const auto& [at, end] : places) {
     const std::string line = "qbt2: " + path.substr(0, path.rfind('/')) + "/damaged: byte ";
-    bool told = false;
+    bool reported = false;
     for (std::size_t byte = at; byte < at + 24; ++byte) {
-      told |= damaged.err.find(line + std::to_string(byte) + ": ") != std::string::npos;
+      reported |= damaged.err.find(line + std::to_string(byte) + ": ") != std::string::npos;
     }
-    EXPECT_TRUE(told) << at << damaged.err;
+    EXPECT_TRUE(reported) << at << damaged.err;
   }
 }
 
-TEST_F(DecodeDiagnostics, GeneratedDamageNeverHangsAndKeepsTheBooks) {
+TEST_F(DecodeDiagnostics, GeneratedDamageNeverHangsAndEveryByteIsCounted) {
   for (const char* input : {"stp", "frames", "samples"}) {
     const std::vector<std::string> options = {"--input", input, "--messages", "20k"};
     std::vector<std::string> more = options;
@@ -108,7 +108,8 @@ TEST_F(DecodeDiagnostics, GeneratedDamageNeverHangsAndKeepsTheBooks) {
     EXPECT_EQ(result.status, 1) << input << result.err.substr(0, 500);
     auto values = statistics(result.err);
     EXPECT_EQ(values["bytes"], std::filesystem::file_size(at("damaged")));
-    if (std::string(input) == "samples") continue;  // damage ends the file: nothing tells the rest
+    if (std::string(input) == "samples")
+      continue;  // damage ends the file: the rest cannot be found
     EXPECT_EQ(values["bytes_framing"] + values["bytes_other_sources"] + values["stp_bytes"],
               values["bytes"]);
     const std::vector<std::string> kept = lines_of(result.out);
@@ -126,23 +127,23 @@ TEST_F(DecodeDiagnostics, GeneratedDamageNeverHangsAndKeepsTheBooks) {
   }
 }
 
-TEST_F(DecodeDiagnostics, RejectedAndCutSamplesAreToldAndTheRunGoesOn) {
+TEST_F(DecodeDiagnostics, ReportsRejectedAndCutSamplesAndGoesOn) {
   std::string short_pair = sample(7, {1});  // seven payload bytes: the second word is not there
   short_pair[4] = 7;
   short_pair += std::string(2, '\x04');
   const std::string good = sample(5, {0x64, 0x19});
-  const std::string told = "master 7: the decoder rejects the sample (kind 2, detail 0)\n";
+  const std::string rejected = "master 7: the decoder rejects the sample (kind 2, detail 0)\n";
   const struct {
     std::string bytes;
     int status;
     std::size_t rows;
     std::vector<std::string> lines;
   } cases[] = {
-      {good + short_pair + good, 1, 2, {"byte 18: " + told}},
+      {good + short_pair + good, 1, 2, {"byte 18: " + rejected}},
       {good + good.substr(0, 17), 1, 1, {"byte 18: the last sample is cut short\n"}},
       {good + good.substr(0, 7), 1, 1, {"byte 18: the last sample is cut short\n"}},
       {good + std::string(7, '\xFF') + good, 1, 1, {"byte 18: a sample claims "}},
-      // No row is no damage: an empty message, one of three words, a length byte other than 4.
+      // No row is not damage: an empty message, one of three words, a length byte other than 4.
       {good + sample(5, {}) + sample(5, {1, 2, 3}) + good, 0, 2, {}},
   };
   for (const auto& c : cases) {
@@ -158,7 +159,7 @@ TEST_F(DecodeDiagnostics, RejectedAndCutSamplesAreToldAndTheRunGoesOn) {
   }
 }
 
-TEST_F(DecodeDiagnostics, OfEachTroubleTwentyLinesAreShownAndTheRestCounted) {
+TEST_F(DecodeDiagnostics, ShowsTwentyLinesOfADiagnosticAndCountsTheRest) {
   std::string short_pair = sample(7, {1});
   short_pair[4] = 7;
   short_pair += std::string(2, '\x04');
@@ -229,7 +230,7 @@ TEST_F(DecodeDiagnostics, SeveralSourcesNeedAChoice) {
 
 // ---- what ends a run ----
 
-TEST_F(DecodeDiagnostics, WhatCannotBeDoneIsToldInOneLineAndLeavesNothingBehind) {
+TEST_F(DecodeDiagnostics, FailuresTakeOneLineAndLeaveNoFile) {
   const std::string good = small_capture();
   const std::string text = put("text", "This is no capture, whatever its name says.\n");
   const std::string config = put("bad.tdf", "TDF2\x01");
@@ -283,7 +284,7 @@ TEST_F(DecodeDiagnostics, WhatCannotBeDoneIsToldInOneLineAndLeavesNothingBehind)
       {{good, "--plugin", at("none.so")}, "qbt2: " + at("none.so") + ": cannot load the decoder"},
       {{good, "--plugin", text}, "qbt2: " + text + ": cannot load the decoder plug-in: "},
       {{good, "--plugin", "libm.so.6"},
-       "qbt2: libm.so.6: is no decoder plug-in, entry point Create"},
+       "qbt2: libm.so.6: is not a decoder plug-in, entry point Create"},
   };
   const std::size_t files_before = files();
   for (const auto& c : cases) {
@@ -331,7 +332,7 @@ TEST_F(DecodeDiagnostics, AnInputThatCannotBeReadOrOpened) {
   EXPECT_EQ(result.err, "qbt2: " + path + ": cannot open: Permission denied\n");
 }
 
-TEST_F(DecodeDiagnostics, AReaderThatGoesEndsTheRunQuietly) {
+TEST_F(DecodeDiagnostics, AClosedPipeEndsTheRunQuietly) {
   const std::string path = generate("capture", {"--messages", "100k"});
   for (const char* threads : {"1", "4"}) {
     ToolRun run;
@@ -388,6 +389,14 @@ TEST_F(DecodeDiagnostics, ClosedStreams) {
 
 // ---- terminals ----
 
+/// Not every container has pseudo-terminals.
+bool has_terminals() {
+  int ends[2] = {-1, -1};
+  if (::openpty(&ends[0], &ends[1], nullptr, nullptr, nullptr) != 0) return false;
+  for (const int end : ends) ::close(end);
+  return true;
+}
+
 struct TerminalResult {
   int status = -1;
   std::string text;
@@ -399,6 +408,7 @@ TerminalResult run_on_terminal(unsigned short columns, std::vector<std::string> 
   winsize size{40, columns, 0, 0};
   int terminal = -1;
   const pid_t child = forkpty(&terminal, nullptr, nullptr, &size);
+  if (child < 0) return {};
   if (child == 0) {
     if (output != nullptr) {
       const int file = ::open(output, O_WRONLY | O_CREAT | O_TRUNC, 0600);
@@ -429,6 +439,7 @@ std::size_t characters(const std::string& line) {
 }
 
 TEST_F(DecodeDiagnostics, TheTableFitsTheTerminal) {
+  if (!has_terminals()) GTEST_SKIP() << "no pseudo-terminals here";
   const std::string path = generate("capture", {"--messages", "500"});
   for (const std::uint16_t columns : std::initializer_list<std::uint16_t>{60, 80, 120, 200}) {
     const TerminalResult result =
@@ -447,8 +458,8 @@ TEST_F(DecodeDiagnostics, TheTableFitsTheTerminal) {
   }
 }
 
-/// A named pipe that hands a capture over in two halves with a pause between them, once: long
-/// enough for a progress bar to be drawn behind it.
+/// A named pipe that delivers a capture in two halves with a pause between them, once: long
+/// enough for a progress bar to be drawn after it.
 class PausingPipe {
  public:
   PausingPipe(const std::string& path, const std::string& bytes) : path_(path) {
@@ -474,6 +485,7 @@ class PausingPipe {
 };
 
 TEST_F(DecodeDiagnostics, TheProgressBarIsDrawnOnlyWhereItIsWanted) {
+  if (!has_terminals()) GTEST_SKIP() << "no pseudo-terminals here";
   generate("capture", {"--messages", "2000"});
   const std::string bytes = get("capture");
   const std::string pipe = at("pipe");
@@ -511,25 +523,13 @@ TEST_F(DecodeDiagnostics, TheProgressBarIsDrawnOnlyWhereItIsWanted) {
 
 // ---- help ----
 
-TEST(ToolHelp, EveryCommandTellsItsOptions) {
-  const struct {
-    std::vector<std::string> arguments;
-    std::vector<const char*> words;
-  } cases[] = {
-      {{"--help"}, {"decode", "columns", "generate", "--version"}},
-      {{"decode", "--help"},
-       {"CAPTURE", "--input", "--atb-id", "--framing", "--config", "--device", "--master",
-        "--clock-hz", "--format", "--output", "--columns", "--limit", "--stats", "--plugin",
-        "--progress", "--threads"}},
-      {{"columns", "--help"}, {"--format", "--plugin"}},
-      {{"generate", "--help"}, {"--output", "--messages", "--seed", "--damage"}},
-  };
-  for (const auto& c : cases) {
-    const ToolResult result = run_tool(c.arguments);
-    EXPECT_EQ(result.status, 0);
-    EXPECT_EQ(result.err, "");
-    EXPECT_THAT(result.out, Not(HasSubstr("\033")));
-    for (const char* word : c.words) EXPECT_THAT(result.out, HasSubstr(word));
+TEST(ToolHelp, EveryCommandHasHelp) {
+  for (const std::string command : {"decode", "columns", "generate", "tdf", "info"}) {
+    EXPECT_THAT(run_tool({"--help"}).out, HasSubstr("\n  " + command + " "));
+    const ToolResult result = run_tool({command, "--help"});
+    EXPECT_EQ(result.status, 0) << command;
+    EXPECT_EQ(result.err, "") << command;
+    EXPECT_THAT(result.out, AllOf(HasSubstr("--help"), Not(HasSubstr("\033")))) << command;
   }
   EXPECT_THAT(run_tool({"--version"}).out, StartsWith("qbt2 "));
   EXPECT_EQ(run_tool(std::vector<std::string>{}).status, 2);

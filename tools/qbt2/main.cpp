@@ -47,7 +47,7 @@ int exit_for_parse(const CLI::App& app, const CLI::ParseError& error) {
 }  // namespace
 
 int main(int argc, char** argv) {
-  // A reader that closes our pipe is told by write() failing, not by a signal's death.
+  // A closed pipe shows as a failing write(), not as a deadly signal.
   std::signal(SIGPIPE, SIG_IGN);
   open_missing_standard_streams();
   CLI::App app{"Decodes QB Tracer 2 bus traffic from STP captures into rows.", "qbt2"};

@@ -6,8 +6,8 @@
 
 #include "host/base/output_file.h"
 
-/// What a sub-command prints piece by piece: collected into large writes, and ended at once where
-/// nobody reads any more. One thread.
+/// What a sub-command prints piece by piece: collected into large writes, and ended at once when
+/// the reader has gone. One thread.
 namespace qbt2::tool {
 
 /// Thrown when the reader of the output has gone. It ends a run quietly, with status 0.

@@ -11,7 +11,7 @@ bool standard_error_is_terminal();
 /// Columns of the terminal that standard output is, 0 where it is not one.
 std::size_t terminal_columns();
 /// Whether `word`, the value of --progress (auto, always or never), asks for a progress bar. auto:
-/// on a terminal that is not NO_COLOR's and does not show rows at the same time.
+/// on a terminal, unless NO_COLOR is set or rows are shown there.
 bool wants_progress(std::string_view word, bool rows_on_terminal);
 
 }  // namespace qbt2::tool
