@@ -232,7 +232,7 @@ double uString::ToDouble(const char* text) {
   return ToNumeric<double>(text);
 }
 
-uString::NumberBase uString::BaseOf(const char* text) {
+NumberBase uString::BaseOf(const char* text) {
   if (text == nullptr) throw error("unable to convert null string to numeric");
   if (*text == '\0') throw error("unable to convert empty string to numeric");
   if (text[0] != '0' || text[1] == '\0') return NumberBase::kDecimal;

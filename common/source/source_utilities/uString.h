@@ -1,14 +1,11 @@
 #pragma once
 
 #include <cstdint>
-#include <ios>
-#include <limits>
-#include <locale>
-#include <sstream>
 #include <string>
 #include <type_traits>
 #include <vector>
 
+#include "common/source/source_utilities/extract_number.h"
 #include "common/source/source_utilities/source_utilities_error.h"
 #include "interfaces/qbt2_export.h"
 
@@ -113,8 +110,7 @@ class QBT2_API uString {
   static T ToNumeric(const char* text);
 
  private:
-  enum class NumberBase { kDecimal, kOctal, kHexadecimal };
-  /// Also rejects null and empty text.
+  /// The base that the prefix says. Throws on null and on empty text.
   static NumberBase BaseOf(const char* text);
   [[noreturn]] static void ThrowNotNumeric(const char* text);
 };
@@ -125,18 +121,9 @@ T uString::ToNumeric(const char* text) {
   using Read = std::conditional_t<sizeof(T) == 1, int, T>;
 
   const NumberBase base = BaseOf(text);
-  std::istringstream stream(text);
-  stream.imbue(std::locale::classic());
-  stream.setf(base == NumberBase::kHexadecimal ? std::ios_base::hex
-              : base == NumberBase::kOctal     ? std::ios_base::oct
-                                               : std::ios_base::dec,
-              std::ios_base::basefield);
-  Read value = {};
-  stream >> value;
-  if (stream.fail()) ThrowNotNumeric(text);
-  stream >> std::ws;
-  if (!stream.eof()) ThrowNotNumeric(text);
-  return static_cast<T>(value);
+  const auto number = ExtractNumber<Read>(text, base);
+  if (!number.complete) ThrowNotNumeric(text);
+  return static_cast<T>(number.value);
 }
 
 }  // namespace KZ_DVT
