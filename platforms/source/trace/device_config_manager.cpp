@@ -1,12 +1,11 @@
 #include "platforms/source/trace/device_config_manager.h"
 
 #include <exception>
-#include <locale>
 #include <new>
-#include <sstream>
 #include <stdexcept>
 
 #include "common/source/logging/debug_log.h"
+#include "common/source/source_utilities/extract_number.h"
 
 namespace EktTrace {
 
@@ -16,27 +15,16 @@ using Kz::Dvt::Trace::eTraceDataFileType;
 
 namespace {
 
-// Formatted extraction with automatic base; false, and `number` as it was, without a number.
-template <typename Number>
-bool ReadNumber(const std::string& text, Number& number) {
-  std::istringstream stream(text);
-  stream.imbue(std::locale::classic());
-  stream.unsetf(std::ios::basefield);
-  Number read = 0;
-  if (!(stream >> read)) return false;
-  number = read;
-  return true;
+/// Reads a number with automatic base. `number` gets its low bits; it is unchanged if the text has
+/// no number in the range of Wide.
+template <typename Wide, typename Number>
+void ReadNumber(const std::string& text, Number& number) {
+  const auto read = KZ_DVT::ExtractNumber<Wide>(text, KZ_DVT::NumberBase::kAutomatic);
+  if (read.valid) number = static_cast<Number>(read.value);
 }
 
-// As ReadNumber, for the kinds wider than the value record: their low 32 bits.
-template <typename Wide, typename Narrow>
-void ReadLowHalf(const std::string& text, Narrow& number) {
-  Wide wide = 0;
-  if (ReadNumber(text, wide)) number = static_cast<Narrow>(wide);
-}
-
-// Fills type and value from the text. A text that does not convert leaves the number alone and is
-// no error: the text itself is still the answer.
+/// Sets type and value from the text. A text that does not convert is not an error: the number
+/// stays unchanged and the text itself is the result.
 void Convert(std::uint32_t kind, ConfigPropertyValue& value) {
   switch (kind) {
     case eSessionBoolean:
@@ -45,15 +33,15 @@ void Convert(std::uint32_t kind, ConfigPropertyValue& value) {
       break;
     case eSessionSigned32:
       value.type = Kz::Dvt::Trace::eConfigPropertySigned;
-      ReadNumber(value.text, value.value.signedValue);
+      ReadNumber<std::int32_t>(value.text, value.value.signedValue);
       break;
     case eSessionSigned64:
       value.type = Kz::Dvt::Trace::eConfigPropertySigned;
-      ReadLowHalf<std::int64_t>(value.text, value.value.signedValue);
+      ReadNumber<std::int64_t>(value.text, value.value.signedValue);
       break;
     case eSessionUnsigned64:
       value.type = Kz::Dvt::Trace::eConfigPropertyUnsigned;
-      ReadLowHalf<std::uint64_t>(value.text, value.value.unsignedValue);
+      ReadNumber<std::uint64_t>(value.text, value.value.unsignedValue);
       break;
     case eSessionText:
       value.type = Kz::Dvt::Trace::eConfigPropertyText;
@@ -61,7 +49,7 @@ void Convert(std::uint32_t kind, ConfigPropertyValue& value) {
     case eSessionUnsigned32:
     default:
       value.type = Kz::Dvt::Trace::eConfigPropertyUnsigned;
-      ReadNumber(value.text, value.value.unsignedValue);
+      ReadNumber<std::uint32_t>(value.text, value.value.unsignedValue);
       break;
   }
 }
@@ -218,7 +206,7 @@ std::string DeviceConfigManager_t::GetLastError() const try {
   return {};
 }
 
-// To be called in a handler. The session is the host's and may throw what it likes.
+/// Call it in a handler. The session is the host's and may throw anything.
 bool DeviceConfigManager_t::RecordException() noexcept try {
   try {
     throw;

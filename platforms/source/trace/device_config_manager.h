@@ -10,8 +10,8 @@
 #include "platforms/source/trace/tdf_helper.h"
 
 /// The settings of a traced device by name: read live from the device session, from a saved
-/// configuration, or one at a time on demand; saved from what was read. Flavours register the names
-/// they know. One thread at a time uses a manager, that of the host's configuration.
+/// configuration, or one at a time on demand; what was read can be saved. Flavours register the
+/// names they know. One thread at a time uses a manager: the host's configuration thread.
 namespace EktTrace {
 
 /// Ids of the configuration attributes in use, as the host's device layer numbers them.
@@ -36,14 +36,14 @@ enum _eTraceAttributeId_t : std::uint32_t {
 };
 
 /// Slot order is that of the interface, then GetDefaultValue. Failures are a false result and a
-/// text that GetLastError gives; after construction nothing throws, whatever the session does.
+/// text that GetLastError returns. After construction nothing throws, even if the session does.
 class QBT2_API DeviceConfigManager_t : public Kz::Dvt::Trace::CDeviceConfigManager {
  public:
   using eConfigType = ConfigFile::DeviceConfig_t::eConfigType;
   using AttributeMap = std::map<std::string, _eTraceAttributeId_t>;
 
   /// `session` is borrowed and outlives the manager; null throws std::runtime_error. `deviceName`
-  /// is the session's name of the device, `secondName` goes along with it unchanged.
+  /// is the session's name of the device; `secondName` is passed to the session with it, unchanged.
   DeviceConfigManager_t(IDeviceSession_t* session, const std::string& deviceName,
                         eConfigType configType, const std::string& secondName);
   ~DeviceConfigManager_t() override = default;
@@ -55,24 +55,25 @@ class QBT2_API DeviceConfigManager_t : public Kz::Dvt::Trace::CDeviceConfigManag
   /// failures show as defaults and in the debug log.
   bool LoadConfigurationLive() override;
 
-  /// Adds the settings of a file to the values held, and writes all values held to the device. A
-  /// setting that cannot be written is logged and does not make the load fail.
+  /// Adds the settings of a file to the stored values and writes all stored values to the device. A
+  /// setting that cannot be written is logged; the load still succeeds.
   bool LoadConfiguration(const std::string& path, Kz::Dvt::Trace::eTraceDataFileType type) override;
   bool SaveConfiguration(const std::string& path, Kz::Dvt::Trace::eTraceDataFileType type) override;
 
-  /// The session tells whether the setting exists and of what kind it is; a value that was loaded
-  /// or read live wins over the session's. Numbers are decimal, 0x hexadecimal or 0 octal; a text
-  /// that is no number leaves `value.value` as it was.
+  /// The session says whether the setting exists and what kind it is; a value that was loaded or
+  /// read live wins over the session's. Numbers are decimal, 0x hexadecimal or 0 octal; a text that
+  /// is not a number leaves `value.value` unchanged.
   bool GetProperty(const std::string& name, Kz::Dvt::Trace::ConfigPropertyValue& value) override;
 
-  /// The device's object file. There is one for a device, so that `name` is not used, on purpose.
+  /// The device's object file. Deliberate: a device has one, so `name` is not used and the result
+  /// is always true.
   bool GetObjectFile(const std::string& name, std::string& path) override;
   std::string GetLastError() const override;
 
-  /// The text of a setting that cannot be read.
+  /// The value of a setting that cannot be read.
   virtual std::string GetDefaultValue(const std::string& name);
 
-  /// Registers a setting; a name that is there already gets the new id.
+  /// Registers a setting; a registered name gets the new id.
   void AddConfigEntry(const std::string& name, _eTraceAttributeId_t id);
   const AttributeMap& GetConfigEntries() const { return m_attributes; }
 

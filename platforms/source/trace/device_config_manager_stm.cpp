@@ -14,7 +14,7 @@ struct ConfigEntry {
   _eTraceAttributeId_t id;
 };
 
-// "STM_ATB_Id" and "ATBID" share an id and are two settings.
+/// "STM_ATB_Id" and "ATBID" are two settings with one id.
 constexpr ConfigEntry kEntries[] = {
     {"Instruction_Compress", eTraceAttributeInstructionCompress},
     {"Data_Compress", eTraceAttributeDataCompress},
@@ -38,7 +38,6 @@ static_assert(std::size(kEntries) == 17);
 
 constexpr char kTracerComponent[] = "MOD_QBTRACER0";
 constexpr char kMasterList[] = "masterid.proc";
-constexpr char kUseCasePrefix[] = "QBT2_";
 
 }  // namespace
 
@@ -54,8 +53,8 @@ DeviceConfigManagerStm_t::DeviceConfigManagerStm_t(IDeviceSession_t* session,
   AddMasterEntries(*session);
 }
 
-// A master's id is taken as the device model writes it, on purpose: one written "0x5" becomes the
-// setting QBT2_0x5, although the decoder asks by decimal number.
+/// Deliberate: a master's id is taken as the device model writes it. "0x5" becomes the setting
+/// QBT2_0x5, although the decoder asks by decimal number.
 void DeviceConfigManagerStm_t::AddMasterEntries(IDeviceSession_t& session) {
   const auto* const identifier = session.GetDeviceIdentifier();
   const auto* const device =
@@ -67,7 +66,8 @@ void DeviceConfigManagerStm_t::AddMasterEntries(IDeviceSession_t& session) {
   if (masters == nullptr) return;
   for (const IPropertyEntry_t* const master : *masters) {
     if (master != nullptr) {
-      AddConfigEntry(kUseCasePrefix + master->GetValue(), eTraceAttributeQbt2UseCase);
+      AddConfigEntry(std::string(Kz::Dvt::Trace::kUseCaseSettingPrefix) + master->GetValue(),
+                     eTraceAttributeQbt2UseCase);
     }
   }
 }

@@ -15,8 +15,8 @@ class QBT2_API DeviceConfigManagerStm_t : public DeviceConfigManager_t {
   DeviceConfigManagerStm_t(IDeviceSession_t* session, const std::string& deviceName,
                            const std::string& secondName);
 
-  /// A new manager, which the caller owns and deletes, or null with `error` filled.
-  /// No exception of the construction comes out.
+  /// A new manager, which the caller owns and deletes, or null with `error` filled: exceptions of
+  /// the construction are caught.
   static DeviceConfigManagerStm_t* Construct(IDeviceSession_t* session,
                                              const std::string& deviceName,
                                              const std::string& secondName, std::string& error);

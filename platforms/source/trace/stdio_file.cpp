@@ -48,7 +48,7 @@ bool FindEnd(std::FILE* stream, std::uint64_t& end) {
   std::uint64_t here = 0;
   if (!Tell(stream, here) || fseeko(stream, 0, SEEK_END) != 0 || !Tell(stream, end)) return false;
   if (IsDirectory(stream)) {
-    end = 0;  // some file systems answer the largest offset there is
+    end = 0;  // some file systems return the largest possible offset
   }
   return SeekTo(stream, here);
 }

@@ -46,7 +46,7 @@ using Hwdbg::hwDbgError;
 
 namespace {
 
-// Texts that several operations share. The doubled blanks behind some dashes are the system's own.
+// Texts that several operations share. Deliberate: hosts know the two blanks after some dashes.
 constexpr char kSaveUnavailable[] = "File name passed to save file is not valid.";
 constexpr char kLoadUnavailable[] = "File name passed to load is not valid.";
 constexpr char kCannotOpen[] = "Could not open TDF file as specified.";
@@ -69,15 +69,15 @@ StdioFile OpenForUpdate(const char* path) {
   return file;
 }
 
-// Writes the length field last, so that a section is not longer than what is known to be there.
+/// Writes the length field last, so that a section is never longer than the data written.
 void FinishSection(StdioFile file, std::uint32_t headerOffset, std::uint32_t length) {
   Require(SeekTo(file.get(), headerOffset) && WriteWord(file.get(), length), kHeaderSize);
   Require(CloseWritten(std::move(file)), kHeaderSize);
 }
 
-// Where the payload goes: behind the section as its length field has it now. A field that is no
-// length of a section in this file (0 after a save that failed half-way, or an offset that is not
-// that of a section) would make the data overwrite the header or land beyond the end of the file.
+/// Where new data goes: to the end of the section, as its length field says. An invalid length (0
+/// after a save that failed half-way, anything if the offset is not that of a section) is refused:
+/// the data would overwrite the header or land beyond the end of the file.
 std::uint64_t FindEndOfSection(std::FILE* file, std::uint32_t headerOffset) {
   std::uint32_t length = 0;
   Require(SeekTo(file, headerOffset) && ReadWord(file, length),
@@ -94,7 +94,7 @@ bool StartsWithIdentifier(std::FILE* file) {
   return ReadWord(file, word) && word == kIdentifierWord;
 }
 
-// An open file behind its identifier.
+/// An open file, positioned after its identifier.
 StdioFile OpenTdf(const char* path) {
   StdioFile file = OpenForReading(path);
   Require(file != nullptr, kCannotOpen);
@@ -108,7 +108,7 @@ void RequireSection(bool found, const char* name) {
   }
 }
 
-// Lower case in ASCII, whatever the host's locale.
+/// Lower case in ASCII, whatever the host's locale.
 char LowerAscii(char letter) {
   return letter >= 'A' && letter <= 'Z' ? static_cast<char>(letter - 'A' + 'a') : letter;
 }
@@ -207,7 +207,7 @@ bool TDFHandler::SeekSectionData(std::FILE* stream, const char* name, std::uint3
     if (section.payloadOffset > kMaxUint32 || !SeekTo(stream, section.payloadOffset)) {
       return false;  // positions are 32 bits wide
     }
-    // What the header claims; how much of it a cut file still holds, LoadSectionData tells.
+    // What the header claims. A cut file has less; LoadSectionData returns how much.
     dataLength =
         static_cast<std::uint32_t>(section.offset + section.length - section.payloadOffset);
     return true;

@@ -1,3 +1,5 @@
+#include "platforms/source/trace/tdf_helper_device_config.h"
+
 #include <array>
 #include <istream>
 #include <ostream>
@@ -6,11 +8,11 @@
 
 #include "common/source/logging/debug_log.h"
 #include "common/source/source_utilities/uEnvironment.h"
+#include "platforms/source/trace/config_text.h"
 #include "platforms/source/trace/stdio_file.h"
 #include "platforms/source/trace/tdf_format.h"
 #include "platforms/source/trace/tdf_handler.h"
-#include "platforms/source/trace/tdf_helper.h"
-#include "platforms/source/trace/tdf_helper_text.h"
+#include "platforms/source/trace/tdf_helper_section.h"
 
 namespace EktTrace::ConfigFile {
 
@@ -24,14 +26,12 @@ const std::string DeviceConfig_t::StmSectionName = kStmConfig.name;
 
 namespace {
 
-// By configuration type.
+/// By configuration type.
 constexpr std::array<SectionKind, 3> kSections = {kArmConfig, kDspConfig, kStmConfig};
 static_assert(DeviceConfig_t::eArmConfig == 0 && DeviceConfig_t::eDspConfig == 1 &&
               DeviceConfig_t::eStmConfig == 2);
 
-constexpr char kBadTdf[] = "Bad TDF file";
 constexpr char kBadConfigType[] = "Bad configuration type.";
-constexpr char kNotSupported[] = "File type is not supported";
 
 bool SavePlainFile(const std::string& path, const std::string& text, std::string& errorText) {
   switch (Kz::Dvt::Trace::WriteWholeFile(path, text)) {
@@ -65,14 +65,14 @@ bool DeviceConfig_t::Save(const DeviceConfigData_t& data, std::string& errorText
     case kTdfFileType:
       return SaveSection(text, errorText);
     default:
-      return SetError(kNotSupported, errorText);
+      return SetError(kFileTypeNotSupported, errorText);
   }
 } catch (...) {
   return ReportException(errorText);
 }
 
 bool DeviceConfig_t::SaveSection(const std::string& text, std::string& errorText) const {
-  if (!TDFHandler::ISTDF(m_fileName.c_str())) return SetError(kBadTdf, errorText);
+  if (!TDFHandler::ISTDF(m_fileName.c_str())) return SetError(kBadTdfFile, errorText);
   if (m_configType >= kSections.size()) return ReportError(kBadConfigType, errorText);
   SaveSectionText(m_fileName, kSections[m_configType], text);
   return true;
@@ -81,19 +81,19 @@ bool DeviceConfig_t::SaveSection(const std::string& text, std::string& errorText
 bool DeviceConfig_t::Load(DeviceConfigData_t& data, std::string& errorText) try {
   switch (m_fileType) {
     case kPlainFileType1:
-    case kPlainFileType4:  // but not type 2, which is saved only
+    case kPlainFileType4:  // not type 2, which can only be saved
       return LoadPlainFile(data, errorText);
     case kTdfFileType:
       return LoadSection(data, errorText);
     default:
-      return SetError(kNotSupported, errorText);
+      return SetError(kFileTypeNotSupported, errorText);
   }
 } catch (...) {
   return ReportException(errorText);
 }
 
 bool DeviceConfig_t::LoadPlainFile(DeviceConfigData_t& data, std::string& errorText) const {
-  // Without the variable the directory is the empty one, so that an absolute name still works.
+  // Without the variable the directory is empty, so that an absolute name still works.
   const std::string path = KZ_DVT::uEnvironment::GetVar("KZ_TRACE_SETTINGS_DIR") + "/" + m_fileName;
   std::string text;
   if (!Kz::Dvt::Trace::ReadWholeFile(path, text)) {
@@ -105,7 +105,7 @@ bool DeviceConfig_t::LoadPlainFile(DeviceConfigData_t& data, std::string& errorT
 }
 
 bool DeviceConfig_t::LoadSection(DeviceConfigData_t& data, std::string& errorText) const {
-  if (!TDFHandler::ISTDF(m_fileName.c_str())) return ReportError(kBadTdf, errorText);
+  if (!TDFHandler::ISTDF(m_fileName.c_str())) return ReportError(kBadTdfFile, errorText);
   if (m_configType >= kSections.size()) return ReportError(kBadConfigType, errorText);
   std::string text;
   if (!LoadSectionText(m_fileName, kSections[m_configType], text, errorText)) return false;
@@ -138,13 +138,9 @@ void DeviceConfig_t::InputValues(std::istream& stream, DeviceConfigData_t& data)
 }
 
 void DeviceConfig_t::InputOneValue(const std::string& line, DeviceConfigData_t& data) {
-  const std::size_t equals = line.find('=');
-  // A line without '=' is a setting whose value is its own name, on purpose: a switch.
-  std::string name = line.substr(0, equals);
-  std::string value = line.substr(equals == std::string::npos ? 0 : equals + 1);
-  clean_string(name);
-  clean_string(value);
-  if (!name.empty() && !value.empty()) data.values[name] = value;
+  // Deliberate: a line without '=' is a switch, a setting whose value is its own name.
+  const KeyValue setting(line);
+  if (!setting.key.empty() && !setting.value.empty()) data.values[setting.key] = setting.value;
 }
 
 void DeviceConfig_t::InputOneUseCase(const std::string& /*line*/, std::istream& /*stream*/,

@@ -1,4 +1,5 @@
-#include <algorithm>
+#include "platforms/source/trace/tdf_helper_device_identifier.h"
+
 #include <cstddef>
 #include <istream>
 #include <map>
@@ -10,10 +11,10 @@
 
 #include "common/source/logging/debug_log.h"
 #include "common/source/source_utilities/uEnvironment.h"
+#include "platforms/source/trace/config_text.h"
 #include "platforms/source/trace/stdio_file.h"
 #include "platforms/source/trace/tdf_format.h"
-#include "platforms/source/trace/tdf_helper.h"
-#include "platforms/source/trace/tdf_helper_text.h"
+#include "platforms/source/trace/tdf_helper_section.h"
 
 namespace EktTrace::ConfigFile {
 
@@ -32,21 +33,11 @@ constexpr char kFieldEnd = '$';
 constexpr char kRecordEnd = '~';
 constexpr char kItemEnd = ',';
 
-// What a field becomes that a record leaves out.
+/// The texts of fields that a record leaves out.
 constexpr char kUnknownName[] = "Unknown";
 constexpr char kNoNumber[] = "0";
 
-std::vector<std::string> SplitAt(std::string_view text, char separator) {
-  std::vector<std::string> parts;
-  for (std::size_t begin = 0; begin <= text.size();) {
-    const std::size_t end = std::min(text.find(separator, begin), text.size());
-    parts.emplace_back(text.substr(begin, end - begin));
-    begin = end + 1;
-  }
-  return parts;
-}
-
-// A number of a line: hexadecimal with "0x", decimal without. 0 for anything else, which is logged.
+/// A number of a line: hexadecimal with "0x", decimal without. Anything else is logged and 0.
 std::uint32_t ReadNumber(const std::string& text) {
   const int base = text.find("0x") != std::string::npos ? 16 : 10;
   const std::optional<std::uint32_t> number = ParseUnsigned(text, base);
@@ -54,8 +45,8 @@ std::uint32_t ReadNumber(const std::string& text) {
   return number.value_or(0);
 }
 
-// One record of a line. Names lose the blanks at their ends: the first one of a line has lost them
-// already, with the line's value, and the lines must agree on a name. Other texts keep them.
+/// One record of a line. Names are trimmed: the first one of a line already is, with the line's
+/// value, and the lines must agree on a name. Other texts keep their blanks.
 class Record {
  public:
   explicit Record(std::string_view text) : m_fields(SplitAt(text, kFieldEnd)) {}
@@ -83,10 +74,10 @@ void ForEachRecord(const std::string& value, Handle handle) {
   }
 }
 
-// DEVICEID gives ids in order, the devices named "0", "1" and so on for the time being; DEVICEMAP
-// gives names and ids. A record of the map names the first device of its id that no record has
-// named yet, or is a device of its own, since DEVICEID does not count ids of 0. Pairing by id, and
-// not by the provisional names, is what lets a device be called "0".
+/// DEVICEID lists ids, whose devices get the provisional names "0", "1" and so on; DEVICEMAP has
+/// names and ids. A record of the map names the first unnamed device of its id. If there is none it
+/// adds a device, since DEVICEID leaves out ids of 0. Pairing by id, not by provisional name,
+/// allows a device to be called "0".
 class DeviceCollector {
  public:
   void AddId(std::uint32_t id) {
@@ -96,8 +87,8 @@ class DeviceCollector {
   }
   void AddRecord(const Record& record) { m_named.push_back({record.Name(0), record.Number(1)}); }
 
-  // The map's devices in its order, then those that stayed without a name. To be called at the end,
-  // so that the order of the lines does not matter.
+  /// The map's devices in its order, then those without a name. Call it after the last line, so
+  /// that the order of the lines does not matter.
   std::vector<DeviceEntry_t> Take() {
     std::map<std::uint32_t, std::size_t> recordsOfId;
     for (const DeviceEntry_t& device : m_named) {
@@ -119,9 +110,9 @@ class DeviceCollector {
   std::vector<DeviceEntry_t> m_named;
 };
 
-// Several lines speak of one processor and name it. Processors come in the order in which they are
-// first named; where a line gives one name twice, its second record is about the second processor
-// of that name.
+/// Several lines describe one processor, by name. Processors are kept in the order in which they
+/// are first named. If a line has a name twice, its second record describes the second processor of
+/// that name.
 class ProcessorCollector {
  public:
   void BeginLine() { m_mentions.clear(); }
@@ -218,20 +209,13 @@ void InputKeyword(const std::string& name, const std::string& value, Collected& 
 }
 
 void InputLine(const std::string& line, Collected& all) {
-  std::string name = line;
-  std::string value = line;
-  const std::size_t equals = line.find('=');
-  if (equals == std::string::npos) {
-    // Despite its wording such a line is not ignored, on purpose: it goes on with the whole line as
-    // keyword and value, so that a bare EMU sets the emulator to "EMU".
+  const KeyValue field(line);
+  if (!field.hasEquals) {
+    // Deliberate: despite the message the line is not ignored. The whole line is keyword and value,
+    // so that a bare EMU sets the emulator to "EMU".
     QBT2_DEBUG_LOG(LOG_ERROR, "Line does not match syntax, ignoring: %s", line.c_str());
-  } else {
-    name.erase(equals);
-    value.erase(0, equals + 1);
   }
-  clean_string(name);
-  clean_string(value);
-  InputKeyword(name, value, all);
+  InputKeyword(field.key, field.value, all);
 }
 
 std::string PlainPath(const std::string& fileName) {
@@ -279,7 +263,7 @@ bool DeviceIdentifier_t::Load(DevIdData_t& data, std::string& errorText) try {
       return SetError("Failed to open file " + path, errorText);
     }
   } else {
-    return SetError("File type is not supported", errorText);
+    return SetError(kFileTypeNotSupported, errorText);
   }
   std::istringstream stream(text);
   InputData(stream, kDeviceIdentifier.version, data);
@@ -317,7 +301,7 @@ void DeviceIdentifier_t::OutputData(std::ostream& stream, unsigned /*version*/,
   }
   stream << "\nPROCMAP=";
   for (const ProcEntry_t& processor : data.processors) {
-    // The third field is empty on purpose; readers of this line expect it.
+    // The third field is deliberately empty; readers of this line expect it.
     stream << processor.name << kFieldEnd << std::to_string(processor.mapValue) << kFieldEnd
            << kRecordEnd;
   }
@@ -329,7 +313,7 @@ void DeviceIdentifier_t::InputData(std::istream& stream, unsigned /*version*/, D
   std::string line;
   while (std::getline(stream, line)) {
     clean_string(line);
-    InputLine(line, all);  // an empty line too: no writer makes one, and the log tells of it
+    InputLine(line, all);  // empty lines too: no writer makes one, so they are logged
   }
   data.devices = all.devices.Take();
   data.processors = all.processors.Take();

@@ -22,7 +22,7 @@ std::string Count(std::uint64_t number, const char* what) {
 
 TdfCursor::TdfCursor(std::FILE* stream) : m_stream(stream) {
   if (!Tell(stream, m_next) || !FindEnd(stream, m_end)) {
-    m_end = m_next;  // a stream that cannot seek holds no section
+    m_end = m_next;  // no sections in a stream that cannot seek
   }
 }
 
@@ -51,7 +51,8 @@ bool TdfCursor::ReadHeader(TdfSectionInfo& section, TdfFault& fault) {
   const std::uint64_t remaining = m_end - m_next;
   if (remaining < kSectionHeaderSize) {
     return Stop(fault, eTdfFault::HeaderCut,
-                "the file ends after " + Count(remaining, "of 12 bytes of a section's header"));
+                "the file ends after " + Count(remaining, "of ") +
+                    Count(kSectionHeaderSize, "bytes of a section's header"));
   }
   std::uint32_t length = 0;
   std::uint32_t nameLength = 0;
@@ -62,11 +63,13 @@ bool TdfCursor::ReadHeader(TdfSectionInfo& section, TdfFault& fault) {
   if (length == 0) return Stop(fault, eTdfFault::LengthZero, "a section's length is 0");
   if (length > kMaxSectionLength) {
     return Stop(fault, eTdfFault::LengthTooLarge,
-                "a section's length is " + Count(length, "bytes, above the limit of 134217728"));
+                "a section's length is " + Count(length, "bytes, above the limit of ") +
+                    std::to_string(kMaxSectionLength));
   }
   if (nameLength > kMaxNameLength) {
     return Stop(fault, eTdfFault::NameTooLong,
-                "a section's name is " + Count(nameLength, "bytes long, above the limit of 4095"));
+                "a section's name is " + Count(nameLength, "bytes long, above the limit of ") +
+                    std::to_string(kMaxNameLength));
   }
   if (length < kSectionHeaderSize + nameLength) {
     return Stop(fault, eTdfFault::LengthTooShort,
@@ -90,7 +93,8 @@ std::vector<TdfSectionInfo> ListSections(std::FILE* stream, TdfFault& fault) {
   std::vector<TdfSectionInfo> sections;
   std::uint32_t identifier = 0;
   if (!SeekTo(stream, 0) || !ReadWord(stream, identifier) || identifier != kIdentifierWord) {
-    fault = {eTdfFault::NoIdentifier, 0, "the file does not start with \"TDF2\""};
+    fault = {eTdfFault::NoIdentifier, 0,
+             "the file does not start with \"" + std::string(kIdentifierText) + "\""};
     return sections;
   }
   TdfCursor cursor(stream);

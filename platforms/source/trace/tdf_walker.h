@@ -7,38 +7,37 @@
 
 #include "interfaces/qbt2_export.h"
 
-/// The one walk over a trace data file's sections. TDFHandler looks sections up with it; tools list
-/// and check whole files with it, and learn where and why a file stops being well-formed. Offsets
-/// are 64 bits wide here, so that no length field can make them wrap. One thread at a time uses a
-/// cursor; ListSections may run on any thread.
+/// The walk over a trace data file's sections. TDFHandler finds sections with it; tools list and
+/// check whole files, and learn where and why a file is malformed. Offsets are 64 bits wide here,
+/// so that no length field can make them wrap. One thread at a time uses a cursor; ListSections may
+/// run on any thread.
 namespace Kz::Dvt::Trace {
 
-/// One section as it lies in the file. Offsets count from the start of the file, all sizes are
-/// bytes.
+/// One section of a file. Offsets count from the start of the file; all sizes are in bytes.
 struct TdfSectionInfo {
   std::string name;                 ///< as stored, zero bytes included
   std::uint32_t version = 0;        ///< chosen by the writer
   std::uint64_t offset = 0;         ///< of the length field, the section's first byte
-  std::uint64_t length = 0;         ///< what the length field says
-  std::uint64_t payloadOffset = 0;  ///< of the first byte behind the name
-  std::uint64_t payloadLength = 0;  ///< bytes that are there; fewer than claimed at a cut end
+  std::uint64_t length = 0;         ///< from the length field
+  std::uint64_t payloadOffset = 0;  ///< of the first byte after the name
+  std::uint64_t payloadLength = 0;  ///< bytes in the file; fewer than claimed where the end cuts it
 };
 
 enum class eTdfFault : std::uint32_t {
   None,
   CannotOpen,
   ReadError,
-  NoIdentifier,     ///< the file does not start with "TDF2"
+  NoIdentifier,     ///< the file does not start with the TDF identifier
   HeaderCut,        ///< the file ends inside a section's header or name
-  LengthZero,       ///< a walk that followed this length would never move on
+  LengthZero,       ///< a walk by this length would never advance
   LengthTooShort,   ///< shorter than the section's own header
-  LengthTooLarge,   ///< above the 128 MiB that readers accept
-  NameTooLong,      ///< above 4095
-  PayloadCut,       ///< the file ends inside the payload; the section itself is still delivered
-  TooManySections,  ///< more than the caller asked for
+  LengthTooLarge,   ///< above kMaxSectionLength
+  NameTooLong,      ///< above kMaxNameLength
+  PayloadCut,       ///< the file ends inside the payload; the section is still delivered
+  TooManySections,  ///< more than kMaxListedSections
 };
 
-/// Where and why a walk ended before the file's end. `offset` is that of the section at fault.
+/// Where and why a walk ended before the end of the file. `offset` is that of the bad section.
 struct TdfFault {
   eTdfFault kind = eTdfFault::None;
   std::uint64_t offset = 0;
@@ -51,13 +50,14 @@ struct TdfFault {
 /// (bytes of the file / 12) steps are possible.
 class QBT2_API TdfCursor {
  public:
-  /// Begins at the stream's current position, which must be that of a section. The stream must be
-  /// able to seek, is borrowed, and must outlive the cursor.
+  /// Begins at the stream's current position, which must be that of a section. The stream is
+  /// borrowed, must be able to seek and must outlive the cursor.
   explicit TdfCursor(std::FILE* stream);
 
-  /// The next section. False at the end of the file, and at a fault, which is then told in `fault`
-  /// (otherwise left alone). A section whose payload the end of the file cuts comes with true and a
-  /// fault; the call after it returns false. Leaves the stream anywhere. Throws std::bad_alloc.
+  /// The next section. False at the end of the file and at a fault, which is stored in `fault`
+  /// (otherwise unchanged). A section whose payload the end of the file cuts is returned with true
+  /// and a fault; the next call returns false. The stream's position is unspecified afterwards.
+  /// Throws std::bad_alloc.
   bool Next(TdfSectionInfo& section, TdfFault& fault);
 
  private:
@@ -69,14 +69,14 @@ class QBT2_API TdfCursor {
   std::uint64_t m_end = 0;
 };
 
-/// Most sections that ListSections collects: a file of nothing but empty, nameless sections would
-/// otherwise take several times its size in memory.
+/// The most sections that ListSections returns: a file of empty, nameless sections would otherwise
+/// take several times its size in memory.
 inline constexpr std::size_t kMaxListedSections = 1'000'000;
 
 /// All sections of a file, in file order, up to its end or the first fault. Throws std::bad_alloc.
 QBT2_API std::vector<TdfSectionInfo> ListSections(const std::string& path, TdfFault& fault);
 
-/// The same over an open, seekable stream that holds a whole file; it is read from its start.
+/// The same for an open, seekable stream over a whole file, read from its start.
 QBT2_API std::vector<TdfSectionInfo> ListSections(std::FILE* stream, TdfFault& fault);
 
 }  // namespace Kz::Dvt::Trace

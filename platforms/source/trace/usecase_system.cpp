@@ -14,14 +14,14 @@ using TargetOperations::JobManagerInterface;
 
 /// Ids of the address settings.
 enum eAddressSettings : unsigned int {
-  eAddressGroup = 0x80850000,   // boolean; the addresses are looked up under it
-  eAddressFirst = 0x80850001,   // location
-  eAddressSecond = 0x80850002,  // location
-  eAddressThird = 0x80850003,   // location, read and not used
-  eAddressFlag = 0x80850004,    // boolean
+  eAddressGroup = 0x80850000,   ///< boolean; the addresses are looked up under it
+  eAddressFirst = 0x80850001,   ///< location
+  eAddressSecond = 0x80850002,  ///< location
+  eAddressThird = 0x80850003,   ///< location, looked up but not used
+  eAddressFlag = 0x80850004,    ///< boolean
 };
 
-/// Borrowed, as the job manager hands it out.
+/// Borrowed from the job manager.
 IProperty* Find(const IProperty* root, JobManagerInterface* jobs, unsigned int id) {
   return root != nullptr && jobs != nullptr ? jobs->FindProperty(root, id) : nullptr;
 }
@@ -34,8 +34,8 @@ std::optional<bool> FindBoolean(const IProperty* root, JobManagerInterface* jobs
 
 template <class Integer>
 void GetInteger(const IProperty& root, JobManagerInterface* jobs, Integer* out, unsigned int id) {
-  // The run-time cast, not the query: it adds no reference, and so sees any object that derives
-  // from the interface, whatever its query answers.
+  // A dynamic_cast, not a query: it adds no reference and accepts any object that derives from the
+  // interface, whatever its query returns.
   const auto* const integer =
       dynamic_cast<TargetOperations::IIntegerProperty*>(Find(&root, jobs, id));
   if (integer != nullptr && out != nullptr) *out = static_cast<Integer>(integer->GetValue());
@@ -58,7 +58,7 @@ void SysUcGetAddressSettings(const IProperty* root, bool& flag, unsigned int& fi
   const IProperty* const group = Find(root, jobs, eAddressGroup);
   if (group == nullptr) return;
   first = SysUcGetAddressValue(group, eAddressFirst, jobs);
-  // Two reads without a use, kept on purpose: a job manager may count on seeing each look-up.
+  // Deliberate: two results are not used. A job manager may rely on seeing each look-up.
   static_cast<void>(SysUcGetAddressValue(group, eAddressThird, jobs));
   second = SysUcGetAddressValue(group, eAddressSecond, jobs);
   static_cast<void>(SysUcGetAddressValue(group, eAddressSecond, jobs));

@@ -7,21 +7,21 @@ class IProperty;
 class JobManagerInterface;
 }  // namespace TargetOperations
 
-/// Reads use-case settings by numeric id out of a property tree that the host holds. The look-up
-/// itself is the host's job manager; what it finds is borrowed and never released here.
+/// Reads use-case settings by numeric id from the host's property tree. The host's job manager
+/// finds the properties; they are borrowed and never released here.
 ///
-/// Nothing is reported: a property that is absent or of another kind gives 0 or an untouched
-/// output, and so does a null root, job manager or output. The functions are called on the thread
-/// that uses the tree.
+/// Nothing is reported: an absent property, one of another kind and a null root, job manager or
+/// output give 0 or leave the output unchanged. Call the functions on the thread that uses the
+/// tree.
 namespace EktTrace {
 
 /// The low 32 bits of the location with this id; 0 if there is none. The page is dropped.
 QBT2_API unsigned int SysUcGetAddressValue(const TargetOperations::IProperty* root, unsigned int id,
                                            TargetOperations::JobManagerInterface* jobs);
 
-/// The address-settings group (0x80850000) of a use case. Where the group is switched off or absent
+/// The address-settings group (0x80850000) of a use case. If the group is switched off or absent,
 /// nothing is written. Otherwise `first` and `second` are written (0 for an absent address), and
-/// `flag` if its property exists. The two unnamed arguments are accepted and not used.
+/// `flag` if its property exists. The two unnamed arguments are not used.
 QBT2_API void SysUcGetAddressSettings(const TargetOperations::IProperty* root, bool& flag,
                                       unsigned int& first, unsigned short, unsigned int& second,
                                       unsigned short, TargetOperations::JobManagerInterface* jobs);

@@ -1,11 +1,7 @@
-#include "platforms/source/trace/tdf_helper.h"
+#include "platforms/source/trace/tdf_helper_trace_header.h"
 
 #include <array>
 #include <cstdio>
-#include <istream>
-#include <locale>
-#include <ostream>
-#include <sstream>
 #include <utility>
 
 #include <sys/stat.h>
@@ -15,7 +11,7 @@
 #include "platforms/source/trace/stdio_file.h"
 #include "platforms/source/trace/tdf_format.h"
 #include "platforms/source/trace/tdf_handler.h"
-#include "platforms/source/trace/tdf_helper_text.h"
+#include "platforms/source/trace/tdf_helper_section.h"
 
 namespace EktTrace::ConfigFile {
 
@@ -24,9 +20,8 @@ using Kz::Dvt::Trace::StdioFile;
 using Kz::Dvt::Trace::TDFHandler;
 
 // The library itself uses the constants of tdf_format.h, which need no construction: code that runs
-// before main() may use the classes whatever the order in which files are initialised.
+// before main() may use the section classes whatever the order of static initialisation.
 const std::string KzTrace_t::SectionName = kTraceHeader.name;
-const std::string TraceDecode_t::SectionName = kDecoderInfo.name;
 
 namespace {
 
@@ -34,19 +29,19 @@ constexpr std::uint32_t kNewestFormat = 20;
 constexpr char kFileSignature[] = "TraceDataFile";
 constexpr char kComponentName[] = "TraceKZ";
 
-// With these two numbers the record ends in headerValue8.
+/// With these two numbers the record ends in headerValue8.
 constexpr std::uint32_t kHeaderValue2WithValue8 = 470;
 constexpr std::uint32_t kHeaderValue3WithValue8 = 38;
 
 using KzTraceData_t = KzTrace_t::KzTraceData_t;
 
-// The seven numbers in the order of the file, which is not that of the record.
+/// The seven numbers in the order of the file, which differs from that of KzTraceData_t.
 constexpr std::array<std::uint32_t KzTraceData_t::*, 7> kHeaderValues = {
     &KzTraceData_t::headerValue1, &KzTraceData_t::headerValue7, &KzTraceData_t::headerValue2,
     &KzTraceData_t::headerValue3, &KzTraceData_t::headerValue4, &KzTraceData_t::headerValue5,
     &KzTraceData_t::headerValue6};
 
-// Thrown by the reader below where the file ends or a text is too long; never leaves Load.
+/// Thrown by RecordReader at the end of the file and at a text that is too long; caught in Load.
 struct EndOfRecord {};
 
 class RecordReader {
@@ -80,8 +75,8 @@ class RecordReader {
       static_cast<void>(Text());
     }
   }
-  // A list of the older formats: a count, then that many items. Each item takes bytes of the file,
-  // so that a count of four thousand million ends with the file and not before long.
+  /// A list of the older formats: a count, then that many items. Each item takes bytes of the file,
+  /// so the end of the file bounds the loop, whatever the count.
   template <typename SkipItem>
   void SkipList(SkipItem skipItem) {
     for (std::uint32_t count = Word(); count > 0; --count) {
@@ -120,7 +115,7 @@ void SkipOldLists(RecordReader& reader) {
   });
 }
 
-// headerValue3 has no default in version 1 and keeps what it held.
+/// headerValue3 has no default in version 1 and keeps its value.
 void SetVersion1Defaults(KzTraceData_t& data) {
   data.connectionName = "D90xx PRB770 Emulator/CPU_1";
   data.headerValue1 = 6416;
@@ -142,7 +137,7 @@ void ReadRecord(RecordReader& reader, std::uint32_t version, KzTraceData_t& data
     }
   }
   data.headerText3 = reader.Text();
-  reader.SkipWords(1);  // the time stamp
+  reader.SkipWords(1);  // the timestamp
   data.headerText4 = reader.Text();
   SkipOldLists(reader);
   if (data.headerValue2 == kHeaderValue2WithValue8 &&
@@ -151,7 +146,7 @@ void ReadRecord(RecordReader& reader, std::uint32_t version, KzTraceData_t& data
   }
 }
 
-// Everything before the record; null, or what is wrong with it.
+/// Reads everything before the record. Null, or what is wrong with it.
 const char* ReadPreamble(RecordReader& reader, std::uint32_t& version) {
   std::uint32_t headerSize = reader.Word();
   const bool isTdf = headerSize == kIdentifierWord;
@@ -166,7 +161,7 @@ const char* ReadPreamble(RecordReader& reader, std::uint32_t& version) {
   return nullptr;
 }
 
-// The text after the last '.', in its own case; empty without one.
+/// The text after the last '.', its case unchanged; empty without one.
 std::string ExtensionOf(const std::string& fileName) {
   const std::size_t dot = fileName.rfind('.');
   return dot == std::string::npos ? std::string() : fileName.substr(dot + 1);
@@ -188,7 +183,7 @@ void AppendText(std::string& payload, const std::string& text) {
   payload += text;
 }
 
-std::string BuildRecord(const KzTraceData_t& data, std::uint32_t timeStamp) {
+std::string BuildRecord(const KzTraceData_t& data, std::uint32_t timestamp) {
   std::string payload;
   AppendText(payload, data.deviceText);
   AppendText(payload, data.connectionName);
@@ -196,7 +191,7 @@ std::string BuildRecord(const KzTraceData_t& data, std::uint32_t timeStamp) {
     AppendWord(payload, data.*member);
   }
   AppendText(payload, data.headerText3);
-  AppendWord(payload, timeStamp);
+  AppendWord(payload, timestamp);
   AppendText(payload, data.headerText4);
   for (int list = 0; list < 4; ++list) {
     AppendWord(payload, std::uint32_t{0});
@@ -236,7 +231,7 @@ bool KzTrace_t::Load(KzTraceData_t& data, std::string& errorText) try {
   if (ExtensionOf(m_fileName) != kExtension) return SetError("File extension is wrong", errorText);
   const StdioFile file = Kz::Dvt::Trace::OpenForReading(m_fileName.c_str());
   if (!file) {
-    // Nothing follows the trailing blank: other tools compare the text as a whole.
+    // Deliberately without the file name: other tools compare the whole text.
     return SetError("Failure opening binary trace file: ", errorText);
   }
   RecordReader reader(file.get());
@@ -248,100 +243,6 @@ bool KzTrace_t::Load(KzTraceData_t& data, std::string& errorText) try {
   return false;
 } catch (...) {
   return ReportException(errorText);
-}
-
-namespace {
-
-using TraceDecodeData_t = TraceDecode_t::TraceDecodeData_t;
-
-constexpr std::uint32_t kKindLimit = 8;  // data types and data formats are below it
-
-// Reads as formatted extraction does: blanks first, a sign, digits, and whatever follows is left.
-// False when no number of 32 bits is there; `number` is then 0, or the largest for one too large.
-bool ExtractNumber(const std::string& value, std::uint32_t& number) {
-  std::istringstream stream(value);
-  stream.imbue(std::locale::classic());
-  stream >> number;
-  return !stream.fail();
-}
-
-// A data type or a data format; what is none of them becomes 0.
-std::uint32_t ReadKind(const std::string& value, const char* complaint) {
-  std::uint32_t number = 0;
-  if (ExtractNumber(value, number) && number < kKindLimit) return number;
-  if (debug_log_wants(LOG_ERROR)) {
-    const std::string text = complaint + std::to_string(static_cast<std::int32_t>(number));
-    QBT2_DEBUG_LOG(LOG_ERROR, "%s", text.c_str());
-  }
-  return 0;
-}
-
-void InputDecoderLine(const std::string& line, TraceDecodeData_t& data) {
-  const std::size_t equals = line.find('=');
-  std::string key = line.substr(0, equals);
-  std::string value = equals == std::string::npos ? std::string() : line.substr(equals + 1);
-  clean_string(key);
-  clean_string(value);
-  if (key.empty() || value.empty()) {
-    QBT2_DEBUG_LOG(LOG_ERROR, "Bad syntax: %s", line.c_str());
-  } else if (key == "DECODER") {
-    data.decoder = value;
-  } else if (key == "DATA_TYPE") {
-    data.dataType = ReadKind(value, "Unrecognized data type: ");
-  } else if (key == "DATA_FORMAT") {
-    data.dataFormat = ReadKind(value, "Unrecognized data format: ");
-  } else if (key == "ATBID") {
-    std::uint32_t number = 0;
-    if (ExtractNumber(value, number)) {
-      data.atbId = number;
-    } else {
-      QBT2_DEBUG_LOG(LOG_ERROR, "Bad syntax: %s", line.c_str());
-    }
-  } else {
-    QBT2_DEBUG_LOG(LOG_ERROR, "Unrecognized name: %s", key.c_str());
-  }
-}
-
-}  // namespace
-
-TraceDecode_t::TraceDecode_t(std::string fileName, std::uint32_t fileType)
-    : m_fileName(std::move(fileName)), m_fileType(fileType) {}
-
-bool TraceDecode_t::Save(const TraceDecodeData_t& data, std::string& errorText) try {
-  if (m_fileType != kTdfFileType) return SetError("File type is not supported", errorText);
-  if (!TDFHandler::ISTDF(m_fileName.c_str())) return SetError("Bad TDF file", errorText);
-  std::ostringstream stream;
-  OutputValues(stream, data);
-  SaveSectionText(m_fileName, kDecoderInfo, stream.str());
-  return true;
-} catch (...) {
-  return ReportException(errorText);
-}
-
-bool TraceDecode_t::Load(TraceDecodeData_t& data, std::string& errorText) try {
-  if (m_fileType != kTdfFileType) return SetError("File type is not supported", errorText);
-  std::string text;
-  if (!LoadSectionText(m_fileName, kDecoderInfo, text, errorText)) return false;
-  std::istringstream stream(text);
-  InputValues(stream, data);
-  return true;
-} catch (...) {
-  return ReportException(errorText);
-}
-
-void TraceDecode_t::OutputValues(std::ostream& stream, const TraceDecodeData_t& data) {
-  stream << "DECODER=" << data.decoder << '\n'
-         << "DATA_TYPE=" << std::to_string(data.dataType) << '\n'
-         << "DATA_FORMAT=" << std::to_string(data.dataFormat) << '\n'
-         << "ATBID=" << std::to_string(data.atbId) << '\n';
-}
-
-void TraceDecode_t::InputValues(std::istream& stream, TraceDecodeData_t& data) {
-  std::string line;
-  while (std::getline(stream, line)) {
-    clean_string(line);
-    if (!line.empty() && line.front() != '#') InputDecoderLine(line, data);
-  }
 }
 
 }  // namespace EktTrace::ConfigFile

@@ -1,8 +1,6 @@
-#include "platforms/source/trace/tdf_helper_text.h"
+#include "platforms/source/trace/tdf_helper_section.h"
 
 #include <algorithm>
-#include <array>
-#include <charconv>
 #include <exception>
 #include <new>
 #include <utility>
@@ -11,24 +9,11 @@
 #include "common/source/errors/error_code.h"
 #include "common/source/logging/debug_log.h"
 #include "platforms/source/trace/tdf_handler.h"
-#include "platforms/source/trace/tdf_helper.h"
 
 namespace EktTrace::ConfigFile {
 
 using Kz::Dvt::Trace::TDFHandler;
 using Kz::Dvt::Trace::TdfFormat::SectionKind;
-
-namespace {
-
-constexpr char kBlanks[] = " \t";
-
-}  // namespace
-
-void clean_string(std::string& text) {
-  const std::size_t last = text.find_last_not_of(kBlanks);
-  text.erase(last == std::string::npos ? 0 : last + 1);
-  text.erase(0, text.find_first_not_of(kBlanks));  // npos only when nothing is left
-}
 
 bool SetError(std::string text, std::string& errorText) {
   errorText = std::move(text);
@@ -54,7 +39,7 @@ bool ReportException(std::string& errorText) noexcept try {
     return ReportError("Unknown exception", errorText);
   }
 } catch (...) {
-  return false;  // not even memory for the message: the result alone tells
+  return false;  // no memory even for the message
 }
 
 void SaveSectionText(const std::string& fileName, const SectionKind& kind,
@@ -71,30 +56,15 @@ bool LoadSectionText(const std::string& fileName, const SectionKind& kind, std::
   std::uint32_t length = 0;
   std::uint32_t got = 0;
   TDFHandler::GetSectionDataLengthInBytes(fileName.c_str(), kind.name, kind.version, length);
-  // A header may claim more than the file holds; no more than that is allocated. The byte more
+  // A header may claim more than the file contains; no more than that is allocated. The extra byte
   // shows a file that grew between the two calls.
   length = std::min(length, FileSize(fileName.c_str()));
   std::vector<char> buffer(std::size_t{length} + 1);
   TDFHandler::LoadSectionData(fileName.c_str(), kind.name, kind.version, buffer.data(), length + 1,
                               got);
   if (got > length) return ReportError("Internal error.  Buffer was overrun.", errorText);
-  text.assign(buffer.data());  // the vector's zeros end it at the latest
+  text.assign(buffer.data());  // the last byte of the buffer is zero
   return true;
-}
-
-std::optional<std::uint32_t> ParseUnsigned(std::string_view text, int base) {
-  text.remove_prefix(std::min(text.find_first_not_of(kBlanks), text.size()));
-  if (base == 16 && text.substr(0, 2) == "0x") text.remove_prefix(2);
-  std::uint32_t number = 0;
-  const auto result = std::from_chars(text.data(), text.data() + text.size(), number, base);
-  if (result.ec != std::errc()) return std::nullopt;
-  return number;
-}
-
-std::string HexText(std::uint32_t number) {
-  std::array<char, 8> digits;
-  const auto result = std::to_chars(digits.data(), digits.data() + digits.size(), number, 16);
-  return "0x" + std::string(digits.data(), result.ptr);
 }
 
 }  // namespace EktTrace::ConfigFile

@@ -1,0 +1,38 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "interfaces/qbt2_export.h"
+
+/// Parsing and printing of configuration texts: trimming, KEY=VALUE lines, lists, numbers. No
+/// state; any thread.
+namespace EktTrace::ConfigFile {
+
+/// Removes blanks and tabs at both ends. Carriage returns stay: they are part of a value.
+QBT2_API void clean_string(std::string& text);
+
+/// A line split at its first '=', both parts trimmed. Without an '=' each part is the whole line,
+/// trimmed: some sections take such a line as a switch.
+struct KeyValue {
+  explicit KeyValue(const std::string& line);
+
+  std::string key;
+  std::string value;
+  bool hasEquals;
+};
+
+/// All parts between the separators, empty ones included; one more part than separators.
+std::vector<std::string> SplitAt(std::string_view text, char separator);
+
+/// The number at the start of the text, after blanks and tabs and, in base 16, "0x". None without
+/// digits or beyond 32 bits; signs are not accepted. Anything after the digits is ignored.
+std::optional<std::uint32_t> ParseUnsigned(std::string_view text, int base);
+
+/// "0x" and lower-case digits without leading zeros, whatever the locale.
+std::string HexText(std::uint32_t number);
+
+}  // namespace EktTrace::ConfigFile
