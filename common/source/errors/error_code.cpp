@@ -82,7 +82,7 @@ void hwDbgError::SetErrorText(const std::string& text) {
 }
 
 const char* hwDbgError::GetDetailedText() {
-  // Joined once and kept, deliberately: the host holds on to the returned text while it shows it.
+  // Deliberate: joined once and kept. The host keeps the returned text while it shows it.
   if (!detailedText_.empty()) return detailedText_.c_str();
   for (const std::string& line : details_) {
     if (&line != &details_.front()) detailedText_ += '\n';
@@ -113,7 +113,7 @@ void hwDbgError::Delete() {}
 
 void hwDbgError::Copy(const hwDbgError& other) {
   if (this == &other) return;
-  // detailedText_ is left alone on purpose: a text already handed to the host stays valid.
+  // Deliberate: detailedText_ is unchanged, so that a text returned to the host stays valid.
   severity_ = other.severity_;
   details_ = other.details_;
   title_ = other.title_;

@@ -6,14 +6,14 @@
 
 #include "interfaces/qbt2_export.h"
 
-/// Errors as the library hands them to the host: a severity, a title, a one-line text and a list of
-/// detail lines. They are values: thrown by value, caught as `hwDbgError const&`, owned by whoever
-/// holds them. One thread at a time uses an error object. Texts that a getter returns live until
-/// the object is changed or destroyed.
+/// The errors that the library reports to the host: a severity, a title, a one-line text and a list
+/// of detail lines. They are values, thrown by value and caught as `hwDbgError const&`. One thread
+/// at a time uses an error object. A text that a getter returns is valid until the object is
+/// changed or destroyed.
 namespace Kz::Dvt::Hwdbg {
 
-/// What the host reads and writes. Slot order is part of the contract: do not reorder. There is no
-/// virtual destructor in it, so nobody may delete through it.
+/// The host's view of an error. Slot order is part of the contract: do not reorder. It has no
+/// virtual destructor: do not delete through it.
 class QBT2_API hwDbgErrorIF {
  public:
   enum Severity_Type : std::uint32_t {
@@ -24,24 +24,24 @@ class QBT2_API hwDbgErrorIF {
     eFatal = 4,
   };
 
-  /// The title. An empty title first becomes the default title of the severity of this moment, and
-  /// stays that even if the severity changes later.
+  /// The title. An empty title first becomes the default title of the current severity, and stays
+  /// that even if the severity changes later.
   virtual const char* GetTitle() = 0;
   virtual void SetTitle(const char* title) = 0;
   virtual Severity_Type GetSeverity() const = 0;
-  /// A value that is no severity becomes eError.
+  /// An invalid value becomes eError.
   virtual void SetSeverity(Severity_Type severity) = 0;
   virtual const char* GetErrorText() const = 0;
   virtual void SetErrorText(const char* text) = 0;
-  /// The detail lines, joined with line feeds. The join is made once, by the first call that finds
-  /// a detail line: lines added after it do not show.
+  /// The detail lines, joined with line feeds. They are joined once, by the first call that finds a
+  /// detail line: lines added later do not show.
   virtual const char* GetDetailedText() = 0;
   /// Appends a detail line; null is ignored.
   virtual void AddDetailedInfo(const char* text) = 0;
-  /// Makes `text` the error text and the one before it a detail line, so that repeated calls leave
-  /// a history, oldest first; null is ignored.
+  /// Makes `text` the error text and the previous one a detail line, so that repeated calls leave a
+  /// history, oldest first; null is ignored.
   virtual void PushText(const char* text) = 0;
-  /// Does nothing: an error belongs to whoever holds it.
+  /// Does nothing: an error is a value, owned by its holder.
   virtual void Delete() = 0;
 
  protected:
@@ -52,10 +52,10 @@ class QBT2_API hwDbgError : public hwDbgErrorIF {
  public:
   /// Default title of each severity, by its value.
   static const char* const DefaultTitle[5];
-  /// The error text of an error that was given none. The spelling is the interface's.
+  /// The error text by default. The spelling is the interface's.
   static const char* const UnitializedText;
 
-  /// A null text is taken as an empty one. The severity is mended as SetSeverity() does.
+  /// A null text is an empty one. The severity is checked as SetSeverity() does.
   hwDbgError();
   explicit hwDbgError(Severity_Type severity);
   hwDbgError(std::string text, Severity_Type severity);
@@ -81,7 +81,7 @@ class QBT2_API hwDbgError : public hwDbgErrorIF {
   void SetErrorText(const std::string& text);
   void AddDetailedInfo(const std::string& text);
   void PushText(const std::string& text);
-  /// Takes over severity, title, text and detail lines; the joined detail text stays this object's.
+  /// Copies severity, title, text and detail lines, but not the joined detail text.
   void Copy(const hwDbgError& other);
 
  private:
@@ -103,7 +103,7 @@ class QBT2_API hwDbgErrorIFDS {
   virtual ~hwDbgErrorIFDS() = default;
 };
 
-/// Holds its own copy of an error, to be passed on after the source error is gone.
+/// A copy of an error, to pass on after the source error is gone.
 class QBT2_API hwDbgErrorDS : public hwDbgErrorIFDS {
  public:
   explicit hwDbgErrorDS(hwDbgError& error);

@@ -17,8 +17,8 @@ bool g_log_enable;
 
 namespace {
 
-// None of this has a constructor or destructor that runs: the log is usable before the first static
-// constructor and after the last destructor, in whatever order the host loads and unloads.
+// No constructor or destructor of these runs: the log is usable before the first static constructor
+// and after the last destructor, in whatever order the host loads and unloads.
 FILE* logout;
 std::chrono::time_point<std::chrono::system_clock, std::chrono::nanoseconds> start_time;
 std::mutex lock_logging;
@@ -70,16 +70,16 @@ const char* type_text(log_type_t type) {
 
 std::string thread_id_text() {
   std::ostringstream text;
-  text.imbue(std::locale::classic());  // a host's digit grouping has no place in an id
+  text.imbue(std::locale::classic());  // no digit grouping
   text << std::this_thread::get_id();
   return text.str();
 }
 
-// One level only: a missing home directory is an error to report, not something to create.
+/// One level only: a missing home directory is an error.
 void make_log_directory(const boost::filesystem::path& directory) {
   boost::system::error_code error;
   if (boost::filesystem::is_directory(directory, error)) return;
-  error.clear();  // it says that the directory is missing, which is the normal first start
+  error.clear();  // a missing directory is normal at the first start
   if (boost::filesystem::create_directory(directory, error)) return;
   boost::system::error_code made_by_another;
   if (boost::filesystem::is_directory(directory, made_by_another)) return;
@@ -134,7 +134,7 @@ std::string debug_log_format_elapsed(std::chrono::nanoseconds elapsed) {
 
 void debug_log_init() {
   if (const char* level = std::getenv("KZ_TRACE_LOGGING")) {
-    // Decimal only, and a text that is no number is 0: off.
+    // Decimal only. A text that is not a number is 0: off.
     g_log_level = static_cast<std::int32_t>(std::strtol(level, nullptr, 10));
   }
   if (g_log_level <= 0) return;

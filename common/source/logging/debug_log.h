@@ -48,13 +48,13 @@ QBT2_API void debug_log_msg(log_type_t type, const char* file, int line, const c
                             const char* format = nullptr, ...)
     __attribute__((format(printf, 5, 6)));
 
-/// True when a record of this type would be written.
+/// True if a record of this type would be written.
 inline bool debug_log_wants(log_type_t type) noexcept {
   return g_log_enable && (g_log_level & type) != 0;
 }
 
-/// QBT2_DEBUG_LOG(type[, format, arguments...]): the way to log. The arguments are evaluated only
-/// when the record is written.
+/// QBT2_DEBUG_LOG(type[, format, arguments...]): writes a record. The arguments are evaluated only
+/// if the record is written.
 #define QBT2_DEBUG_LOG(type, ...)                                                     \
   do {                                                                                \
     if (debug_log_wants(type)) {                                                      \
@@ -62,8 +62,8 @@ inline bool debug_log_wants(log_type_t type) noexcept {
     }                                                                                 \
   } while (false)
 
-/// Writes an entry record now and an exit record when the scope ends, however it ends. Use
-/// QBT2_DEBUG_LOG(LOG_FUNC_EXIT, ...) instead where the exit record carries a result.
+/// Writes an entry record now and an exit record at the end of the scope, exceptions included. Use
+/// QBT2_DEBUG_LOG(LOG_FUNC_EXIT, ...) instead if the exit record has a result.
 class debug_log_scope {
  public:
   debug_log_scope(const char* file, int line, const char* function)

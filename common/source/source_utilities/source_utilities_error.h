@@ -6,7 +6,7 @@
 
 namespace KZ_DVT {
 
-/// What the utilities throw. It carries a message and nothing else.
+/// The exception of the utilities: a message only.
 class QBT2_API source_utilities_error : public std::runtime_error {
  public:
   using std::runtime_error::runtime_error;

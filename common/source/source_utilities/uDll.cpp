@@ -17,7 +17,7 @@ const char* LoaderError() {
 uDll::uDll(const char* name, int flags)
     : flags_(flags != kDefaultFlags ? flags : RTLD_NOW | RTLD_LOCAL) {
   if (name != nullptr) {
-    static_cast<void>(Load(name));  // IsLoaded() and GetError() tell
+    static_cast<void>(Load(name));  // see IsLoaded() and GetError()
   }
 }
 
@@ -28,7 +28,7 @@ uDll::~uDll() {
 bool uDll::Load(const char* name, int flags) {
   Unload();
   error_.clear();
-  // An empty name would be the program itself for the loader.
+  // The loader takes an empty name as the program itself.
   if (name == nullptr || *name == '\0') {
     error_ = "no library name given";
     return false;

@@ -2,9 +2,9 @@
 
 #include <string>
 
-/// A shared library, loaded by name and unloaded at the end of its life unless released. One thread
-/// at a time uses an object. A library that is not there is an ordinary event: nothing throws, the
-/// loader's words are kept in GetError().
+/// A shared library, loaded by name and unloaded by the destructor unless released. One thread at a
+/// time uses an object. A missing library is an ordinary event: nothing throws, GetError() returns
+/// the loader's message.
 namespace KZ_DVT {
 
 class uDll {
@@ -18,15 +18,16 @@ class uDll {
 
   static constexpr int kDefaultFlags = -1;
 
-  /// Loads exactly `name`, searched for as the system's loader does, in place of a library that is
-  /// loaded. `flags` of -1 are those of the constructor.
+  /// Unloads the current library and loads exactly `name`, by the system loader's search. Flags of
+  /// -1 mean the constructor's.
   [[nodiscard]] bool Load(const char* name, int flags = kDefaultFlags);
-  /// Tries `name` as given, then "lib" + name + ".so", then name + ".so"; with a directory in
-  /// `name`, the prefix goes to its last part. GetError() then holds every attempt's failure.
+  /// Tries `name` as given, then "lib" + name + ".so", then name + ".so"; if `name` has a
+  /// directory, the prefix goes to its last part. If all fail, GetError() returns the messages of
+  /// all.
   [[nodiscard]] bool FindAndLoad(const char* name, int flags = kDefaultFlags);
   [[nodiscard]] bool IsLoaded() const { return handle_ != nullptr; }
 
-  /// The address of a symbol, valid while the library is loaded; null when there is none.
+  /// The address of a symbol, valid while the library is loaded; null if there is none.
   [[nodiscard]] void* GetSymbol(const char* name);
   /// The same as a pointer to function: GetFunction<void* (*)()>("Create").
   template <typename Function>
@@ -34,12 +35,12 @@ class uDll {
     return reinterpret_cast<Function>(GetSymbol(name));
   }
 
-  /// Unloads; does nothing when nothing is loaded.
+  /// Unloads the library, if any.
   void Unload();
-  /// Lets the library stay loaded when this object ends. The handle is the caller's from then on.
+  /// Keeps the library loaded after the end of this object. The caller owns the returned handle.
   void* Release();
 
-  /// Why the last Load(), FindAndLoad() or GetSymbol() failed; empty when it did not.
+  /// Why the last Load(), FindAndLoad() or GetSymbol() failed; empty if it succeeded.
   [[nodiscard]] const std::string& GetError() const { return error_; }
 
  private:

@@ -27,7 +27,7 @@ constexpr std::size_t kExecutablePathLimitBytes = 1023;
 constexpr mode_t kDirectoryMode = 0777;
 
 void CheckName(const char* name) {
-  // The getter speaks of setting too, deliberately: one text for one mistake.
+  // Deliberate: the getter uses the setter's text.
   if (name == nullptr) {
     throw source_utilities_error("failed set an environment variable name to null");
   }
@@ -74,7 +74,7 @@ std::uint32_t uEnvironment::MakeDirectory(const char* path) {
   std::string rest;
   std::string prefix;
   int result = 0;
-  // Levels that exist fail here and do not matter; whether they can be used shows one level deeper.
+  // Existing levels fail here, which does not matter: an unusable one fails the next level.
   for (std::uint32_t parts = uString::Split(path, level, rest, "/"); parts != 0;
        parts = uString::Split(rest.c_str(), level, rest, "/")) {
     prefix += level;
@@ -86,7 +86,7 @@ std::uint32_t uEnvironment::MakeDirectory(const char* path) {
 
 std::string& uEnvironment::NormalizeDirSep(std::string& path) {
   uString::Replace(path, "\\", "/");
-  // One pass steps over some of what it shortened, so it repeats until there is nothing to do.
+  // A pass skips some of the text that it shortened, so it repeats until nothing changes.
   std::string before;
   do {
     before = path;

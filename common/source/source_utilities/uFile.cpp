@@ -10,7 +10,7 @@ namespace KZ_DVT {
 bool uFile::Open(const char* path, const char* mode) {
   file_.reset();
   if (path == nullptr || mode == nullptr) return false;
-  // "e": the programs that the host starts do not inherit the file.
+  // "e": programs that the host starts do not inherit the file.
   file_.reset(std::fopen(path, (std::string(mode) + "e").c_str()));
   return IsOpen();
 }
@@ -21,10 +21,6 @@ bool uFile::Close() {
 
 bool uFile::Write(const void* data, std::size_t size_bytes) {
   return IsOpen() && std::fwrite(data, 1, size_bytes, file_.get()) == size_bytes;
-}
-
-std::size_t uFile::Read(void* data, std::size_t size_bytes) {
-  return IsOpen() ? std::fread(data, 1, size_bytes, file_.get()) : 0;
 }
 
 bool uFile::Flush() {

@@ -36,7 +36,7 @@ struct Level {
   std::int32_t verbosity;
 };
 
-// Level numbers 1 to 6. All of them switch output on; all other numbers switch it off.
+/// Levels 1 to 6. They switch output on; all other numbers switch it off.
 constexpr std::array<Level, 6> kLevels = {{
     {false, false, 1},
     {true, false, 1},
@@ -46,7 +46,7 @@ constexpr std::array<Level, 6> kLevels = {{
     {true, true, 3},
 }};
 
-std::string TimeStamp(std::uint32_t style) {
+std::string Timestamp(std::uint32_t style) {
   switch (style) {
     case uLogStyleDate:
       return uTime().Format("%m/%d/%y | ");
@@ -71,7 +71,7 @@ std::size_t WithoutLineBreak(const char* text, std::size_t length) {
   return length - (is_pair ? 2 : 1);
 }
 
-/// Unset, empty and what is no number are 0: off.
+/// 0 (off) if unset, empty or not a number.
 int LevelFromEnvironment(const char* variable) {
   const long level = std::strtol(uEnvironment::GetVar(variable).c_str(), nullptr, 10);
   return static_cast<int>(
@@ -117,22 +117,22 @@ std::size_t uLogger::FormatRecord(std::uint32_t kinds, std::uint32_t style, cons
     buffer_[length++] = (kinds & entry.kind) != 0 ? entry.letter : ' ';
   }
   buffer_[length++] = ' ';
-  const std::string stamp = TimeStamp(style);
-  length += stamp.copy(&buffer_[length], buffer_.size() - length);
+  const std::string timestamp = Timestamp(style);
+  length += timestamp.copy(&buffer_[length], buffer_.size() - length);
 
   const std::size_t room = buffer_.size() - length;
-  // The analyser loses sight of the list on its way from Log(); every caller has started it.
+  // The analyser loses track of the list on its way from Log(); every caller has started it.
   // NOLINTNEXTLINE(clang-analyzer-valist.Uninitialized)
   const int printed =
       format != nullptr ? std::vsnprintf(&buffer_[length], room, format, arguments) : 0;
-  // A cut message fills the room but for the terminator; one that printf refuses is empty.
+  // A cut message fills the room except for the terminator; one that printf rejects is empty.
   return length + std::min(static_cast<std::size_t>(std::max(printed, 0)), room - 1);
 }
 
 void uLogger::AddRecord(std::size_t lengthBytes) {
   if (!outputEnabled_) return;
   std::size_t length = WithoutLineBreak(buffer_.data(), lengthBytes);
-  buffer_[length++] = '\n';  // in the place of the terminator at most
+  buffer_[length++] = '\n';  // at most in place of the terminator
   if (!file_.IsOpen()) OpenFile();
   if (file_.Write(buffer_.data(), length)) file_.Flush();
   if (echoToStdio_) {
@@ -142,7 +142,7 @@ void uLogger::AddRecord(std::size_t lengthBytes) {
 }
 
 void uLogger::OpenFile() {
-  // A failure shows in file_.IsOpen() and is tried again by the next record.
+  // After a failure the next record tries again.
   if (named_) static_cast<void>(file_.Open(fileName_.c_str(), append_ ? "a+" : "w+"));
 }
 
@@ -176,7 +176,7 @@ void uLogger::SetFileName(const char* fileName, bool append) {
 
 void uLogger::Clear() {
   const uMutex::ScopedLock lock(mutex_);
-  // Nobody is told when it fails: there may be no file yet.
+  // Failures are ignored: there may be no file yet.
   if (file_.IsOpen()) {
     static_cast<void>(file_.Truncate(0));
   } else if (named_) {
@@ -259,7 +259,7 @@ void uLogSystem::ReportDirectories() {
 void uLogSystem::SetLoggingLevel(int level) {
   if (currentLogger_ == nullptr) return;
   const bool output = level >= 1 && level <= static_cast<int>(kLevels.size());
-  // Off, the verbosity is the number itself, deliberately: call sites may pass their test, but
+  // Deliberate: when off, the verbosity is the number itself. Call sites may pass their test, but
   // nothing is written.
   const Level entry =
       output ? kLevels[static_cast<std::size_t>(level - 1)] : Level{false, false, level};

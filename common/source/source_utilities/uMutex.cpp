@@ -6,10 +6,6 @@ void uMutex::Lock() {
   mutex_.lock();
 }
 
-bool uMutex::TryLock() {
-  return mutex_.try_lock();
-}
-
 void uMutex::Unlock() {
   mutex_.unlock();
 }

@@ -2,8 +2,8 @@
 
 #include <mutex>
 
-/// A mutex in the clothes of the utilities. Not recursive. Lock() throws std::system_error where
-/// the platform refuses; the rest does not throw.
+/// The utilities' mutex. Not recursive. Lock() throws std::system_error if the platform refuses;
+/// nothing else throws.
 namespace KZ_DVT {
 
 class uMutex {
@@ -13,10 +13,9 @@ class uMutex {
   uMutex& operator=(const uMutex&) = delete;
 
   void Lock();
-  [[nodiscard]] bool TryLock();
   void Unlock();
 
-  /// Holds a mutex for a scope.
+  /// Locks a mutex for a scope.
   class ScopedLock {
    public:
     explicit ScopedLock(uMutex& mutex) : mutex_(mutex) { mutex_.Lock(); }

@@ -9,7 +9,7 @@ class uProcess {
  public:
   /// This process's id.
   [[nodiscard]] static std::uint32_t GetPid();
-  /// True when a process of this id exists now, whoever owns it, as /proc lists it.
+  /// True if /proc lists a process of this id now, of any owner.
   [[nodiscard]] static bool LookupProcess(std::uint32_t pid);
 };
 

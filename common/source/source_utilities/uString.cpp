@@ -11,15 +11,15 @@ namespace {
 
 constexpr std::size_t kPrintCapacityBytes = 1024;
 
-/// A checked printf format: its text without a length modifier, and where one belongs.
+/// A checked printf format: its text without a length modifier, and where that would go.
 struct NumberFormat {
   std::string text;
   std::size_t modifier_position = std::string::npos;  // npos: no conversion in it
   bool asks_for_long = false;
 };
 
-// The formats come from callers at run time, beyond the compiler's checks: a "%s" or "%n" among
-// them must not reach printf.
+/// Formats come from callers at run time, so the compiler cannot check them: a "%s" or "%n" must
+/// not reach printf.
 NumberFormat CheckFormat(const char* format, const char* conversions) {
   NumberFormat checked;
   for (const char* at = format; *at != '\0'; ++at) {
@@ -64,8 +64,8 @@ struct EngineeringPrefix {
   const char* letter;
 };
 
-// Tried from the top. The last row takes what is left, zero and every negative number among it: the
-// comparison is of the value, not of its magnitude, and what reads these texts expects it so.
+/// Tried from the top. Deliberate: the value is compared, not its magnitude, so zero and all
+/// negative numbers fall through to the last row; readers of these texts expect that.
 constexpr std::array<EngineeringPrefix, 17> kEngineeringPrefixes = {{
     {uEngineeringUnits::yotta, "yotta", "Y"},
     {uEngineeringUnits::zetta, "zetta", "Z"},
@@ -109,15 +109,14 @@ std::string& uString::Replace(std::string& text, const char* from, const char* t
   const std::string_view original = from;
   const std::string_view replacement = to;
   std::size_t found = original.empty() ? std::string::npos : text.find(original);
-  // Each replacement would bring in, ahead of the search, the next text to replace.
+  // Each replacement would insert, ahead of the search, the next text to replace.
   if (found != std::string::npos &&
       replacement.find(original, original.size()) != std::string_view::npos) {
     throw error("unable to perform string replacement with text that contains the original text");
   }
   while (found != std::string::npos) {
     text.replace(found, original.size(), replacement);
-    // The length of the original, not of the replacement: deliberate, callers repeat where it
-    // shows.
+    // Deliberate: the length of the original, not of the replacement. Callers repeat if needed.
     found = text.find(original, found + original.size());
   }
   return text;

@@ -10,8 +10,8 @@
 #include "interfaces/qbt2_export.h"
 
 /// Text helpers: replacing, splitting and stripping text, and converting booleans and numbers to
-/// and from text. They keep no state, so any thread may use them; they do not depend on the
-/// process's C++ locale, but printing follows the C locale as printf does.
+/// and from text. Any thread; no state. They do not depend on the process's C++ locale, but
+/// printing follows the C locale as printf does.
 namespace KZ_DVT {
 
 /// Scale constants: metric prefixes as powers of ten, binary prefixes as powers of two.
@@ -43,7 +43,7 @@ class uEngineeringUnits {
   static constexpr double yobi = 0x1p80;
 };
 
-/// All failures are uString::error. An operation that throws leaves its in/out text as it was.
+/// All failures are uString::error. An operation that throws leaves its in/out text unchanged.
 class QBT2_API uString {
  public:
   class QBT2_API error : public source_utilities_error {
@@ -51,16 +51,16 @@ class QBT2_API uString {
     using source_utilities_error::source_utilities_error;
   };
 
-  /// Replaces `from` by `to` in `text`, left to right, and returns `text`. After a replacement the
-  /// search goes on at the match position plus the length of `from`, not of `to`; so text that `to`
-  /// brings in can match again, and with a shorter `to` some text is stepped over. An empty `from`
-  /// replaces nothing. Throws on null, and where the replacing would never end.
+  /// Replaces `from` by `to` in `text`, left to right, and returns `text`. Deliberate: after a
+  /// replacement the search continues at the match position plus the length of `from`, not of `to`;
+  /// so inserted text can match again, and a shorter `to` makes it skip some text. An empty `from`
+  /// replaces nothing. Throws on null and if replacing would never end.
   static std::string& Replace(std::string& text, const char* from, const char* to);
 
-  /// Splits `source` at the first `delimiter`. Found: `first` and `rest` are the text before and
-  /// after it, result 2. Not found: `first` is all of it, `rest` is empty, result 1, or 0 for an
-  /// empty source. An empty delimiter is never found. `source` may point into `first` or `rest`.
-  /// Throws on null.
+  /// Splits `source` at the first `delimiter`. Found: `first` and `rest` are the texts before and
+  /// after it, result 2. Not found: `first` is the whole source, `rest` is empty, result 1, or 0
+  /// for an empty source. An empty delimiter is never found. `source` may point into `first` or
+  /// `rest`. Throws on null.
   static std::uint32_t Split(const char* source, std::string& first, std::string& rest,
                              const char* delimiter);
 
@@ -75,22 +75,22 @@ class QBT2_API uString {
   /// "true", "TRUE", "True", "false", "FALSE" or "False"; throws on everything else.
   static bool ToBool(const char* text);
 
-  /// The From functions write into `out`, which they replace, or append to if `append` says so, and
-  /// return it. The forms that take `out` first always append.
+  /// The From functions replace `out`, or append to it if `append` is set, and return it. The forms
+  /// that take `out` first always append.
   static std::string& FromBool(bool value, std::string& out, bool append);
   static std::string& FromBool(std::string& out, bool value);
 
   /// `format` is a printf format with at most one conversion, of an integer (diouxX) for FromLong
   /// and of a floating-point number (aAeEfFgG) for the others; null means "%d" and "%f". Other
-  /// conversions, and "*", throw. A long that no int can hold is printed whole even where the
+  /// conversions, and "*", throw. A long that does not fit an int is printed in full even if the
   /// format has no length modifier. The text is cut at 1023 bytes.
   static std::string& FromLong(long value, std::string& out, bool append, const char* format);
   static std::string& FromLong(std::string& out, long value, const char* format = nullptr);
   static std::string& FromDouble(double value, std::string& out, bool append, const char* format);
   static std::string& FromDouble(std::string& out, double value, const char* format = nullptr);
 
-  /// The value scaled to its metric prefix, with the prefix right behind it as a word ("kilo") or,
-  /// if `abbreviate`, as a letter ("k"). Zero and negative values come out in yocto.
+  /// The value scaled to its metric prefix, followed by the prefix as a word ("kilo") or, if
+  /// `abbreviate`, as a letter ("k"). Deliberate: zero and negative values are printed in yocto.
   static std::string& FromDoubleInEngrUnits(double value, std::string& out, bool append,
                                             const char* format, bool abbreviate);
   static std::string& FromDoubleInEngrUnits(std::string& out, double value,
@@ -100,17 +100,16 @@ class QBT2_API uString {
   static std::int64_t ToInt64(const char* text);
   static double ToDouble(const char* text);
 
-  /// Reads a number: "0x" or "0X" hexadecimal, a leading "0" with something behind it octal, else
-  /// decimal; leading white space or a sign is fine, but hides a prefix. A one-byte T is read as
-  /// an int and cut to its eight bits.
-  /// Throws on null, on empty text, where no number of T's range can be read, and where anything
-  /// but white space follows the number: "12 apples", or "09" (no octal number), is a mistake to
-  /// report, not 12, or 0.
+  /// Reads a number: "0x" or "0X" hexadecimal, a leading "0" before another character octal, else
+  /// decimal. Leading white space or a sign is accepted, but hides a prefix. A one-byte T is read
+  /// as an int and cut to eight bits. Throws on null, on empty text, without a number in the range
+  /// of T, and if anything but white space follows the number: "12 apples" and "09" (not octal) are
+  /// errors, not 12 and 0.
   template <typename T>
   static T ToNumeric(const char* text);
 
  private:
-  /// The base that the prefix says. Throws on null and on empty text.
+  /// The base by the prefix. Throws on null and on empty text.
   static NumberBase BaseOf(const char* text);
   [[noreturn]] static void ThrowNotNumeric(const char* text);
 };

@@ -9,7 +9,7 @@ namespace {
 
 constexpr std::size_t kFormatCapacityBytes = 1024;
 
-// Puts the milliseconds in place of "%s" and "%#s" and leaves the rest, "%%" included, to strftime.
+/// Replaces "%s" and "%#s" by the milliseconds and leaves the rest, "%%" included, to strftime.
 std::string ExpandMilliseconds(const char* format, int milliseconds) {
   std::array<char, 16> padded = {};
   std::snprintf(padded.data(), padded.size(), "%03d", milliseconds);

@@ -1,6 +1,5 @@
 #include "platforms/source/device/component.h"
 
-#include <array>
 #include <cstddef>
 #include <utility>
 
@@ -13,42 +12,25 @@ struct KindText_t {
   std::string_view text;
 };
 
-constexpr std::array<KindText_t<eComponentType>, 7> kTypes{{
-    {eComponentOther, "other"},
-    {eComponentCore, "core"},
-    {eComponentBusTracer, "bus-tracer"},
-    {eComponentSystemTrace, "system-trace"},
-    {eComponentFunnel, "funnel"},
-    {eComponentReplicator, "replicator"},
+constexpr KindText_t<eComponentType> kTypes[] = {
+    {eComponentOther, "other"},          {eComponentCore, "core"},
+    {eComponentBusTracer, "bus-tracer"}, {eComponentSystemTrace, "system-trace"},
+    {eComponentFunnel, "funnel"},        {eComponentReplicator, "replicator"},
     {eComponentBridge, "bridge"},
-}};
+};
 
-constexpr std::array<KindText_t<eComponentScope>, 3> kScopes{{
+constexpr KindText_t<eComponentScope> kScopes[] = {
     {eScopeDevice, "device"},
     {eScopeSubsystem, "subsystem"},
     {eScopeCore, "core"},
-}};
-
-template <class Table>
-constexpr bool KindIsPosition(const Table& table) {
-  for (std::size_t i = 0; i < table.size(); ++i) {
-    if (table[i].kind != i) return false;
-  }
-  return true;
-}
-static_assert(KindIsPosition(kTypes) && KindIsPosition(kScopes));
+};
 
 template <class Kind, std::size_t N>
-std::optional<Kind> FindKind(const std::array<KindText_t<Kind>, N>& table, std::string_view text) {
+std::optional<Kind> FindKind(const KindText_t<Kind> (&table)[N], std::string_view text) {
   for (const auto& row : table) {
     if (row.text == text) return row.kind;
   }
   return std::nullopt;
-}
-
-template <class Kind, std::size_t N>
-std::string_view KindText(const std::array<KindText_t<Kind>, N>& table, Kind kind) {
-  return kind < N ? table[kind].text : std::string_view("unknown");
 }
 
 }  // namespace
@@ -57,16 +39,8 @@ std::optional<eComponentType> FindComponentType(std::string_view text) {
   return FindKind(kTypes, text);
 }
 
-std::string_view ComponentTypeText(eComponentType type) {
-  return KindText(kTypes, type);
-}
-
 std::optional<eComponentScope> FindComponentScope(std::string_view text) {
   return FindKind(kScopes, text);
-}
-
-std::string_view ComponentScopeText(eComponentScope scope) {
-  return KindText(kScopes, scope);
 }
 
 Component_t::Component_t(ComponentInfo_t info) : info_(std::move(info)) {}

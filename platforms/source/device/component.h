@@ -13,45 +13,43 @@
 #include "platforms/source/device/device_result.h"
 #include "platforms/source/device/property_entry.h"
 
-/// One hardware block of a device that makes, carries or merges trace: what it is, under which
-/// names it is known, and its property lists. A component does not know its neighbours; links
-/// between components belong to the device. One thread at a time.
+/// One hardware block of a device that generates, carries or merges trace: its kind, its names and
+/// its property lists. A component does not know its neighbours; links between components belong to
+/// the device. One thread at a time.
 namespace EktTrace {
 
 enum eComponentType : std::uint32_t {
   eComponentOther = 0,
   eComponentCore,         ///< a processor's own trace unit
-  eComponentBusTracer,    ///< watches one or more buses, for example a QB Tracer 2
+  eComponentBusTracer,    ///< traces one or more buses, for example a QB Tracer 2
   eComponentSystemTrace,  ///< a system trace module (STM)
   eComponentFunnel,       ///< merges several trace streams into one
   eComponentReplicator,   ///< copies one trace stream to several sinks
-  eComponentBridge,       ///< anything else that only hands a stream on
+  eComponentBridge,       ///< anything else that only forwards a stream
 };
 
-/// How far into the device a component reaches.
+/// What part of the device a component serves.
 enum eComponentScope : std::uint32_t {
   eScopeDevice = 0,  ///< shared by the whole device
   eScopeSubsystem,   ///< serves one subsystem
   eScopeCore,        ///< private to one core
 };
 
-/// The words of a device description, for example "bus-tracer" and "device".
+/// The kind that a device description names, for example "bus-tracer" or "device".
 QBT2_API std::optional<eComponentType> FindComponentType(std::string_view text);
-QBT2_API std::string_view ComponentTypeText(eComponentType type);
 QBT2_API std::optional<eComponentScope> FindComponentScope(std::string_view text);
-QBT2_API std::string_view ComponentScopeText(eComponentScope scope);
 
-/// A trace id on the trace bus (ATB) has seven bits; 0 is "no source", 0x70 to 0x7F are reserved.
+/// A trace id on the trace bus (ATB) has seven bits; 0 is the null id, 0x70 to 0x7F are reserved.
 constexpr std::uint32_t kFirstTraceId = 0x01;
 constexpr std::uint32_t kLastTraceId = 0x6F;
 
-/// What is fixed when a component is made.
+/// The fixed properties of a component.
 struct ComponentInfo_t {
   std::string localName;   ///< unique in its device, for example "MOD_QBTRACER0"
-  std::string globalName;  ///< unique among the names that reach across devices; empty: it has none
+  std::string globalName;  ///< unique across devices; empty: none
   eComponentType type = eComponentOther;
   eComponentScope scope = eScopeDevice;
-  std::optional<std::uint32_t> traceId;  ///< only for what marks its trace with an id
+  std::optional<std::uint32_t> traceId;  ///< only if the component marks its trace with an id
 };
 
 class QBT2_API Component_t final : public IComponent_t {
@@ -68,11 +66,10 @@ class QBT2_API Component_t final : public IComponent_t {
   eComponentScope GetScope() const { return info_.scope; }
   std::optional<std::uint32_t> GetTraceId() const { return info_.traceId; }
 
-  /// Adds an empty list. A component may have a list without entries: that is not the same as
-  /// having no such list.
+  /// Adds an empty list, which is not the same as no list.
   eDeviceResult AddPropertyList(const std::string& list);
-  /// Appends to a list, which is made when it is not there. Entry names and values may repeat; both
-  /// are kept as given, in order. Lists borrowed before stay valid and show the new entry.
+  /// Appends to a list, which is created if missing. Entry names and values may repeat; both are
+  /// kept as given, in order. Lists borrowed earlier stay valid and show the new entry.
   eDeviceResult AddPropertyEntry(const std::string& list, const std::string& name,
                                  const std::string& value);
 

@@ -194,7 +194,7 @@ std::optional<TraceRoute_t> DeviceBase_t::FindTraceRoute(const std::string& comp
   return MakeTraceRoute(reach, static_cast<std::size_t>(found - steps.begin()), *end);
 }
 
-/// Every name before the end of a path is a component: AddTraceLink lets trace leave nothing else.
+/// Every name before the end of a path is a component: AddTraceLink accepts no other source.
 TraceRoute_t DeviceBase_t::MakeTraceRoute(const TraceReach_t& reach, std::size_t end,
                                           const TraceReceiver_t& receiver) const {
   std::vector<const Component_t*> components;

@@ -22,15 +22,14 @@
 #include "platforms/source/device/trace_route.h"
 #include "platforms/source/device/trace_topology.h"
 
-/// A device as the host describes it: its components and how trace runs between them, module maps,
-/// targets and trace receivers. The host fills it, the decoder and the configuration manager ask it
-/// through IDevice_t.
+/// A device as the host describes it: its components, the trace links between them, module maps,
+/// targets and trace receivers. The host fills it; the decoder and the configuration manager query
+/// it through IDevice_t.
 ///
-/// The device owns everything added to it; pointers it hands out are borrowed and good as long as
-/// it lives (trace routes: until DestroyTraceRoutes). Building returns an eDeviceResult, queries
-/// answer null, false or an empty list for what is not there; neither throws for bad input. A
-/// device is used by one thread at a time. Public operations leave entry and exit records in the
-/// debug log.
+/// The device owns everything added to it; the pointers it returns are borrowed and valid as long
+/// as it lives (trace routes: until DestroyTraceRoutes). Building returns an eDeviceResult; queries
+/// return null, false or an empty list for what does not exist; neither throws for bad input. One
+/// thread at a time uses a device. Public operations leave entry and exit records in the debug log.
 namespace EktTrace {
 
 /// A checked pair of indices into system_trace_type_map and system_trace_type_detail_map.
@@ -48,18 +47,18 @@ class QBT2_API DeviceBase_t : public IDevice_t {
 
   const std::string& GetName() const { return name_; }
 
-  // Building. An object handed over is taken when the result is eDeviceOk and destroyed otherwise;
-  // it is never null.
+  // Building. The device takes ownership of the object, which is not null; if the result is not
+  // eDeviceOk, the object is destroyed.
 
-  /// Local names are unique among components and trace receivers, so that the end of a link is one
-  /// thing only; global names are unique among components. Two components may share a trace id:
-  /// such devices exist, where the streams end in different receivers.
+  /// Local names are unique among components and trace receivers, so that a link's end is
+  /// unambiguous; global names are unique among components. Two components may share a trace id:
+  /// in some devices such streams end in different receivers.
   eDeviceResult AddComponent(std::unique_ptr<Component_t> component);
   eDeviceResult AddModuleMap(std::unique_ptr<ModuleMap_t> map);
   eDeviceResult AddTarget(std::unique_ptr<Target_t> target);
   eDeviceResult AddTraceReceiver(std::unique_ptr<TraceReceiver_t> receiver);
-  /// Trace leaves the component `source` and enters `sink`, a component or a trace receiver, both
-  /// by local name. Trace goes no further than a receiver, so a receiver is no source.
+  /// Trace flows from the component `source` to `sink`, a component or a trace receiver, both by
+  /// local name. A receiver cannot be a source.
   eDeviceResult AddTraceLink(const std::string& source, const std::string& sink);
 
   // Components.
@@ -81,8 +80,8 @@ class QBT2_API DeviceBase_t : public IDevice_t {
   const std::vector<const ModuleMap_t*>& GetModuleMaps() const { return moduleMaps_.GetAll(); }
   const Target_t* GetTarget(std::string_view name) const { return targets_.Find(name); }
   const std::vector<const Target_t*>& GetTargets() const { return targets_.GetAll(); }
-  /// False when there is no such target. `adapter` stays the caller's, outlives its use here and
-  /// may be null.
+  /// False when there is no such target. `adapter` is borrowed, outlives its use here and may be
+  /// null.
   bool SetTargetAdapter(std::string_view target, ITargetAdapter_t* adapter);
   /// Null when there is no such target or it has no adapter.
   ITargetAdapter_t* GetTargetAdapter(std::string_view target) const;
@@ -93,27 +92,27 @@ class QBT2_API DeviceBase_t : public IDevice_t {
     return receivers_.GetAll();
   }
 
-  // Trace routes. A search sees all links added so far.
+  // Trace routes. A search uses all links added so far.
 
   bool HasTraceRoute(const std::string& component, const std::string& receiver) const;
-  /// A shortest route from the component to each receiver it reaches, shortest first; of equally
-  /// long ones, the one over earlier added links first.
+  /// A shortest route from the component to each receiver it reaches, shortest first. Of equally
+  /// long routes the one over earlier added links comes first.
   std::vector<TraceRoute_t> FindTraceRoutes(const std::string& component) const;
-  /// Finds a shortest route and keeps it, or answers null when there is none. A route that is kept
-  /// for this pair already is given again, whatever links were added since: it is in use.
+  /// Finds and stores a shortest route; null if there is none. Returns the stored route if this
+  /// pair has one, even if links were added since: it is in use.
   const TraceRoute_t* CreateTraceRoute(const std::string& component, const std::string& receiver);
-  /// How many routes are kept.
+  /// The number of stored routes.
   std::size_t GetTraceRouteCount() const { return routes_.size(); }
-  /// Ends all kept routes; pointers to them are no longer good.
+  /// Destroys all stored routes; pointers to them become invalid.
   void DestroyTraceRoutes();
 
-  // What kind of system trace the device sends.
+  // The kind of system trace that the device emits.
 
-  /// Accepts the pair only when `type` is an index of system_trace_type_map and `detail` one of
-  /// system_trace_type_detail_map, and otherwise keeps what was set before. The rows of index 0,
-  /// the error kinds, are rows like the others.
+  /// Accepts the pair only if `type` is an index of system_trace_type_map and `detail` one of
+  /// system_trace_type_detail_map; otherwise keeps the earlier pair and returns false. Index 0, the
+  /// error kinds, is accepted like the others.
   bool SetSystemTraceInfo(std::int32_t type, std::int32_t detail);
-  /// Nothing until a pair was accepted.
+  /// Empty until a pair was accepted.
   std::optional<SystemTraceInfo_t> GetSystemTraceInfo() const { return systemTraceInfo_; }
 
  private:

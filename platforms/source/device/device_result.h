@@ -4,9 +4,9 @@
 
 #include "interfaces/qbt2_export.h"
 
-/// How an attempt to add to the device model ended. Building a model returns one of these and never
-/// throws for bad input; a refused addition leaves the model as it was. Queries do not use it: they
-/// answer null or false for what is not there.
+/// The result of adding to the device model. Adding never throws for bad input; a refused addition
+/// leaves the model unchanged. Queries do not use it: they return null or false for what does not
+/// exist.
 namespace EktTrace {
 
 enum eDeviceResult : std::uint32_t {

@@ -6,7 +6,7 @@
 namespace EktTrace {
 namespace {
 
-/// The last address of a range; its size is not 0. Never overflows for a range that was accepted.
+/// The last address of a range of a size above 0. Never overflows for an accepted range.
 std::uint64_t LastAddress(const ModuleRange_t& range) {
   return range.base + (range.sizeBytes - 1);
 }

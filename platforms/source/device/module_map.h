@@ -10,13 +10,13 @@
 #include "interfaces/qbt2_export.h"
 #include "platforms/source/device/device_result.h"
 
-/// Where the modules of a device lie in one address space: which address range a module name stands
-/// for, and which module an address (of a traced bus transaction, say) belongs to. A device has one
-/// map for each address space. One thread at a time.
+/// The modules of a device in one address space: the address range of a module name, and the module
+/// of an address, for example that of a traced bus transaction. A device has one map for each
+/// address space. One thread at a time.
 namespace EktTrace {
 
-/// One module's range: `sizeBytes` bytes from `base` on. The range may end with the last byte of
-/// the 64-bit space.
+/// One module's range: `sizeBytes` bytes from `base` on. It may end with the last byte of the
+/// 64-bit space.
 struct ModuleRange_t {
   std::string name;
   std::uint64_t base = 0;
@@ -30,15 +30,13 @@ class QBT2_API ModuleMap_t final {
   const std::string& GetName() const { return name_; }
 
   /// Refuses an empty or taken name, a size of 0, a range past the end of the address space and one
-  /// that overlaps another: an address belongs to one module at most.
+  /// that overlaps another: an address belongs to at most one module.
   eDeviceResult Add(ModuleRange_t range);
 
   /// The module of this name, or null. Borrowed; lives as long as the map.
   const ModuleRange_t* FindModule(std::string_view name) const;
-  /// The module that holds the address, or null.
+  /// The module that contains the address, or null.
   const ModuleRange_t* FindModuleAt(std::uint64_t address) const;
-  /// All modules by their base, lowest first.
-  const std::map<std::uint64_t, ModuleRange_t>& GetModules() const { return byBase_; }
 
  private:
   bool Overlaps(const ModuleRange_t& range) const;

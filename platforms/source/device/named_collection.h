@@ -10,9 +10,9 @@
 
 #include "platforms/source/device/device_result.h"
 
-/// Owns objects that each have a unique, non-empty GetName(), finds them by it and lists them in
-/// the order of adding. Objects never move, so borrowed pointers live as long as the collection.
-/// One thread at a time.
+/// Owns objects with unique, non-empty names (GetName()), finds them by name and lists them in the
+/// order of adding. Objects never move, so borrowed pointers are valid as long as the collection
+/// lives. One thread at a time.
 namespace EktTrace {
 
 template <class T>
@@ -23,7 +23,7 @@ class NamedCollection_t {
     return Find(name) == nullptr ? eDeviceOk : eDeviceDuplicateName;
   }
 
-  /// Takes `item` over when the result is eDeviceOk, else it is destroyed. `item` is not null.
+  /// Takes ownership of `item`, which is not null. If the result is not eDeviceOk, it is destroyed.
   eDeviceResult Add(std::unique_ptr<T> item) {
     const eDeviceResult result = Check(item->GetName());
     if (result != eDeviceOk) return result;

@@ -5,8 +5,8 @@
 
 #include "interfaces/device_session_if.h"
 
-/// One named value of a component's property list. The value is text and handed on as it was given:
-/// who asks converts it. Constant once made.
+/// One named value of a component's property list. The value is a text, kept as given; its reader
+/// converts it. Immutable.
 namespace EktTrace {
 
 class PropertyEntry_t final : public IPropertyEntry_t {

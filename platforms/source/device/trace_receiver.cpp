@@ -17,8 +17,4 @@ std::optional<eReceiverType> FindReceiverType(std::string_view text) {
   return std::nullopt;
 }
 
-std::string_view ReceiverTypeText(eReceiverType type) {
-  return type < kTypes.size() ? kTypes[type] : std::string_view("unknown");
-}
-
 }  // namespace EktTrace

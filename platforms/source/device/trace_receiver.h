@@ -8,22 +8,21 @@
 
 #include "interfaces/qbt2_export.h"
 
-/// Where trace ends up: the end of every trace route. Constant once made.
+/// The end of a trace route. Immutable.
 namespace EktTrace {
 
 enum eReceiverType : std::uint32_t {
   eReceiverBuffer = 0,    ///< a trace buffer on the chip
   eReceiverSystemMemory,  ///< a range of the device's own memory
-  eReceiverProbe,         ///< trace pins with a probe behind them
+  eReceiverProbe,         ///< a probe on the trace pins
 };
 
-/// The words of a device description: "buffer", "system-memory", "probe".
+/// The type that a device description names: "buffer", "system-memory" or "probe".
 QBT2_API std::optional<eReceiverType> FindReceiverType(std::string_view text);
-QBT2_API std::string_view ReceiverTypeText(eReceiverType type);
 
 class TraceReceiver_t final {
  public:
-  /// `sizeBytes` is what the receiver can hold; 0 when that is not known or has no end.
+  /// `sizeBytes` is the receiver's capacity; 0 if unknown or unlimited.
   TraceReceiver_t(std::string name, eReceiverType type, std::uint64_t sizeBytes)
       : name_(std::move(name)), type_(type), sizeBytes_(sizeBytes) {}
 

@@ -10,19 +10,19 @@
 
 #include "platforms/source/device/device_result.h"
 
-/// Which trace output leads to which input, by name. Knows nothing of what the names stand for.
+/// The links from trace outputs to trace inputs, by name.
 ///
 /// The search is breadth-first, so the first path to a name is a shortest one; of equally long
-/// paths the one over the earlier added links wins. Every name is visited once, so cycles end. One
-/// thread at a time.
+/// paths the one over the earlier added links wins. Every name is visited once, so cycles
+/// terminate. One thread at a time.
 namespace EktTrace {
 
-/// Everything that a search reached, nearest first, and how.
+/// Every name that a search reached, nearest first, and its path.
 class TraceReach_t {
  public:
   struct Step_t {
-    std::string_view name;    ///< borrowed from the topology or from the asked-for source
-    std::size_t predecessor;  ///< index of the step before; of the source (index 0), itself
+    std::string_view name;    ///< borrowed from the topology or from the `source` of the search
+    std::size_t predecessor;  ///< index of the previous step; the source (index 0) is its own
   };
 
   const std::vector<Step_t>& GetSteps() const { return steps_; }
@@ -36,12 +36,12 @@ class TraceReach_t {
 
 class TraceTopology_t final {
  public:
-  /// Refuses a link that is there already. Cycles, also of one name, are accepted: real devices
-  /// feed trace back.
+  /// Refuses an existing link. Cycles, even of one name, are accepted: real devices feed trace
+  /// back.
   eDeviceResult AddLink(const std::string& source, const std::string& sink);
 
-  /// All that trace of `source` can reach; the source itself is the first step. The result borrows
-  /// names and is good until the next AddLink and as long as the text behind `source`.
+  /// Everything that trace of `source` can reach; the source is the first step. The result borrows
+  /// names: it is valid until the next AddLink and as long as `source`.
   TraceReach_t Search(std::string_view source) const;
 
  private:
