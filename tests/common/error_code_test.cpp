@@ -9,7 +9,7 @@ using Kz::Dvt::Hwdbg::hwDbgErrorDS;
 using Kz::Dvt::Hwdbg::hwDbgErrorIF;
 using Kz::Dvt::Hwdbg::hwDbgErrorIFDS;
 
-TEST(ErrorObject, TitleIsThatOfTheFirstSeverityAskedFor) {
+TEST(ErrorObject, TitleIsThatOfTheSeverityAtTheFirstCall) {
   const char* const titles[] = {"Information", "Warning", "Error", "Internal", "Fatal"};
   for (std::uint32_t value = 0; value < 5; ++value) {
     hwDbgError error(static_cast<hwDbgErrorIF::Severity_Type>(value));
@@ -61,7 +61,7 @@ TEST(ErrorObject, CopyTakesTheLinesButNotTheJoinedText) {
   source.AddDetailedInfo("y");
 
   hwDbgError copy(source);
-  EXPECT_STREQ(copy.GetDetailedText(), "x\ny") << "a copy joins anew";
+  EXPECT_STREQ(copy.GetDetailedText(), "x\ny") << "a copy joins again";
   EXPECT_STREQ(copy.GetTitle(), "title");
   EXPECT_EQ(copy.GetSeverity(), 4U);
 

@@ -3,7 +3,7 @@
 #include <dlfcn.h>
 #include <gmock/gmock.h>
 
-#include "tests/common/common_test_support.h"
+#include "tests/support/test_folder.h"
 
 using KZ_DVT::uDll;
 using testing::HasSubstr;
@@ -21,26 +21,25 @@ std::string FileOfMathLibrary(uDll& library) {
 }  // namespace
 
 TEST(UDll, FindsALibraryByItsName) {
-  const common_test::TempDirectory directory;
+  const qbt2::test::TestFolder folder;
   uDll given;
   ASSERT_TRUE(given.FindAndLoad(kMathLibrary)) << given.GetError();
-  EXPECT_EQ(given.GetError(), "");
   const auto round_down = given.GetFunction<double (*)(double)>("floor");
   ASSERT_NE(round_down, nullptr);
   EXPECT_EQ(round_down(2.5), 2.0);
 
   const std::string file = FileOfMathLibrary(given);
-  std::filesystem::create_symlink(file, directory / "libwithprefix.so");
-  std::filesystem::create_symlink(file, directory / "plain.so");
+  std::filesystem::create_symlink(file, folder.at("libwithprefix.so"));
+  std::filesystem::create_symlink(file, folder.at("plain.so"));
   for (const char* name : {"withprefix", "plain", "plain.so"}) {
     uDll found;
-    EXPECT_TRUE(found.FindAndLoad((directory / name).c_str())) << found.GetError();
+    EXPECT_TRUE(found.FindAndLoad(folder.at(name).c_str())) << found.GetError();
     EXPECT_NE(found.GetSymbol("cbrt"), nullptr) << name;
     EXPECT_EQ(found.GetError(), "");
   }
 }
 
-TEST(UDll, FailuresKeepTheLoadersWords) {
+TEST(UDll, FailuresKeepTheLoadersMessage) {
   uDll library;
   EXPECT_FALSE(library.FindAndLoad("Qbt2NoSuchLibrary", -1));
   EXPECT_FALSE(library.IsLoaded());
@@ -63,8 +62,8 @@ TEST(UDll, FailuresKeepTheLoadersWords) {
 }
 
 TEST(UDll, UnloadsUnlessReleased) {
-  const common_test::TempDirectory directory;
-  const std::string copy = directory / "libcopy.so";
+  const qbt2::test::TestFolder folder;
+  const std::string copy = folder.at("libcopy.so");
   std::string file;
   {
     uDll library(kMathLibrary);

@@ -1,26 +1,32 @@
 #include "common/source/source_utilities/uEnvironment.h"
 
-#include "tests/common/common_test_support.h"
+#include <filesystem>
+
+#include "tests/support/child_process.h"
+#include "tests/support/saved_environment.h"
+#include "tests/support/test_folder.h"
+#include "tests/support/thrown_message.h"
 
 namespace {
 
-using namespace common_test;
+using namespace qbt2::test;
 using KZ_DVT::source_utilities_error;
 using KZ_DVT::uEnvironment;
 
-constexpr auto ErrorOf = [](auto body) { return MessageOf<source_utilities_error>(body); };
+constexpr auto ErrorOf = [](auto body) { return thrown_message<source_utilities_error>(body); };
 
 std::string WorkingDirectory() {
   std::string out;
   return uEnvironment::GetWorkingDirectory(out);
 }
 
-class UEnvironment : public InTempDirectory {};
-
-}  // namespace
+class UEnvironment : public testing::Test {
+ protected:
+  const TestFolder folder_;
+  const SavedEnvironment environment_;
+};
 
 TEST_F(UEnvironment, Variables) {
-  unsetenv("QBT2_TEST_VARIABLE");
   EXPECT_EQ(uEnvironment::GetVar("QBT2_TEST_VARIABLE"), "");
   EXPECT_EQ(uEnvironment::SetVar("QBT2_TEST_VARIABLE", "one"), 0);
   EXPECT_EQ(uEnvironment::SetVar("QBT2_TEST_VARIABLE", "two"), 0);
@@ -56,8 +62,8 @@ TEST_F(UEnvironment, Paths) {
   }
 }
 
-TEST_F(UEnvironment, MakeDirectoryAnswersForTheDeepestLevel) {
-  const std::string deep = home_ / "x/y";
+TEST_F(UEnvironment, MakeDirectoryReturnsTheResultOfTheDeepestLevel) {
+  const std::string deep = folder_.at("x/y");
   EXPECT_EQ(uEnvironment::MakeDirectory(deep.c_str()), 0U);
   EXPECT_TRUE(std::filesystem::is_directory(deep));
   EXPECT_EQ(uEnvironment::MakeDirectory(deep.c_str()), 0xFFFFFFFFU) << "exists";
@@ -65,27 +71,34 @@ TEST_F(UEnvironment, MakeDirectoryAnswersForTheDeepestLevel) {
   EXPECT_EQ(uEnvironment::MakeDirectory("/"), 0xFFFFFFFFU);
   EXPECT_EQ(uEnvironment::MakeDirectory("/proc/qbt2/x"), 0xFFFFFFFFU);
   EXPECT_EQ(uEnvironment::MakeDirectory(nullptr), 0xFFFFFFFFU);
-  EXPECT_EQ(uEnvironment::MakeDirectory(""), 0U) << "no level at all";
+  EXPECT_EQ(uEnvironment::MakeDirectory(""), 0U) << "no level";
 }
 
-TEST_F(UEnvironment, TraceDirectoriesNeedHome) {
-  for (const char* home : {static_cast<const char*>(nullptr), ""}) {
-    InChild([&] {
-      SetOrUnset("HOME", home);
-      for (std::string& (*getter)(std::string&) :
-           {&KZ_DVT::GetTraceUserDirectory, &uEnvironment::GetTraceLoggingDirectory,
-            &uEnvironment::GetTraceUserSettingsDirectory,
-            &uEnvironment::GetTraceTemporaryDataDirectory}) {
-        std::string out;
-        EXPECT_EQ(ErrorOf([&] { getter(out); }), "failed to read environment variable \"HOME\"");
-      }
-    });
+TEST_F(UEnvironment, TraceDirectoriesAreInHome) {
+  struct Case {
+    std::string& (*getter)(std::string&);
+    const char* below;
+    bool created;
+  };
+  const Case cases[] = {{&KZ_DVT::GetTraceUserDirectory, "/.KZ-trace", false},
+                        {&uEnvironment::GetTraceLoggingDirectory, "/.KZ-trace", true},
+                        {&uEnvironment::GetTraceUserSettingsDirectory, "/.KZ-trace/settings", true},
+                        {&uEnvironment::GetTraceTemporaryDataDirectory, "/.KZ-trace/data", true}};
+  for (const Case& c : cases) {
+    std::string out;
+    for (const char* home : {static_cast<const char*>(nullptr), ""}) {
+      set_variable("HOME", home);
+      EXPECT_EQ(ErrorOf([&] { c.getter(out); }), "failed to read environment variable \"HOME\"");
+    }
+    set_variable("HOME", folder_.path());
+    EXPECT_EQ(c.getter(out), folder_.path() + c.below);
+    EXPECT_EQ(std::filesystem::is_directory(out), c.created) << c.below;
   }
 }
 
 TEST_F(UEnvironment, ScopedDirectoryChanger) {
   const std::string before = WorkingDirectory();
-  const std::string there = std::filesystem::canonical(home_.path()).string();
+  const std::string there = std::filesystem::canonical(folder_.path()).string();
   {
     uEnvironment::ScopedDirectoryChanger changer(there.c_str());
     EXPECT_EQ(WorkingDirectory(), there);
@@ -107,7 +120,11 @@ TEST_F(UEnvironment, ScopedDirectoryChanger) {
   EXPECT_EQ(WorkingDirectory(), before);
 
   EXPECT_NE(uEnvironment::SetWorkingDirectory(nullptr), 0);
-  EXPECT_EQ(uEnvironment::SetWorkingDirectory(there.c_str()), 0);
-  std::filesystem::remove(there);
-  EXPECT_EQ(ErrorOf([] { WorkingDirectory(); }), "failed to get current working directory");
+  run_in_child([&] {
+    EXPECT_EQ(uEnvironment::SetWorkingDirectory(there.c_str()), 0);
+    std::filesystem::remove(there);
+    EXPECT_EQ(ErrorOf([] { WorkingDirectory(); }), "failed to get current working directory");
+  });
 }
+
+}  // namespace

@@ -1,6 +1,8 @@
 #include "common/source/source_utilities/uProcess.h"
 
-#include "tests/common/common_test_support.h"
+#include <gtest/gtest.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
 using KZ_DVT::uProcess;
 

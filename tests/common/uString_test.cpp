@@ -1,15 +1,14 @@
 #include "common/source/source_utilities/uString.h"
 
-#include <cmath>
+#include <gtest/gtest.h>
 
-#include "tests/common/common_test_support.h"
+#include "tests/support/thrown_message.h"
 
 namespace {
 
-using common_test::MessageOf;
 using KZ_DVT::uString;
 
-constexpr auto ErrorOf = [](auto body) { return MessageOf<uString::error>(body); };
+constexpr auto ErrorOf = [](auto body) { return qbt2::test::thrown_message<uString::error>(body); };
 
 }  // namespace
 
@@ -22,9 +21,9 @@ TEST(UString, Replace) {
   } cases[] = {
       {"a-b-c", "-", "+", "a+b+c"},  {"a-b", "-", "", "ab"},
       {"abc", "x", "y", "abc"},      {"", "x", "y", ""},
-      {"aaaa", "aa", "", "aa"},       // the search steps over what moved up
-      {"abb", "ab", "xxa", "xxxxa"},  // and meets what the replacement completed
-      {"ab", "ab", "abc", "abc"},     // text behind the step is not seen again
+      {"aaaa", "aa", "", "aa"},       // the search skips text that moved up
+      {"abb", "ab", "xxa", "xxxxa"},  // and finds a match that the replacement completed
+      {"ab", "ab", "abc", "abc"},     // but not in the text before it
       {"abc", "", "x", "abc"},
   };
   for (const auto& c : cases) {

@@ -1,10 +1,13 @@
 #include "common/source/source_utilities/uTime.h"
 
-#include "tests/common/common_test_support.h"
+#include <gtest/gtest.h>
+
+#include "tests/support/saved_environment.h"
 
 using KZ_DVT::uTime;
 
 TEST(UTime, FieldsAndFormats) {
+  const qbt2::test::SavedEnvironment saved;
   setenv("TZ", "UTC0", 1);
   tzset();
   // 2026-07-04 05:06:07 UTC.
@@ -18,7 +21,7 @@ TEST(UTime, FieldsAndFormats) {
   EXPECT_EQ(time.Format(""), "");
   EXPECT_EQ(time.Format(nullptr), "");
   EXPECT_EQ(time.Format(std::string(2000, 'x').c_str()), "");
-  // Before 1970 the milliseconds still count upwards from the second.
+  // Before 1970 the milliseconds still count up from the second.
   EXPECT_EQ(uTime(std::chrono::system_clock::time_point(std::chrono::milliseconds(-1)))
                 .Format("%Y %S.%s"),
             "1969 59.999");

@@ -8,13 +8,12 @@
 #include <vector>
 
 #include "platforms/source/device/device_base.h"
-#include "tests/platforms/trace_testing.h"
+#include "tests/support/debug_log_records.h"
 
 namespace EktTrace {
 namespace {
 
 using ::testing::ElementsAre;
-using ::testing::HasSubstr;
 using ::testing::IsSupersetOf;
 
 /// A device of components and receivers, linked as "A>B C>D" says, in that order.
@@ -126,7 +125,7 @@ TEST(TraceRoute, ALongChainIsWalkedWithoutRecursion) {
 }
 
 TEST(DeviceLog, RecordsNameTheOperationAndItsResult) {
-  trace_testing::DebugLog::TakeRecords();
+  qbt2::test::DebugLogRecords log;
   {
     const auto device = Device("A B", "R", "A>B B>R");
     device->CreateTraceRoute("A", "R");
@@ -134,10 +133,9 @@ TEST(DeviceLog, RecordsNameTheOperationAndItsResult) {
     device->GetTargetAdapter("CPU0");
   }
   EXPECT_THAT(
-      trace_testing::DebugLog::TakeRecords(),
-      IsSupersetOf({HasSubstr("Created trace route A -> B -> R"),
-                    HasSubstr("Destroying 2 trace routes"),
-                    HasSubstr("Returning target adapter (nil)"), HasSubstr("~DeviceBase_t")}));
+      log.take(),
+      IsSupersetOf({"MP Created trace route A -> B -> R", "MP Destroying 2 trace routes",
+                    "FX GetTargetAdapter: Returning target adapter (nil)", "FX ~DeviceBase_t: "}));
 }
 
 }  // namespace

@@ -7,12 +7,15 @@
 #include <stdexcept>
 
 #include "platforms/source/trace/device_config_manager_stm.h"
-#include "tests/platforms/fake_device_model.h"
-#include "tests/platforms/trace_testing.h"
+#include "tests/support/debug_log_records.h"
+#include "tests/support/fake_device_model.h"
+#include "tests/support/saved_environment.h"
+#include "tests/support/tdf_bytes.h"
+#include "tests/support/test_folder.h"
 
 namespace {
 
-using namespace trace_testing;
+using namespace qbt2::test;
 using namespace EktTrace;
 using Kz::Dvt::Trace::ConfigPropertyValue;
 using Kz::Dvt::Trace::eTraceDataFileTdf;
@@ -20,7 +23,7 @@ using Kz::Dvt::Trace::eTraceDataFileText1;
 using Kz::Dvt::Trace::eTraceDataFileText2;
 using ::testing::ElementsAre;
 
-// The session, its accessor and its device model in one: each part can be switched away.
+/// The session, its accessor and its device model in one; each part can be absent.
 struct FakeSession : IDeviceSession_t, IConfigAccessor_t, FakeDeviceModel {
   FakeSession() { deviceName = "dev"; }
   Kz::Dvt::Trace::CDeviceIdentifier* GetDeviceIdentifier() override {
@@ -82,9 +85,8 @@ struct FakeSession : IDeviceSession_t, IConfigAccessor_t, FakeDeviceModel {
   std::vector<std::string> written;
 };
 
-class ConfigManager : public InFolder {
+class ConfigManager : public testing::Test {
  protected:
-  using eConfigType = ConfigFile::DeviceConfig_t::eConfigType;
   FakeSession m_session;
   DeviceConfigManager_t m_manager{&m_session, "dev", ConfigFile::DeviceConfig_t::eStmConfig,
                                   "second"};
@@ -134,12 +136,12 @@ TEST_F(ConfigManager, PropertyThatIsMissingIsLoggedAndLeavesTheRecord) {
   ConfigPropertyValue value;
   value.type = 99;
   value.text = "before";
-  DebugLog::TakeRecords();
+  DebugLogRecords log;
   EXPECT_FALSE(m_manager.GetProperty("missing", value));
   EXPECT_EQ(value.type, 99u);
   EXPECT_EQ(value.text, "before");
   EXPECT_EQ(m_manager.GetLastError(), "no such property");
-  EXPECT_THAT(DebugLog::TakeRecords(), ElementsAre("E GetProperty: no such property"));
+  EXPECT_THAT(log.take_with_functions(), ElementsAre("E GetProperty: no such property"));
   EXPECT_TRUE(m_manager.GetProperty("any", value));
   EXPECT_EQ(m_manager.GetLastError(), "");
   int first = 0;
@@ -162,12 +164,10 @@ TEST_F(ConfigManager, LiveSettingsAreReadOrDefaulted) {
   m_session.readError = "not there";
   m_session.propertyKind = 2;
   m_session.propertyText = "7";
-  DebugLog::TakeRecords();
+  DebugLogRecords log;
   EXPECT_TRUE(m_manager.LoadConfigurationLive());
-  EXPECT_THAT(
-      DebugLog::TakeRecords(),
-      ElementsAre("MC ReadLive: Failed to access config setting a. Using default value",
-                  "E ReadLive: not there", "MC ReadLive: Accessed config setting b (0x20)"));
+  EXPECT_THAT(log.take(), ElementsAre("MC Failed to access config setting a. Using default value",
+                                      "E not there", "MC Accessed config setting b (0x20)"));
   ConfigPropertyValue value;
   EXPECT_TRUE(m_manager.GetProperty("b", value));  // what was read wins over the session's 7
   EXPECT_EQ(value.text, "0x20");
@@ -177,32 +177,30 @@ TEST_F(ConfigManager, LiveSettingsAreReadOrDefaulted) {
 }
 
 TEST_F(ConfigManager, ConfigurationIsLoadedAppliedAndSaved) {
-  setenv("KZ_TRACE_SETTINGS_DIR", m_folder.path().c_str(), 1);
-  Put("s.txt", "ok=1\nbad=2\n");
-  DebugLog::TakeRecords();
+  const SavedEnvironment environment;
+  const TestFolder folder;
+  set_variable("KZ_TRACE_SETTINGS_DIR", folder.path());
+  folder.put("s.txt", "ok=1\nbad=2\n");
+  DebugLogRecords log;
   EXPECT_TRUE(m_manager.LoadConfiguration("s.txt", eTraceDataFileText1));
   EXPECT_THAT(m_session.written, ElementsAre("bad=2", "ok=1"));
-  EXPECT_THAT(
-      DebugLog::TakeRecords(),
-      ElementsAre("FE LoadConfiguration: ", "MP ApplyValues: Applying config setting bad = 2",
-                  "E ApplyValues: cannot write bad",
-                  "MP ApplyValues: Applying config setting ok = 1"));
+  EXPECT_THAT(log.take(),
+              ElementsAre("FE LoadConfiguration: ", "MP Applying config setting bad = 2",
+                          "E cannot write bad", "MP Applying config setting ok = 1"));
   EXPECT_EQ(m_manager.GetLastError(), "");
 
-  const std::string tdf = Put("a.tdf", "TDF2");
+  const std::string tdf = folder.put("a.tdf", "TDF2");
   EXPECT_TRUE(m_manager.SaveConfiguration(tdf, eTraceDataFileTdf));
-  EXPECT_EQ(ReadFile(tdf), "TDF2" + Section("STMDECODERINFO", 1, "bad=2\nok=1\n"));
+  EXPECT_EQ(read_file(tdf), "TDF2" + section("STMDECODERINFO", 1, "bad=2\nok=1\n"));
 
-  DebugLog::TakeRecords();
-  EXPECT_FALSE(m_manager.SaveConfiguration(At("no/x"), eTraceDataFileText2));
-  const std::string error = "Error opening file " + At("no/x") + " for writing";
+  log.take();
+  EXPECT_FALSE(m_manager.SaveConfiguration(folder.at("no/x"), eTraceDataFileText2));
+  const std::string error = "Error opening file " + folder.at("no/x") + " for writing";
   EXPECT_EQ(m_manager.GetLastError(), error);
-  const auto records = DebugLog::TakeRecords();
-  ASSERT_GE(records.size(), 3u);
-  EXPECT_EQ(records.front(), "FE SaveConfiguration: ");
-  EXPECT_EQ(records[1], "MP SaveConfiguration: Saving config setting bad = 2");
-  EXPECT_EQ(records[records.size() - 2], "E SaveConfiguration: " + error);
-  EXPECT_EQ(records.back(), "FX SaveConfiguration: returns failure");
+  EXPECT_THAT(log.take(), ElementsAre("FE SaveConfiguration: ", "MP Saving config setting bad = 2",
+                                      "MP Saving config setting ok = 1",
+                                      "MP Saving Device Config data to file " + folder.at("no/x"),
+                                      "E " + error, "FX SaveConfiguration: returns failure"));
 
   EXPECT_FALSE(m_manager.LoadConfiguration("s.txt", eTraceDataFileText2));
   EXPECT_EQ(m_manager.GetLastError(), "File type is not supported");
@@ -211,18 +209,17 @@ TEST_F(ConfigManager, ConfigurationIsLoadedAppliedAndSaved) {
   EXPECT_EQ(m_manager.GetLastError(), "no accessor");
 }
 
-TEST_F(ConfigManager, SessionThatThrowsIsAFailureAndNoMore) {
+TEST_F(ConfigManager, SessionExceptionsAreFailures) {
   m_manager.AddConfigEntry("a", eTraceAttributeAtbId);
-  const std::function<void()> throwers[] = {[] { throw std::runtime_error("boom"); },
-                                            [] { throw 42; }};
-  const char* const texts[] = {"boom", "Unknown exception"};
-  for (int i = 0; i < 2; ++i) {
-    m_session.throwing = throwers[i];
+  const std::pair<std::function<void()>, const char*> cases[] = {
+      {[] { throw std::runtime_error("boom"); }, "boom"}, {[] { throw 42; }, "Unknown exception"}};
+  for (const auto& [throwing, message] : cases) {
+    m_session.throwing = throwing;
     ConfigPropertyValue value;
     int number = 0;
     std::string text;
     EXPECT_FALSE(m_manager.GetProperty("any", value));
-    EXPECT_EQ(m_manager.GetLastError(), texts[i]);
+    EXPECT_EQ(m_manager.GetLastError(), message);
     EXPECT_FALSE(m_manager.GetInfo(number, number, text));
     EXPECT_FALSE(m_manager.LoadConfiguration("s", eTraceDataFileText1));
     EXPECT_TRUE(m_manager.LoadConfigurationLive());
@@ -268,7 +265,7 @@ TEST(StmConfigManager, RegistersFixedSettingsAndMasters) {
   EXPECT_EQ(value.text, "0");
 }
 
-TEST(StmConfigManager, MissingPartsOfTheModelAreNoError) {
+TEST(StmConfigManager, MissingPartsOfTheModelAreNotErrors) {
   for (const auto part : {FakeSession::kIdentifier, FakeSession::kDevice, FakeSession::kComponent,
                           FakeSession::kList}) {
     FakeSession session;
@@ -282,20 +279,24 @@ TEST(StmConfigManager, MissingPartsOfTheModelAreNoError) {
   }
 }
 
-TEST(StmConfigManager, ConstructTellsWhyItFailed) {
+TEST(StmConfigManager, ConstructReportsFailures) {
   const std::string prefix = "Device Configuraton Manager could not be created: ";
-  std::string error;
-  DebugLog::TakeRecords();
-  EXPECT_EQ(MakeStm(nullptr, error), nullptr);
-  EXPECT_EQ(error, prefix + "Null device pointer");
-  EXPECT_THAT(DebugLog::TakeRecords(), ElementsAre("E Construct: " + error));
   FakeSession session;
-  session.throwing = [] { throw std::out_of_range("range"); };
-  EXPECT_EQ(MakeStm(&session, error), nullptr);
-  EXPECT_EQ(error, prefix + "range");
-  session.throwing = [] { throw 1; };
-  EXPECT_EQ(MakeStm(&session, error), nullptr);
-  EXPECT_EQ(error, prefix + "Unknown exception ");
+  const struct {
+    IDeviceSession_t* session;
+    std::function<void()> throwing;
+    const char* reason;
+  } cases[] = {{nullptr, {}, "Null device pointer"},
+               {&session, [] { throw std::out_of_range("range"); }, "range"},
+               {&session, [] { throw 1; }, "Unknown exception "}};
+  for (const auto& c : cases) {
+    session.throwing = c.throwing;
+    DebugLogRecords log;
+    std::string error;
+    EXPECT_EQ(MakeStm(c.session, error), nullptr);
+    EXPECT_EQ(error, prefix + c.reason);
+    EXPECT_THAT(log.take_with_functions(), ElementsAre("E Construct: " + error));
+  }
 }
 
 }  // namespace

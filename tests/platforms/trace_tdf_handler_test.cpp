@@ -6,18 +6,20 @@
 
 #include "common/source/errors/error_code.h"
 #include "platforms/source/trace/tdf_walker.h"
-#include "tests/platforms/trace_testing.h"
+#include "tests/support/file_size_limit.h"
+#include "tests/support/tdf_bytes.h"
+#include "tests/support/test_folder.h"
 
 namespace {
 
-using namespace trace_testing;
+using namespace qbt2::test;
 using Kz::Dvt::Hwdbg::hwDbgError;
 using Kz::Dvt::Trace::eTdfFault;
 using Kz::Dvt::Trace::ListSections;
 using Kz::Dvt::Trace::TdfFault;
 using Kz::Dvt::Trace::TDFHandler;
 
-class TdfHandler : public InFolder {
+class TdfHandler : public testing::Test {
  protected:
   // The text of the error that the call throws; empty when it throws none.
   static std::string Failure(const std::function<void()>& call) {
@@ -46,18 +48,20 @@ class TdfHandler : public InFolder {
     TDFHandler::SaveSectionData(path.c_str(), name, offset, payload.data(), 1,
                                 static_cast<std::uint32_t>(payload.size()), length);
   }
+
+  const TestFolder folder_;
 };
 
 TEST_F(TdfHandler, WritersMakeTheBytesOfTheFormat) {
-  const std::string path = At("a.tdf");
+  const std::string path = folder_.at("a.tdf");
   TDFHandler::CreateTDFFile(path.c_str());
-  EXPECT_EQ(ReadFile(path), "TDF2");
+  EXPECT_EQ(read_file(path), "TDF2");
 
   std::uint32_t offset = 99;
   std::uint32_t length = 99;
   TDFHandler::SaveSectionHeader(path.c_str(), "KZDecode", 1, offset);
   EXPECT_EQ(offset, 4u);
-  EXPECT_EQ(ReadFile(path), "TDF2" + Section("KZDecode", 1, ""));
+  EXPECT_EQ(read_file(path), "TDF2" + section("KZDecode", 1, ""));
 
   TDFHandler::SaveSectionData(path.c_str(), nullptr, offset, "0123456789", 1, 10, length);
   EXPECT_EQ(length, 30u);
@@ -65,17 +69,17 @@ TEST_F(TdfHandler, WritersMakeTheBytesOfTheFormat) {
   EXPECT_EQ(length, 36u);
   TDFHandler::SaveSectionHeader(path.c_str(), nullptr, 7, offset);
   EXPECT_EQ(offset, 40u);
-  EXPECT_EQ(ReadFile(path),
-            "TDF2" + Section("KZDecode", 1, "0123456789abcdef") + Section("", 7, ""));
+  EXPECT_EQ(read_file(path),
+            "TDF2" + section("KZDecode", 1, "0123456789abcdef") + section("", 7, ""));
 
   TDFHandler::CreateTDFFile(path.c_str());
-  EXPECT_EQ(ReadFile(path), "TDF2");
+  EXPECT_EQ(read_file(path), "TDF2");
 }
 
 TEST_F(TdfHandler, ReadersTakeTheFirstSectionOfNameAndVersion) {
   const std::string path =
-      Put("a.tdf", "TDF2" + Section("S", 1, "one") + Section("S", 2, "second") +
-                       Section("S", 2, "third") + Section("", 3, "no name"));
+      folder_.put("a.tdf", "TDF2" + section("S", 1, "one") + section("S", 2, "second") +
+                               section("S", 2, "third") + section("", 3, "no name"));
   EXPECT_EQ(Load(path, "S", 1), "one");
   EXPECT_EQ(Load(path, "S", 2), "second");
   EXPECT_EQ(Load(path, "S", 2, 4), "seco");
@@ -94,12 +98,12 @@ TEST_F(TdfHandler, ReadersTakeTheFirstSectionOfNameAndVersion) {
 }
 
 TEST_F(TdfHandler, FailuresCarryTheirTexts) {
-  const std::string good = Put("good.tdf", "TDF2" + Section("S", 1, "data"));
-  const std::string bad = Put("bad.tdf", "TDF1" + Section("S", 1, "data"));
-  const std::string plain = Put("good.txt", "TDF2" + Section("S", 1, "data"));
-  std::filesystem::create_directory(At("folder.tdf"));
-  const std::string folder = At("folder.tdf");
-  const std::string missing = At("missing.tdf");
+  const std::string good = folder_.put("good.tdf", "TDF2" + section("S", 1, "data"));
+  const std::string bad = folder_.put("bad.tdf", "TDF1" + section("S", 1, "data"));
+  const std::string plain = folder_.put("good.txt", "TDF2" + section("S", 1, "data"));
+  std::filesystem::create_directory(folder_.at("folder.tdf"));
+  const std::string folder = folder_.at("folder.tdf");
+  const std::string missing = folder_.at("missing.tdf");
   std::uint32_t a = 0;
   std::uint32_t b = 0;
   char buffer[8];
@@ -121,7 +125,7 @@ TEST_F(TdfHandler, FailuresCarryTheirTexts) {
   const auto position = [&](const std::string& p, const char* name) {
     return [&, p, name] { TDFHandler::GetSectionDataPosition(p.c_str(), name, 1, a, b); };
   };
-  const std::string folderless = At("no/such.tdf");
+  const std::string folderless = folder_.at("no/such.tdf");
   const struct {
     const char* what;
     std::function<void()> call;
@@ -159,7 +163,7 @@ TEST_F(TdfHandler, FailuresCarryTheirTexts) {
   for (const auto& c : cases) {
     EXPECT_EQ(Failure(c.call), c.text) << c.what;
   }
-  EXPECT_EQ(ReadFile(good), "TDF2" + Section("S", 1, "data"));
+  EXPECT_EQ(read_file(good), "TDF2" + section("S", 1, "data"));
 }
 
 TEST_F(TdfHandler, NamesAndFilesAreTold) {
@@ -176,20 +180,20 @@ TEST_F(TdfHandler, NamesAndFilesAreTold) {
   for (const auto& n : names) {
     EXPECT_EQ(TDFHandler::HasExtension(n.path, n.extension), n.has) << (n.path ? n.path : "null");
   }
-  EXPECT_TRUE(TDFHandler::ISTDF(Put("a.tdf", "TDF2").c_str()));
-  EXPECT_FALSE(TDFHandler::ISTDF(Put("a.txt", "TDF2").c_str()));
-  EXPECT_FALSE(TDFHandler::ISTDF(Put("b.tdf", "TDF").c_str()));
+  EXPECT_TRUE(TDFHandler::ISTDF(folder_.put("a.tdf", "TDF2").c_str()));
+  EXPECT_FALSE(TDFHandler::ISTDF(folder_.put("a.txt", "TDF2").c_str()));
+  EXPECT_FALSE(TDFHandler::ISTDF(folder_.put("b.tdf", "TDF").c_str()));
   EXPECT_FALSE(TDFHandler::ISTDF(nullptr));
   EXPECT_FALSE(TDFHandler::IsFileAvailable(nullptr));
 }
 
 TEST_F(TdfHandler, FileSizeIsSaneForEverything) {
-  EXPECT_EQ(FileSize(Put("a", "12345").c_str()), 5u);
-  EXPECT_EQ(FileSize(Put("empty", "").c_str()), 0u);
-  EXPECT_EQ(FileSize(At("missing").c_str()), 0u);
-  EXPECT_EQ(FileSize(m_folder.path().c_str()), 0u);
+  EXPECT_EQ(FileSize(folder_.put("a", "12345").c_str()), 5u);
+  EXPECT_EQ(FileSize(folder_.put("empty", "").c_str()), 0u);
+  EXPECT_EQ(FileSize(folder_.at("missing").c_str()), 0u);
+  EXPECT_EQ(FileSize(folder_.path().c_str()), 0u);
   EXPECT_EQ(FileSize(nullptr), 0u);
-  const std::string huge = Put("huge.tdf", "TDF2" + Section("S", 1, "data"));
+  const std::string huge = folder_.put("huge.tdf", "TDF2" + section("S", 1, "data"));
   std::filesystem::resize_file(huge, (std::uint64_t{1} << 32) + 100);  // sparse
   EXPECT_EQ(FileSize(huge.c_str()), 0xFFFFFFFFu);
   EXPECT_EQ(Load(huge, "S", 1), "data");
@@ -199,30 +203,31 @@ TEST_F(TdfHandler, FileSizeIsSaneForEverything) {
 
 // Each hostile section stands behind a good one: it must stop the walk there, and nothing more.
 TEST_F(TdfHandler, WalkStopsAtWhatIsNoSection) {
-  const std::string good = Section("good", 1, "data");  // 20 bytes
-  const std::string wanted = Section("S", 1, "never");
+  const std::string good = section("good", 1, "data");  // 20 bytes
+  const std::string wanted = section("S", 1, "never");
   const struct {
     const char* what;
     std::string bytes;
     eTdfFault fault;
   } cases[] = {
-      {"length 0", Word(0) + Word(1) + Text("S") + wanted, eTdfFault::LengthZero},
-      {"length of the fixed header only", Word(12) + Word(1) + Text("S") + wanted,
+      {"length 0", le32(0) + le32(1) + counted("S") + wanted, eTdfFault::LengthZero},
+      {"length of the fixed header only", le32(12) + le32(1) + counted("S") + wanted,
        eTdfFault::LengthTooShort},
-      {"length 11", Word(11) + Word(1) + Text("") + wanted, eTdfFault::LengthTooShort},
-      {"length over the limit", Word(0x8000001) + Word(1) + Text("S"), eTdfFault::LengthTooLarge},
-      {"length that would wrap", Word(0xFFFFFFF0) + Word(1) + Text("X") + wanted,
+      {"length 11", le32(11) + le32(1) + counted("") + wanted, eTdfFault::LengthTooShort},
+      {"length over the limit", le32(0x8000001) + le32(1) + counted("S"),
        eTdfFault::LengthTooLarge},
-      {"name over the limit", Word(5000) + Word(1) + Text(std::string(4096, 'n')) + wanted,
+      {"length that would wrap", le32(0xFFFFFFF0) + le32(1) + counted("X") + wanted,
+       eTdfFault::LengthTooLarge},
+      {"name over the limit", le32(5000) + le32(1) + counted(std::string(4096, 'n')) + wanted,
        eTdfFault::NameTooLong},
-      {"name length that would wrap", Word(20) + Word(1) + Word(0xFFFFFFFF) + wanted,
+      {"name length that would wrap", le32(20) + le32(1) + le32(0xFFFFFFFF) + wanted,
        eTdfFault::NameTooLong},
-      {"name cut", Word(100) + Word(1) + Word(50) + "S", eTdfFault::HeaderCut},
-      {"header cut", Word(13) + Word(1) + "\x01", eTdfFault::HeaderCut},
-      {"payload cut", Word(100) + Word(2) + Text("S") + "bytes", eTdfFault::PayloadCut},
+      {"name cut", le32(100) + le32(1) + le32(50) + "S", eTdfFault::HeaderCut},
+      {"header cut", le32(13) + le32(1) + "\x01", eTdfFault::HeaderCut},
+      {"payload cut", le32(100) + le32(2) + counted("S") + "bytes", eTdfFault::PayloadCut},
   };
   for (const auto& c : cases) {
-    const std::string path = Put("a.tdf", "TDF2" + good + c.bytes);
+    const std::string path = folder_.put("a.tdf", "TDF2" + good + c.bytes);
     TdfFault fault;
     const auto sections = ListSections(path, fault);
     EXPECT_EQ(fault.kind, c.fault) << c.what << ": " << fault.reason;
@@ -233,11 +238,12 @@ TEST_F(TdfHandler, WalkStopsAtWhatIsNoSection) {
     EXPECT_EQ(Load(path, "good", 1), "data") << c.what;
   }
   const std::string longest(4095, 'n');
-  EXPECT_EQ(Load(Put("a.tdf", "TDF2" + Section(longest, 1, "x")), longest.c_str(), 1), "x");
+  EXPECT_EQ(Load(folder_.put("a.tdf", "TDF2" + section(longest, 1, "x")), longest.c_str(), 1), "x");
 }
 
 TEST_F(TdfHandler, CutPayloadGivesTheBytesThatAreThere) {
-  const std::string path = Put("a.tdf", "TDF2" + Word(0x8000000) + Word(1) + Text("S") + "12345");
+  const std::string path =
+      folder_.put("a.tdf", "TDF2" + le32(0x8000000) + le32(1) + counted("S") + "12345");
   std::uint32_t length = 0;
   TDFHandler::GetSectionDataLengthInBytes(path.c_str(), "S", 1, length);
   EXPECT_EQ(length, 0x8000000u - 13) << "as the header has it";
@@ -246,7 +252,8 @@ TEST_F(TdfHandler, CutPayloadGivesTheBytesThatAreThere) {
 
 TEST_F(TdfHandler, WalkerListsSectionsAndTellsWhatIsNoTdf) {
   const std::string name("a\0b", 3);
-  const std::string path = Put("a.tdf", "TDF2" + Section("", 4, "") + Section(name, 3, "xy"));
+  const std::string path =
+      folder_.put("a.tdf", "TDF2" + section("", 4, "") + section(name, 3, "xy"));
   TdfFault fault;
   const auto sections = ListSections(path, fault);
   EXPECT_FALSE(fault) << fault.reason;
@@ -255,20 +262,20 @@ TEST_F(TdfHandler, WalkerListsSectionsAndTellsWhatIsNoTdf) {
   EXPECT_EQ(sections[1].offset, 16u);
   EXPECT_EQ(sections[1].payloadOffset, 31u);
 
-  EXPECT_TRUE(ListSections(At("missing.tdf"), fault).empty());
+  EXPECT_TRUE(ListSections(folder_.at("missing.tdf"), fault).empty());
   EXPECT_EQ(fault.kind, eTdfFault::CannotOpen);
-  EXPECT_TRUE(ListSections(m_folder.path(), fault).empty());
+  EXPECT_TRUE(ListSections(folder_.path(), fault).empty());
   EXPECT_EQ(fault.kind, eTdfFault::NoIdentifier);
 }
 
 // At whatever byte the disk is full: the error of the step that wrote there, and what was in the
 // file before is still read.
 TEST_F(TdfHandler, FullDiskIsReportedByTheStepThatMetIt) {
-  const std::string before = "TDF2" + Section("old", 1, "kept");  // 23 bytes
+  const std::string before = "TDF2" + section("old", 1, "kept");  // 23 bytes
   const std::string payload(10, 'p');
   const std::size_t start = before.size();
   for (std::size_t limit = start; limit <= start + 12 + 1 + 10; ++limit) {
-    const std::string path = Put("a.tdf", before);
+    const std::string path = folder_.put("a.tdf", before);
     std::string failure;
     {
       const FileSizeLimit full(limit);
@@ -282,10 +289,10 @@ TEST_F(TdfHandler, FullDiskIsReportedByTheStepThatMetIt) {
     EXPECT_EQ(failure, expected) << limit;
     EXPECT_EQ(Load(path, "old", 1), "kept") << limit;
   }
-  std::filesystem::create_symlink("/dev/full", At("x.tdf"));
-  EXPECT_EQ(Failure([&] { TDFHandler::CreateTDFFile(At("x.tdf").c_str()); }),
+  std::filesystem::create_symlink("/dev/full", folder_.at("x.tdf"));
+  EXPECT_EQ(Failure([&] { TDFHandler::CreateTDFFile(folder_.at("x.tdf").c_str()); }),
             "Write error -  TDF file identifier.");
-  EXPECT_EQ(Failure([&] { Save(At("x.tdf"), "S", 1, payload); }),
+  EXPECT_EQ(Failure([&] { Save(folder_.at("x.tdf"), "S", 1, payload); }),
             "Write error -  TDF section header size.");
 }
 

@@ -5,11 +5,15 @@
 #include <ctime>
 
 #include "platforms/source/trace/tdf_handler.h"
-#include "tests/platforms/trace_testing.h"
+#include "tests/support/debug_log_records.h"
+#include "tests/support/file_size_limit.h"
+#include "tests/support/saved_environment.h"
+#include "tests/support/tdf_bytes.h"
+#include "tests/support/test_folder.h"
 
 namespace {
 
-using namespace trace_testing;
+using namespace qbt2::test;
 using EktTrace::ConfigFile::DeviceConfig_t;
 using EktTrace::ConfigFile::DeviceIdentifier_t;
 using EktTrace::ConfigFile::IUseCaseText_t;
@@ -19,21 +23,24 @@ using ::testing::ElementsAre;
 using ::testing::IsSupersetOf;
 using ::testing::Pair;
 
-class TraceSections : public InFolder {
+class TraceSections : public testing::Test {
  protected:
-  // The error text of a call that must fail.
+  /// The error text of a call that must fail.
   template <typename Section, typename Data>
-  static std::string LoadFailure(Section section, Data data) {
+  static std::string LoadFailure(Section from, Data data) {
     std::string error;
-    EXPECT_FALSE(section.Load(data, error));
+    EXPECT_FALSE(from.Load(data, error));
     return error;
   }
   template <typename Section, typename Data>
-  static std::string SaveFailure(Section section, const Data& data) {
+  static std::string SaveFailure(Section to, const Data& data) {
     std::string error;
-    EXPECT_FALSE(section.Save(data, error));
+    EXPECT_FALSE(to.Save(data, error));
     return error;
   }
+
+  const TestFolder folder_;
+  const SavedEnvironment environment_;
 };
 
 // --- trace file header ------------------------------------------------------------------------
@@ -55,60 +62,59 @@ KzTrace_t::KzTraceData_t SomeHeader() {
   return data;
 }
 
-// The seven numbers of SomeHeader in the order of the file.
+/// The seven numbers of SomeHeader in the order of the file.
 const std::string kNumbers =
-    Word(0x11) + Word(0x77) + Word(470) + Word(38) + Word(0x44) + Word(0x55) + Word(0x66);
-const std::string kValue8 = Word(0x44332211) + Word(0x88776655);
+    le32(0x11) + le32(0x77) + le32(470) + le32(38) + le32(0x44) + le32(0x55) + le32(0x66);
+const std::string kValue8 = le32(0x44332211) + le32(0x88776655);
 
 TEST_F(TraceSections, HeaderIsWrittenAsTheFormatSays) {
-  const std::string path = Put("a.tdf", std::string(1000, 'x'));
+  const std::string path = folder_.put("a.tdf", std::string(1000, 'x'));
   std::string error;
   const auto before = static_cast<std::uint32_t>(std::time(nullptr));
   ASSERT_TRUE(KzTrace_t(path).Save(SomeHeader(), error)) << error;
-  const std::string bytes = ReadFile(path);
-  const std::size_t stampAt = 4 + 12 + 7 + (4 + 3) + (4 + 4) + 28 + (4 + 5);
-  std::uint32_t stamp = 0;
-  ASSERT_GT(bytes.size(), stampAt + 4);
-  bytes.copy(reinterpret_cast<char*>(&stamp), 4, stampAt);
-  // Of the file system's clock and the process's, either may be the coarser one.
-  EXPECT_GE(stamp, before - 1);
-  EXPECT_LE(stamp, static_cast<std::uint32_t>(std::time(nullptr)) + 1);
-  EXPECT_EQ(bytes,
-            "TDF2" + Section("KZTrace", 20,
-                             Text("dev") + Text("conn") + kNumbers + Text("three") + Word(stamp) +
-                                 Text("4") + Word(0) + Word(0) + Word(0) + Word(0) + kValue8));
-  // The reader looks for another component's name, on purpose.
+  const std::string bytes = read_file(path);
+  const std::size_t timestampAt = 4 + 12 + 7 + (4 + 3) + (4 + 4) + 28 + (4 + 5);
+  std::uint32_t timestamp = 0;
+  ASSERT_GT(bytes.size(), timestampAt + 4);
+  bytes.copy(reinterpret_cast<char*>(&timestamp), 4, timestampAt);
+  // Either of the two clocks, the file system's and the process's, may be the coarser one.
+  EXPECT_GE(timestamp, before - 1);
+  EXPECT_LE(timestamp, static_cast<std::uint32_t>(std::time(nullptr)) + 1);
+  EXPECT_EQ(bytes, "TDF2" + section("KZTrace", 20,
+                                    counted("dev") + counted("conn") + kNumbers + counted("three") +
+                                        le32(timestamp) + counted("4") + le32(0) + le32(0) +
+                                        le32(0) + le32(0) + kValue8));
+  // Deliberate: the reader expects another component name.
   EXPECT_EQ(LoadFailure(KzTrace_t(path), SomeHeader()), "Wrong component name.");
 }
 
 TEST_F(TraceSections, HeaderThatDoesNotFitLeavesTheFileAlone) {
-  const std::string path = Put("a.tdf", "before");
+  const std::string path = folder_.put("a.tdf", "before");
   auto data = SomeHeader();
   data.headerText4.assign(10240 - 84 + 1, 'x');  // all the rest takes 84 bytes
   EXPECT_EQ(SaveFailure(KzTrace_t(path), data), "Trace file header is larger than 10240 bytes.");
-  EXPECT_EQ(ReadFile(path), "before");
+  EXPECT_EQ(read_file(path), "before");
   data.headerText4.pop_back();
   std::string error;
   EXPECT_TRUE(KzTrace_t(path).Save(data, error)) << error;
-  DebugLog::TakeRecords();
-  EXPECT_EQ(SaveFailure(KzTrace_t(At("a.txt")), data), "TDF file extension must be .tdf.");
-  EXPECT_THAT(DebugLog::TakeRecords(),
-              ElementsAre("E Save: Error saving Binary Trace file: TDF file extension must be "
-                          ".tdf."));
+  DebugLogRecords log;
+  EXPECT_EQ(SaveFailure(KzTrace_t(folder_.at("a.txt")), data), "TDF file extension must be .tdf.");
+  EXPECT_THAT(log.take(),
+              ElementsAre("E Error saving Binary Trace file: TDF file extension must be .tdf."));
 }
 
-// Lists A to D with an item or two in each, nested ones included.
-const std::string kLists = Word(1) + Text("a") + Word(1) + Word(2) + Word(2) + Word(9) +
-                           Text("k1") + Word(9) + Text("k2") +  //
-                           Word(2) + std::string(24, 'b') +     //
-                           Word(1) + Word(7) + Word(1) + std::string(20, 'c') + Text("") +
-                           Text("c") + Text("cc") +  //
-                           Word(1) + std::string(16, 'd') + Text("dd");
+/// Lists A to D with an item or two each, nested ones included.
+const std::string kLists = le32(1) + counted("a") + le32(1) + le32(2) + le32(2) + le32(9) +
+                           counted("k1") + le32(9) + counted("k2") +  //
+                           le32(2) + std::string(24, 'b') +           //
+                           le32(1) + le32(7) + le32(1) + std::string(20, 'c') + counted("") +
+                           counted("c") + counted("cc") +  //
+                           le32(1) + std::string(16, 'd') + counted("dd");
 
 TEST_F(TraceSections, HeaderOfEveryFormatVersionIsRead) {
-  const std::string tail = Text("three") + Word(12345) + Text("4") + kLists;
-  const std::string device = Text("dev");
-  const std::string connection = Text("conn") + kNumbers;
+  const std::string tail = counted("three") + le32(12345) + counted("4") + kLists;
+  const std::string device = counted("dev");
+  const std::string connection = counted("conn") + kNumbers;
   const struct {
     std::uint32_t version;
     std::string record, data;
@@ -121,14 +127,14 @@ TEST_F(TraceSections, HeaderOfEveryFormatVersionIsRead) {
   };
   for (const auto& c : cases) {
     for (const bool tdf : {false, true}) {
-      const std::string start = (tdf ? "TDF2" : "") + Word(100) + Word(c.version) +
-                                (tdf ? "" : Text("TraceDataFile")) + Text("TraceKZ");
+      const std::string start = (tdf ? "TDF2" : "") + le32(100) + le32(c.version) +
+                                (tdf ? "" : counted("TraceDataFile")) + counted("TraceKZ");
       KzTrace_t::KzTraceData_t data;
       data.deviceText = "old";
       data.headerValue3 = 3;
       data.headerValue8 = 8;
       std::string error;
-      ASSERT_TRUE(KzTrace_t(Put("a.tdf", start + c.record)).Load(data, error))
+      ASSERT_TRUE(KzTrace_t(folder_.put("a.tdf", start + c.record)).Load(data, error))
           << c.version << error;
       std::ostringstream read;
       read << std::hex << data.deviceText << ' ' << data.connectionName << ' ' << data.headerValue1
@@ -140,9 +146,9 @@ TEST_F(TraceSections, HeaderOfEveryFormatVersionIsRead) {
 }
 
 TEST_F(TraceSections, HeaderFailuresCarryTheirTexts) {
-  const std::string start = "TDF2" + Word(100) + Word(1) + Text("TraceKZ");
-  const std::string texts = Text("three") + Word(0) + Text("4");
-  const std::string many = Word(0xFFFFFFFF);
+  const std::string start = "TDF2" + le32(100) + le32(1) + counted("TraceKZ");
+  const std::string texts = counted("three") + le32(0) + counted("4");
+  const std::string many = le32(0xFFFFFFFF);
   const struct {
     const char* name;
     std::string bytes;
@@ -150,31 +156,32 @@ TEST_F(TraceSections, HeaderFailuresCarryTheirTexts) {
   } cases[] = {
       {"a.TDF", start, "File extension is wrong"},
       {"atdf", start, "File extension is wrong"},
-      {"a.tdf", "TDF2" + Word(0) + Word(1),
+      {"a.tdf", "TDF2" + le32(0) + le32(1),
        "Display header size in binary trace file is invalid (zero)."},
-      {"a.tdf", Word(0), "Display header size in binary trace file is invalid (zero)."},
-      {"a.tdf", Word(9) + Word(0),
+      {"a.tdf", le32(0), "Display header size in binary trace file is invalid (zero)."},
+      {"a.tdf", le32(9) + le32(0),
        "File type is correct, but this format version is not supported."},
-      {"a.tdf", Word(9) + Word(21),
+      {"a.tdf", le32(9) + le32(21),
        "File type is correct, but this format version is not supported."},
-      {"a.tdf", Word(9) + Word(20) + Text("TraceDataFilE"), "File signature is incorrect."},
-      {"a.tdf", "TDF2" + Word(9) + Word(20) + Text("KZTrace"), "Wrong component name."},
-      // No message of its own: the file ends early, or a text is longer than any reader takes.
+      {"a.tdf", le32(9) + le32(20) + counted("TraceDataFilE"), "File signature is incorrect."},
+      {"a.tdf", "TDF2" + le32(9) + le32(20) + counted("KZTrace"), "Wrong component name."},
+      // Without a message: the file ends early, or a text exceeds the limit.
       {"a.tdf", "", ""},
       {"a.tdf", "TD", ""},
-      {"a.tdf", "TDF2" + Word(9) + Word(20) + Word(10240) + std::string(10240, 'x'), ""},
+      {"a.tdf", "TDF2" + le32(9) + le32(20) + le32(10240) + std::string(10240, 'x'), ""},
       {"a.tdf", start + texts + many + std::string(64, '\0'), ""},
-      {"a.tdf", start + texts + Word(0) + many + std::string(64, '\0'), ""},
-      {"a.tdf", start + texts + Word(0) + Word(0) + Word(1) + many + many, ""},
-      {"a.tdf", start + texts + Word(0) + Word(0) + Word(0) + many, ""},
+      {"a.tdf", start + texts + le32(0) + many + std::string(64, '\0'), ""},
+      {"a.tdf", start + texts + le32(0) + le32(0) + le32(1) + many + many, ""},
+      {"a.tdf", start + texts + le32(0) + le32(0) + le32(0) + many, ""},
   };
   for (const auto& c : cases) {
-    EXPECT_EQ(LoadFailure(KzTrace_t(Put(c.name, c.bytes)), SomeHeader()), c.text)
+    EXPECT_EQ(LoadFailure(KzTrace_t(folder_.put(c.name, c.bytes)), SomeHeader()), c.text)
         << ::testing::PrintToString(c.bytes.substr(0, 80));
   }
-  EXPECT_EQ(LoadFailure(KzTrace_t(At("none.tdf")), SomeHeader()),
+  EXPECT_EQ(LoadFailure(KzTrace_t(folder_.at("none.tdf")), SomeHeader()),
             "Failure opening binary trace file: ");
-  EXPECT_EQ(LoadFailure(KzTrace_t(At("a.tdf"), 1), SomeHeader()), "File type not supported");
+  EXPECT_EQ(LoadFailure(KzTrace_t(folder_.at("a.tdf"), 1), SomeHeader()),
+            "File type not supported");
 }
 
 // --- decoder information ----------------------------------------------------------------------
@@ -186,20 +193,20 @@ std::string TextOf(const TraceDecode_t::TraceDecodeData_t& data) {
 }
 
 TEST_F(TraceSections, DecoderInformationIsWrittenAndReadBack) {
-  const std::string path = Put("a.tdf", "TDF2");
+  const std::string path = folder_.put("a.tdf", "TDF2");
   std::string error;
   ASSERT_TRUE(TraceDecode_t(path).Save({"X", 3, 5, 12}, error)) << error;
-  EXPECT_EQ(ReadFile(path),
-            "TDF2" + Section("KZDecode", 1, "DECODER=X\nDATA_TYPE=3\nDATA_FORMAT=5\nATBID=12\n"));
+  EXPECT_EQ(read_file(path),
+            "TDF2" + section("KZDecode", 1, "DECODER=X\nDATA_TYPE=3\nDATA_FORMAT=5\nATBID=12\n"));
   TraceDecode_t::TraceDecodeData_t data;
   ASSERT_TRUE(TraceDecode_t(path).Load(data, error)) << error;
   EXPECT_EQ(TextOf(data), "X 3 5 12");
   EXPECT_EQ(SaveFailure(TraceDecode_t(path, 1), data), "File type is not supported");
   EXPECT_EQ(LoadFailure(TraceDecode_t(path, 4), data), "File type is not supported");
-  EXPECT_EQ(SaveFailure(TraceDecode_t(At("none.tdf")), data), "Bad TDF file");
-  EXPECT_EQ(LoadFailure(TraceDecode_t(Put("b.tdf", "TDF2")), data),
+  EXPECT_EQ(SaveFailure(TraceDecode_t(folder_.at("none.tdf")), data), "Bad TDF file");
+  EXPECT_EQ(LoadFailure(TraceDecode_t(folder_.put("b.tdf", "TDF2")), data),
             "Section size cannot be located in the file.");
-  const FileSizeLimit full(ReadFile(path).size() + 30);
+  const FileSizeLimit full(read_file(path).size() + 30);
   EXPECT_EQ(SaveFailure(TraceDecode_t(path), data),
             "Write I/O error - unable to write section data.");
 }
@@ -214,35 +221,35 @@ TEST_F(TraceSections, DecoderInformationSkipsBadLines) {
       {"", "old 1 2 3", {}},
       {"\n \t \n  # DECODER=X\nATBID=9", "old 1 2 9", {}},
       {" DECODER \t= a = b \n", "a = b 1 2 3", {}},
-      {"DECODER=\n", "old 1 2 3", {"E InputDecoderLine: Bad syntax: DECODER="}},
-      {"=X\n", "old 1 2 3", {"E InputDecoderLine: Bad syntax: =X"}},
-      {"DECODER\n", "old 1 2 3", {"E InputDecoderLine: Bad syntax: DECODER"}},
-      {"decoder=X\n", "old 1 2 3", {"E InputDecoderLine: Unrecognized name: decoder"}},
+      {"DECODER=\n", "old 1 2 3", {"E Bad syntax: DECODER="}},
+      {"=X\n", "old 1 2 3", {"E Bad syntax: =X"}},
+      {"DECODER\n", "old 1 2 3", {"E Bad syntax: DECODER"}},
+      {"decoder=X\n", "old 1 2 3", {"E Unrecognized name: decoder"}},
       {"DATA_TYPE=7\nDATA_FORMAT=7\n", "old 7 7 3", {}},
-      {"DATA_TYPE=8\n", "old 0 2 3", {"E ReadKind: Unrecognized data type: 8"}},
-      {"DATA_FORMAT=8\n", "old 1 0 3", {"E ReadKind: Unrecognized data format: 8"}},
-      {"DATA_TYPE=99999999999\n", "old 0 2 3", {"E ReadKind: Unrecognized data type: -1"}},
-      {"DATA_TYPE=none\n", "old 0 2 3", {"E ReadKind: Unrecognized data type: 0"}},
-      {"ATBID=99999999999\n", "old 1 2 3", {"E InputDecoderLine: Bad syntax: ATBID=99999999999"}},
+      {"DATA_TYPE=8\n", "old 0 2 3", {"E Unrecognized data type: 8"}},
+      {"DATA_FORMAT=8\n", "old 1 0 3", {"E Unrecognized data format: 8"}},
+      {"DATA_TYPE=99999999999\n", "old 0 2 3", {"E Unrecognized data type: -1"}},
+      {"DATA_TYPE=none\n", "old 0 2 3", {"E Unrecognized data type: 0"}},
+      {"ATBID=99999999999\n", "old 1 2 3", {"E Bad syntax: ATBID=99999999999"}},
       {"ATBID=010x\nATBID=4\r\n", "old 1 2 4", {}},
       {"ATBID=010\n", "old 1 2 10", {}},
-      {std::string("A\0B\nATBID=5", 11), "old 1 2 5", {"E InputDecoderLine: Bad syntax: A"}},
+      {std::string("A\0B\nATBID=5", 11), "old 1 2 5", {"E Bad syntax: A"}},
       {std::string(1 << 20, 'x') + "\nATBID=6", "old 1 2 6", {}},
   };
-  DebugLog::TakeRecords();
+  DebugLogRecords log;
   for (const auto& c : cases) {
     TraceDecode_t::TraceDecodeData_t data = {"old", 1, 2, 3};
     std::istringstream stream(c.text);
     TraceDecode_t::InputValues(stream, data);
     const std::string what = c.text.substr(0, 40);
     EXPECT_EQ(TextOf(data), c.data) << what;
-    EXPECT_EQ(DebugLog::TakeRecords(), c.records) << what;
+    EXPECT_EQ(log.take(), c.records) << what;
   }
 }
 
 TEST_F(TraceSections, CutSectionTakesNoMoreMemoryThanItsFile) {
-  const std::string path =
-      Put("a.tdf", "TDF2" + Word(0x8000000) + Word(1) + Text("KZDecode") + "DECODER=X\nATBID=5");
+  const std::string path = folder_.put(
+      "a.tdf", "TDF2" + le32(0x8000000) + le32(1) + counted("KZDecode") + "DECODER=X\nATBID=5");
   TraceDecode_t::TraceDecodeData_t data;
   std::string error;
   const auto mostKilobytes = [] {
@@ -330,24 +337,21 @@ TEST_F(TraceSections, DeviceIdentifierToleratesBadLines) {
     DevIdData_t data;
     std::vector<std::string> records;
   } cases[] = {
-      {"FOO=1\nEMU=E\n",
-       {"E", "", {}, {}},
-       {"E InputKeyword: Unrecognized keyword in data section: FOO"}},
+      {"FOO=1\nEMU=E\n", {"E", "", {}, {}}, {"E Unrecognized keyword in data section: FOO"}},
       {"BAR\n",
        {},
-       {"E InputLine: Line does not match syntax, ignoring: BAR",
-        "E InputKeyword: Unrecognized keyword in data section: BAR"}},
-      {"EMU\n", {"EMU", "", {}, {}}, {"E InputLine: Line does not match syntax, ignoring: EMU"}},
+       {"E Line does not match syntax, ignoring: BAR",
+        "E Unrecognized keyword in data section: BAR"}},
+      {"EMU\n", {"EMU", "", {}, {}}, {"E Line does not match syntax, ignoring: EMU"}},
       {"  PORT \t=  p q \n", {"", "p q", {}, {}}, {}},
       {" \t \nEMU=E",
        {"E", "", {}, {}},
-       {"E InputLine: Line does not match syntax, ignoring: ",
-        "E InputKeyword: Unrecognized keyword in data section: "}},
+       {"E Line does not match syntax, ignoring: ", "E Unrecognized keyword in data section: "}},
       {"DEVICEID= 0x1 , 26,0x0,,0xFF\n", {"", "", {}, {{"0", 1}, {"1", 26}, {"2", 255}}}, {}},
       {"DEVICEID=0x1,x,0x100000000\n",
        {"", "", {}, {{"0", 1}}},
-       {"E ReadNumber: Bad number, using 0: x", "E ReadNumber: Bad number, using 0: 0x100000000"}},
-      // The map before the ids, with a device that the ids lack, and an id that the map lacks.
+       {"E Bad number, using 0: x", "E Bad number, using 0: 0x100000000"}},
+      // The map before the ids, a device missing in the ids, and an id missing in the map.
       {"DEVICEMAP=B$0x2~C$0x3~\nDEVICEID=0x1,0x2\n",
        {"", "", {}, {{"B", 2}, {"C", 3}, {"0", 1}}},
        {}},
@@ -356,39 +360,40 @@ TEST_F(TraceSections, DeviceIdentifierToleratesBadLines) {
        {"", "", {Proc("b", "", 0, 2, 10, "f"), Proc("a", "", 0, 0, 9)}, {}},
        {}},
   };
-  DebugLog::TakeRecords();
+  DebugLogRecords log;
   for (const auto& c : cases) {
     ExpectEqual(Parse(c.text), c.data, c.text);
-    EXPECT_EQ(DebugLog::TakeRecords(), c.records) << c.text;
+    EXPECT_EQ(log.take(), c.records) << c.text;
   }
 }
 
 TEST_F(TraceSections, DeviceIdentifierLivesInASectionOrAPlainFile) {
-  const std::string path = Put("a.tdf", "TDF2");
+  const std::string path = folder_.put("a.tdf", "TDF2");
   std::string error;
   DevIdData_t data;
   ASSERT_TRUE(DeviceIdentifier_t(path).Save(kRichIdentifier, error)) << error;
-  EXPECT_EQ(ReadFile(path), "TDF2" + Section("DEVID", 1, kRichText));
+  EXPECT_EQ(read_file(path), "TDF2" + section("DEVID", 1, kRichText));
   ASSERT_TRUE(DeviceIdentifier_t(path).Load(data, error)) << error;
   ExpectEqual(data, kRichIdentifier, "section");
 
-  setenv("KZ_TRACE_LOGGING_DIR", m_folder.path().c_str(), 1);
+  set_variable("KZ_TRACE_LOGGING_DIR", folder_.path());
   ASSERT_TRUE(DeviceIdentifier_t("name", 4).Save(kRichIdentifier, error)) << error;
-  EXPECT_EQ(ReadFile(At("name.dim")), kRichText);
+  EXPECT_EQ(read_file(folder_.at("name.dim")), kRichText);
   data = {};
   ASSERT_TRUE(DeviceIdentifier_t("name", 4).Load(data, error)) << error;
   ExpectEqual(data, kRichIdentifier, "plain");
 
   EXPECT_EQ(LoadFailure(DeviceIdentifier_t("none", 4), data),
-            "Failed to open file " + At("none.dim"));
+            "Failed to open file " + folder_.at("none.dim"));
   EXPECT_EQ(SaveFailure(DeviceIdentifier_t("no/folder", 4), data),
-            "Failed to open " + At("no/folder.dim") + " for writing");
-  std::filesystem::create_symlink("/dev/full", At("full.dim"));
-  EXPECT_EQ(SaveFailure(DeviceIdentifier_t("full", 4), data), "Failed to write " + At("full.dim"));
+            "Failed to open " + folder_.at("no/folder.dim") + " for writing");
+  std::filesystem::create_symlink("/dev/full", folder_.at("full.dim"));
+  EXPECT_EQ(SaveFailure(DeviceIdentifier_t("full", 4), data),
+            "Failed to write " + folder_.at("full.dim"));
   EXPECT_EQ(SaveFailure(DeviceIdentifier_t("name", 1), data),
             "Invalid file type for writing Device Configuration");
   EXPECT_EQ(LoadFailure(DeviceIdentifier_t("name", 2), data), "File type is not supported");
-  EXPECT_EQ(SaveFailure(DeviceIdentifier_t(At("none.tdf")), data),
+  EXPECT_EQ(SaveFailure(DeviceIdentifier_t(folder_.at("none.tdf")), data),
             "File name passed to save file is not valid.");
 }
 
@@ -412,14 +417,14 @@ TEST_F(TraceSections, SettingsGoToTheSectionOfTheirType) {
   auto data = Settings({{"B", "2"}, {"A", "1"}});
   data.useCaseText1 = &first;
   data.useCaseText3 = &third;
-  const std::string sections[] = {Section("ARMDCM", 1, "A=1\nB=2\n"),
-                                  Section("EKTCONFIG", 2, "A=1\nB=2\n"),
-                                  Section("STMDECODERINFO", 1, "A=1\nB=2\n{ one\nZ=9\n")};
+  const std::string sections[] = {section("ARMDCM", 1, "A=1\nB=2\n"),
+                                  section("EKTCONFIG", 2, "A=1\nB=2\n"),
+                                  section("STMDECODERINFO", 1, "A=1\nB=2\n{ one\nZ=9\n")};
   std::string error;
   for (std::uint32_t type = 0; type < 3; ++type) {
-    const std::string path = Put("a.tdf", "TDF2");
+    const std::string path = folder_.put("a.tdf", "TDF2");
     ASSERT_TRUE(DeviceConfig_t(path, 0, type).Save(data, error)) << type << error;
-    EXPECT_EQ(ReadFile(path), "TDF2" + sections[type]) << type;
+    EXPECT_EQ(read_file(path), "TDF2" + sections[type]) << type;
     auto loaded = Settings({{"A", "0"}, {"old", "kept"}});
     ASSERT_TRUE(DeviceConfig_t(path, 0, type).Load(loaded, error)) << type << error;
     EXPECT_THAT(loaded.values, IsSupersetOf({Pair("A", "1"), Pair("old", "kept")}));
@@ -427,21 +432,22 @@ TEST_F(TraceSections, SettingsGoToTheSectionOfTheirType) {
     EXPECT_EQ(LoadFailure(DeviceConfig_t(path, 0, (type + 1) % 3), loaded),
               "Section size cannot be located in the file.");
   }
-  const std::string path = Put("a.tdf", "TDF2");
+  const std::string path = folder_.put("a.tdf", "TDF2");
   EXPECT_EQ(SaveFailure(DeviceConfig_t(path, 0, 3), data), "Bad configuration type.");
   EXPECT_EQ(LoadFailure(DeviceConfig_t(path, 0, 3), data), "Bad configuration type.");
-  EXPECT_EQ(ReadFile(path), "TDF2");
-  EXPECT_EQ(SaveFailure(DeviceConfig_t(At("none.tdf"), 0, 2), data), "Bad TDF file");
-  EXPECT_EQ(LoadFailure(DeviceConfig_t(At("none.tdf"), 0, 2), data), "Bad TDF file");
+  EXPECT_EQ(read_file(path), "TDF2");
+  EXPECT_EQ(SaveFailure(DeviceConfig_t(folder_.at("none.tdf"), 0, 2), data), "Bad TDF file");
+  EXPECT_EQ(LoadFailure(DeviceConfig_t(folder_.at("none.tdf"), 0, 2), data), "Bad TDF file");
 }
 
 TEST_F(TraceSections, PlainSettingsAreSavedAsNamedAndLoadedFromTheSettingsFolder) {
-  std::filesystem::create_directory(At("settings"));
-  setenv("KZ_TRACE_SETTINGS_DIR", At("settings").c_str(), 1);
+  std::filesystem::create_directory(folder_.at("settings"));
+  set_variable("KZ_TRACE_SETTINGS_DIR", folder_.at("settings"));
   std::string error;
   for (const std::uint32_t type : {1u, 2u, 4u}) {
-    ASSERT_TRUE(DeviceConfig_t(At("settings/s.txt"), type, 1).Save(Settings({{"A", "1"}}), error));
-    EXPECT_EQ(ReadFile(At("settings/s.txt")), "A=1\n") << type;
+    ASSERT_TRUE(
+        DeviceConfig_t(folder_.at("settings/s.txt"), type, 1).Save(Settings({{"A", "1"}}), error));
+    EXPECT_EQ(read_file(folder_.at("settings/s.txt")), "A=1\n") << type;
   }
   for (const std::uint32_t type : {1u, 4u}) {
     auto loaded = Settings({});
@@ -456,15 +462,16 @@ TEST_F(TraceSections, PlainSettingsAreSavedAsNamedAndLoadedFromTheSettingsFolder
     EXPECT_EQ(SaveFailure(DeviceConfig_t("s.txt", type, 1), data), "File type is not supported");
   }
   EXPECT_EQ(LoadFailure(DeviceConfig_t("none", 1, 1), data),
-            "Failed to open file " + At("settings/none"));
-  EXPECT_EQ(LoadFailure(DeviceConfig_t("", 1, 1), data), "Failed to open file " + At("settings/"));
-  EXPECT_EQ(SaveFailure(DeviceConfig_t(At("no/s.txt"), 2, 1), data),
-            "Error opening file " + At("no/s.txt") + " for writing");
+            "Failed to open file " + folder_.at("settings/none"));
+  EXPECT_EQ(LoadFailure(DeviceConfig_t("", 1, 1), data),
+            "Failed to open file " + folder_.at("settings/"));
+  EXPECT_EQ(SaveFailure(DeviceConfig_t(folder_.at("no/s.txt"), 2, 1), data),
+            "Error opening file " + folder_.at("no/s.txt") + " for writing");
   EXPECT_EQ(SaveFailure(DeviceConfig_t("/dev/full", 2, 1), data), "Error writing file /dev/full");
 
   unsetenv("KZ_TRACE_SETTINGS_DIR");
   auto loaded = Settings({});
-  EXPECT_TRUE(DeviceConfig_t(At("settings/s.txt"), 1, 1).Load(loaded, error)) << error;
+  EXPECT_TRUE(DeviceConfig_t(folder_.at("settings/s.txt"), 1, 1).Load(loaded, error)) << error;
 }
 
 TEST_F(TraceSections, SettingLinesAreReadLeniently) {
@@ -492,7 +499,7 @@ TEST_F(TraceSections, SettingLinesAreReadLeniently) {
   auto data = Settings({});
   std::string error;
   const std::string path =
-      Put("a.tdf", "TDF2" + Section("EKTCONFIG", 2, std::string("a=1\0b=2\n", 8)));
+      folder_.put("a.tdf", "TDF2" + section("EKTCONFIG", 2, std::string("a=1\0b=2\n", 8)));
   ASSERT_TRUE(DeviceConfig_t(path, 0, 1).Load(data, error)) << error;
   EXPECT_THAT(data.values, ElementsAre(Pair("a", "1")));
 }

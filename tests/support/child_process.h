@@ -10,8 +10,8 @@
 
 namespace qbt2::test {
 
-/// Runs `body` in a forked child: for what changes a process for good, such as an open log. A failed
-/// check in the child fails the test.
+/// Runs `body` in a forked child: for what changes a process for good, such as an open log. A
+/// failed check in the child fails the test.
 template <typename Body>
 void run_in_child(Body body) {
   std::fflush(nullptr);

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <stdlib.h>
+#include <time.h>
 #include <unistd.h>
 
 #include <string>
@@ -9,7 +10,8 @@
 
 namespace qbt2::test {
 
-/// Restores all environment variables of the process at the end of its life. One thread.
+/// Restores all environment variables of the process, and the time zone, at the end of its life.
+/// One thread.
 class SavedEnvironment {
  public:
   SavedEnvironment() {
@@ -24,6 +26,7 @@ class SavedEnvironment {
   ~SavedEnvironment() {
     clearenv();
     for (const auto& [name, value] : variables_) setenv(name.c_str(), value.c_str(), 1);
+    tzset();
   }
   SavedEnvironment(const SavedEnvironment&) = delete;
   SavedEnvironment& operator=(const SavedEnvironment&) = delete;
