@@ -1,5 +1,5 @@
-// The text parsers of the configuration sections over arbitrary bytes: what a parser has read must
-// come back equal from what the writer makes of it.
+// The text parsers of the configuration sections over arbitrary bytes: what a parser reads must be
+// the same after writing and reading it again.
 #include <cstdint>
 #include <cstdlib>
 #include <set>
@@ -43,8 +43,8 @@ void CheckDecoderInfo(const std::string& text) {
           std::tie(second.decoder, second.dataType, second.dataFormat, second.atbId));
 }
 
-// The OUTFILES line leaves out processors without a file, so that of several processors of one name
-// it cannot tell which one has it: such records are not compared.
+/// The OUTFILES line leaves out processors without a file. With several processors of one name it
+/// is ambiguous which one has the file, so such records are not compared.
 bool NamesRepeat(const DeviceIdentifier_t::DevIdData_t& data) {
   std::set<std::string> names;
   for (const auto& processor : data.processors) {

@@ -1,5 +1,5 @@
-// Every reader of trace data files over arbitrary bytes. The file lies in memory; a link gives it a
-// name that ends in ".tdf", which some readers insist on.
+// Every reader of trace data files over arbitrary bytes. The file is in memory; a link gives it the
+// extension ".tdf", which some readers require.
 #include <sys/mman.h>
 #include <unistd.h>
 
@@ -67,8 +67,7 @@ void CheckWalk(const std::string& path, std::size_t size) {
   Require(fault ? fault.offset <= size && !fault.reason.empty() : next == size);
 }
 
-// The two ways to a payload must agree on its bytes, as far as the file has them, and never leave
-// the file.
+/// Both readers of a payload must return the same bytes, up to the end of the file.
 void CheckSection(const std::string& path, const SectionKind& kind, const std::uint8_t* data,
                   std::size_t size) {
   try {
@@ -83,7 +82,7 @@ void CheckSection(const std::string& path, const SectionKind& kind, const std::u
                                 static_cast<std::uint32_t>(buffer.size()), got);
     Require(got == there && std::equal(buffer.begin(), buffer.end() - 1, data + position));
   } catch (const Kz::Dvt::Hwdbg::hwDbgError&) {
-    // Not found, or no TDF file: an answer like any other.
+    // Not found, or not a TDF file.
     return;
   }
 }

@@ -3,13 +3,12 @@
 
 #include <pthread.h>
 
-#include <ctime>
 #include <latch>
 #include <regex>
-#include <set>
 #include <stdexcept>
 #include <thread>
 
+#include "tests/common/clock_text.h"
 #include "tests/support/child_process.h"
 #include "tests/support/saved_environment.h"
 #include "tests/support/test_folder.h"
@@ -51,27 +50,13 @@ class DebugLog : public testing::Test {
   const std::string log_ = folder_.at("log.txt");
 };
 
-/// The header's first line at any second from `begin` until now.
-std::set<std::string> DatesSince(std::time_t begin) {
-  std::set<std::string> dates;
-  for (std::time_t second = begin; second <= std::time(nullptr); ++second) {
-    std::tm utc = {};
-    gmtime_r(&second, &utc);
-    char text[64];
-    std::strftime(text, sizeof text, ":%M:%S", &utc);
-    dates.insert(std::to_string(utc.tm_year + 1900) + "-" + std::to_string(utc.tm_mon + 1) + "-" +
-                 std::to_string(utc.tm_mday) + " " + std::to_string(utc.tm_hour) + text);
-  }
-  return dates;
-}
-
 /// Checks the header, written at `begin` or later, and returns the lines after it.
-Lines RecordsAfterHeader(const Lines& lines, std::time_t begin) {
+Lines RecordsAfterHeader(const Lines& lines, common_test::Milliseconds begin) {
   if (lines.size() <= kKey.size()) {
     ADD_FAILURE() << "header of " << lines.size() << " lines";
     return {};
   }
-  EXPECT_TRUE(DatesSince(begin).contains(lines[0])) << lines[0];
+  EXPECT_TRUE(common_test::IsTimeSince(begin, "%Y-%-m-%-d %-H:%M:%S", lines[0])) << lines[0];
   const auto records = lines.begin() + 1 + static_cast<std::ptrdiff_t>(kKey.size());
   EXPECT_EQ(Lines(lines.begin() + 1, records), kKey);
   return {records, lines.end()};
@@ -103,7 +88,7 @@ TEST_F(DebugLog, LevelSelectsItsOwnRecords) {
     SCOPED_TRACE(c.level != nullptr ? c.level : "(unset)");
     std::filesystem::remove_all(folder_.at(".KZ-trace"));
     run_in_child([&] {
-      const std::time_t begin = std::time(nullptr);
+      const auto begin = common_test::Now();
       Open(c.level);
       EXPECT_EQ(g_log_level, c.mask);
       EXPECT_EQ(g_log_enable, c.mask > 0);
@@ -125,7 +110,7 @@ TEST_F(DebugLog, LevelSelectsItsOwnRecords) {
 
 TEST_F(DebugLog, RecordColumns) {
   run_in_child([&] {
-    const std::time_t begin = std::time(nullptr);
+    const auto begin = common_test::Now();
     Open("2", log_.c_str());
     EXPECT_FALSE(std::filesystem::exists(folder_.at(".KZ-trace")));
 
@@ -155,7 +140,7 @@ TEST_F(DebugLog, RecordColumns) {
 
 TEST_F(DebugLog, SecondInitKeepsTheFileAndWritesASecondHeader) {
   run_in_child([&] {
-    const std::time_t begin = std::time(nullptr);
+    const auto begin = common_test::Now();
     Open("16", log_.c_str());
     Open("32", folder_.at("second.txt").c_str());
     EXPECT_FALSE(std::filesystem::exists(folder_.at("second.txt")));
@@ -200,7 +185,7 @@ TEST_F(DebugLog, FailuresLeaveTheLogClosed) {
 
 TEST_F(DebugLog, CallSitesEvaluateOnlyWhatIsWritten) {
   run_in_child([&] {
-    const std::time_t begin = std::time(nullptr);
+    const auto begin = common_test::Now();
     int evaluated = 0;
     QBT2_DEBUG_LOG(LOG_FUNC_ENTRY, "%d", ++evaluated);
     Open("12", log_.c_str());
@@ -222,7 +207,7 @@ TEST_F(DebugLog, CallSitesEvaluateOnlyWhatIsWritten) {
 TEST_F(DebugLog, ThreadsNeverShareALine) {
   run_in_child([&] {
     constexpr int kRecords = 400;
-    const std::time_t begin = std::time(nullptr);
+    const auto begin = common_test::Now();
     Open("64", log_.c_str());
     std::latch both_ready(2);
     const auto write = [&](char letter) {

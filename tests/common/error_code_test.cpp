@@ -3,31 +3,28 @@
 #include <gtest/gtest.h>
 
 #include <memory>
+#include <tuple>
 
 using Kz::Dvt::Hwdbg::hwDbgError;
 using Kz::Dvt::Hwdbg::hwDbgErrorDS;
 using Kz::Dvt::Hwdbg::hwDbgErrorIF;
 using Kz::Dvt::Hwdbg::hwDbgErrorIFDS;
 
-TEST(ErrorObject, TitleIsThatOfTheSeverityAtTheFirstCall) {
-  const char* const titles[] = {"Information", "Warning", "Error", "Internal", "Fatal"};
-  for (std::uint32_t value = 0; value < 5; ++value) {
-    hwDbgError error(static_cast<hwDbgErrorIF::Severity_Type>(value));
-    EXPECT_STREQ(error.GetTitle(), titles[value]);
-    error.SetSeverity(hwDbgErrorIF::eFatal);
-    EXPECT_STREQ(error.GetTitle(), titles[value]) << "after the severity changed";
-  }
-}
-
-TEST(ErrorObject, SeverityOutOfRangeBecomesError) {
-  for (const std::uint32_t value : {5U, 7U, 0xFFFFFFFFU}) {
+TEST(ErrorObject, SeverityOutOfRangeIsAnErrorAndTheFirstTitleStays) {
+  const std::tuple<std::uint32_t, std::uint32_t, const char*> cases[] = {
+      {0, 0, "Information"}, {1, 1, "Warning"}, {2, 2, "Error"}, {3, 3, "Internal"},
+      {4, 4, "Fatal"},       {5, 2, "Error"},   {7, 2, "Error"}, {0xFFFFFFFF, 2, "Error"}};
+  for (const auto& [value, stored, title] : cases) {
     const auto severity = static_cast<hwDbgErrorIF::Severity_Type>(value);
-    EXPECT_EQ(hwDbgError(severity).GetSeverity(), 2U) << value;
-    EXPECT_EQ(hwDbgError("text", severity).GetSeverity(), 2U) << value;
-    EXPECT_EQ(hwDbgError(std::string("title"), "text", severity).GetSeverity(), 2U) << value;
-    hwDbgError error(hwDbgErrorIF::eFatal);
+    EXPECT_EQ(hwDbgError("text", severity).GetSeverity(), stored) << value;
+    EXPECT_EQ(hwDbgError(std::string("title"), "text", severity).GetSeverity(), stored) << value;
+    hwDbgError error(severity);
+    EXPECT_STREQ(error.GetTitle(), title);
+    error.SetSeverity(hwDbgErrorIF::eFatal);
     error.SetSeverity(severity);
-    EXPECT_STREQ(error.GetTitle(), "Error") << value;
+    EXPECT_EQ(error.GetSeverity(), stored) << value;
+    error.SetSeverity(hwDbgErrorIF::eWarning);
+    EXPECT_STREQ(error.GetTitle(), title) << "after the severity changed";
   }
 }
 

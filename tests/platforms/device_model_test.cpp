@@ -1,5 +1,5 @@
-// The device model as a host builds and asks it: names, property lists, module maps, trace ids,
-// system trace kinds, and what a refused addition leaves behind.
+// The device model as a host builds and queries it: names, property lists, module maps, trace ids,
+// system trace kinds and refused additions.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -8,6 +8,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include "platforms/source/device/device_base.h"
@@ -42,7 +43,7 @@ TEST(DeviceModel, FindsComponentsByEachOfTheirProperties) {
   ASSERT_NE(device.GetComponent("STM"), nullptr);
   EXPECT_EQ(device.GetComponent("STM")->GetGlobalName(), "SOC/STM");
   EXPECT_EQ(device.GetComponentByGlobalName("SOC/STM"), device.GetComponent("STM"));
-  // Global and local names are two worlds, and no component answers to an empty global name.
+  // Local and global names are separate, and no component has the empty global name.
   for (const char* unknown : {"", "stm", "SOC/STM", "STM "}) {
     EXPECT_EQ(device.GetComponent(unknown), nullptr) << '"' << unknown << '"';
   }
@@ -159,15 +160,13 @@ TEST(DeviceModel, ModuleMapsAnswerByNameAndByAddress) {
 TEST(DeviceModel, SystemTraceKindIsAPairOfTableIndices) {
   DeviceBase_t device("SOC");
   EXPECT_FALSE(device.GetSystemTraceInfo().has_value());
-  // Five types and twelve details. The second columns of the tables, the codes, are no indices.
-  const struct {
-    std::int32_t type, detail;
-    bool accepted;
-  } cases[] = {{0, 0, true},   {4, 11, true},  {3, 3, true},
-               {5, 0, false},  {-1, 0, false}, {0, 12, false},
-               {0, -1, false}, {11, 4, false}, {static_cast<std::int32_t>(0xC000000C), 3, false}};
-  for (const auto& c : cases) {
-    EXPECT_EQ(device.SetSystemTraceInfo(c.type, c.detail), c.accepted) << c.type << " " << c.detail;
+  // Five types and twelve details; the last type is a code, not an index.
+  const std::tuple<std::int32_t, std::int32_t, bool> cases[] = {
+      {0, 0, true},   {4, 11, true},  {3, 3, true},
+      {5, 0, false},  {-1, 0, false}, {0, 12, false},
+      {0, -1, false}, {11, 4, false}, {static_cast<std::int32_t>(0xC000000C), 3, false}};
+  for (const auto& [type, detail, accepted] : cases) {
+    EXPECT_EQ(device.SetSystemTraceInfo(type, detail), accepted) << type << " " << detail;
   }
   ASSERT_TRUE(device.GetSystemTraceInfo().has_value());
   EXPECT_EQ(device.GetSystemTraceInfo()->type, 3);

@@ -1,4 +1,5 @@
-// Trace routes: which receiver trace of a component ends in, and by which way, on drawn topologies.
+// Trace routes: the receivers that trace of a component reaches, and the paths, on small
+// topologies.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -16,7 +17,7 @@ namespace {
 using ::testing::ElementsAre;
 using ::testing::IsSupersetOf;
 
-/// A device of components and receivers, linked as "A>B C>D" says, in that order.
+/// A device of components and receivers with the links "A>B C>D" in that order.
 std::unique_ptr<DeviceBase_t> Device(const std::string& components, const std::string& receivers,
                                      const std::string& links) {
   auto device = std::make_unique<DeviceBase_t>("SOC");
@@ -46,7 +47,7 @@ std::vector<std::string> Texts(const std::vector<TraceRoute_t>& routes) {
 }
 
 TEST(TraceRoute, ShortestFirstAndEarlierLinksFirstAmongEquals) {
-  // To R there is a way of three links and, by B or by C, of two; T lies one further than R.
+  // R is three links away by D, two by B and by C; T is one link further than R.
   const auto device = Device("A B C D E", "R S T", "A>D D>E E>R A>B A>C C>R B>R B>E E>T C>S");
   EXPECT_THAT(Texts(device->FindTraceRoutes("A")),
               ElementsAre("A -> B -> R", "A -> C -> S", "A -> D -> E -> T"));

@@ -97,7 +97,7 @@ TEST_F(ConfigManager, PropertiesConvertByTheSessionsKind) {
     std::uint32_t kind;
     const char* text;
     std::uint32_t type;
-    std::uint32_t value;  // over 0xAAAAAAAA; of a boolean the first byte counts
+    std::uint32_t value;  // written over 0xAAAAAAAA; a boolean has one byte
   } cases[] = {
       {0, "1", 5, 0xAAAAAA01},
       {0, "0", 5, 0xAAAAAA00},
@@ -169,7 +169,7 @@ TEST_F(ConfigManager, LiveSettingsAreReadOrDefaulted) {
   EXPECT_THAT(log.take(), ElementsAre("MC Failed to access config setting a. Using default value",
                                       "E not there", "MC Accessed config setting b (0x20)"));
   ConfigPropertyValue value;
-  EXPECT_TRUE(m_manager.GetProperty("b", value));  // what was read wins over the session's 7
+  EXPECT_TRUE(m_manager.GetProperty("b", value));  // the live value wins over the session's 7
   EXPECT_EQ(value.text, "0x20");
   EXPECT_EQ(value.value.unsignedValue, 32u);
   EXPECT_TRUE(m_manager.GetProperty("a", value));

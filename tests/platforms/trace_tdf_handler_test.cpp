@@ -3,6 +3,7 @@
 #include <gmock/gmock.h>
 
 #include <functional>
+#include <tuple>
 
 #include "common/source/errors/error_code.h"
 #include "platforms/source/trace/tdf_walker.h"
@@ -21,7 +22,7 @@ using Kz::Dvt::Trace::TDFHandler;
 
 class TdfHandler : public testing::Test {
  protected:
-  // The text of the error that the call throws; empty when it throws none.
+  /// The text of the error that the call throws; empty if it throws none.
   static std::string Failure(const std::function<void()>& call) {
     try {
       call();
@@ -52,7 +53,7 @@ class TdfHandler : public testing::Test {
   const TestFolder folder_;
 };
 
-TEST_F(TdfHandler, WritersMakeTheBytesOfTheFormat) {
+TEST_F(TdfHandler, WritersProduceTheFormat) {
   const std::string path = folder_.at("a.tdf");
   TDFHandler::CreateTDFFile(path.c_str());
   EXPECT_EQ(read_file(path), "TDF2");
@@ -126,11 +127,7 @@ TEST_F(TdfHandler, FailuresCarryTheirTexts) {
     return [&, p, name] { TDFHandler::GetSectionDataPosition(p.c_str(), name, 1, a, b); };
   };
   const std::string folderless = folder_.at("no/such.tdf");
-  const struct {
-    const char* what;
-    std::function<void()> call;
-    const char* text;
-  } cases[] = {
+  const std::tuple<const char*, std::function<void()>, const char*> cases[] = {
       {"create null", create(nullptr), "Null file name to create TDF."},
       {"create .txt", create(plain.c_str()), "TDF file extension must be .tdf."},
       {"create in no folder", create(folderless.c_str()),
@@ -141,9 +138,9 @@ TEST_F(TdfHandler, FailuresCarryTheirTexts) {
       {"data offset 3", data(good, 3, "x"), "Section header offset to save data is not valid."},
       {"data null", data(good, 4, nullptr), "No data to write TDF."},
       {"data folder", data(folder, 4, "x"), "Could not open TDF file as specified."},
-      {"data behind the end", data(good, 400, "x"),
+      {"data after the end", data(good, 400, "x"),
        "Write I/O error - unable to determine section length."},
-      {"data at no section", data(good, 16, "x"),  // there the name and data say 0x74616453
+      {"data at no section", data(good, 16, "x"),  // the bytes there are "Sdat"
        "Section header offset to save data is not valid."},
       {"size empty name", size("", "S"), "File name passed to load file is not valid."},
       {"size folder", size(folder, "S"), "Invalid TDF format."},
@@ -160,25 +157,21 @@ TEST_F(TdfHandler, FailuresCarryTheirTexts) {
       {"position bad", position(bad, "S"), "Invalid TDF format."},
       {"position of none", position(good, "T"), "T section cannot be located in the file."},
   };
-  for (const auto& c : cases) {
-    EXPECT_EQ(Failure(c.call), c.text) << c.what;
+  for (const auto& [what, call, text] : cases) {
+    EXPECT_EQ(Failure(call), text) << what;
   }
   EXPECT_EQ(read_file(good), "TDF2" + section("S", 1, "data"));
 }
 
-TEST_F(TdfHandler, NamesAndFilesAreTold) {
-  const struct {
-    const char* path;
-    const char* extension;
-    bool has;
-  } names[] = {
+TEST_F(TdfHandler, ExtensionsAndIdentifiers) {
+  const std::tuple<const char*, const char*, bool> names[] = {
       {"a.tdf", "tdf", true}, {"a.TdF", "tdf", true},    {".tdf", "tdf", true},
       {"tdf", "tdf", false},  {"atdf", "tdf", false},    {"a.tdf2", "tdf", false},
       {"", "tdf", false},     {"a.xtdf", "tdf", false},  {"a.", "", true},
       {nullptr, "x", false},  {"a.tdf", nullptr, false},
   };
-  for (const auto& n : names) {
-    EXPECT_EQ(TDFHandler::HasExtension(n.path, n.extension), n.has) << (n.path ? n.path : "null");
+  for (const auto& [path, extension, has] : names) {
+    EXPECT_EQ(TDFHandler::HasExtension(path, extension), has) << (path ? path : "null");
   }
   EXPECT_TRUE(TDFHandler::ISTDF(folder_.put("a.tdf", "TDF2").c_str()));
   EXPECT_FALSE(TDFHandler::ISTDF(folder_.put("a.txt", "TDF2").c_str()));
@@ -187,7 +180,7 @@ TEST_F(TdfHandler, NamesAndFilesAreTold) {
   EXPECT_FALSE(TDFHandler::IsFileAvailable(nullptr));
 }
 
-TEST_F(TdfHandler, FileSizeIsSaneForEverything) {
+TEST_F(TdfHandler, FileSizeOfEveryKindOfFile) {
   EXPECT_EQ(FileSize(folder_.put("a", "12345").c_str()), 5u);
   EXPECT_EQ(FileSize(folder_.put("empty", "").c_str()), 0u);
   EXPECT_EQ(FileSize(folder_.at("missing").c_str()), 0u);
@@ -201,8 +194,8 @@ TEST_F(TdfHandler, FileSizeIsSaneForEverything) {
             "TDF file is too large for another section.");
 }
 
-// Each hostile section stands behind a good one: it must stop the walk there, and nothing more.
-TEST_F(TdfHandler, WalkStopsAtWhatIsNoSection) {
+// Each invalid section follows a good one, which must stay readable.
+TEST_F(TdfHandler, WalkStopsAtAnInvalidSection) {
   const std::string good = section("good", 1, "data");  // 20 bytes
   const std::string wanted = section("S", 1, "never");
   const struct {
@@ -241,7 +234,7 @@ TEST_F(TdfHandler, WalkStopsAtWhatIsNoSection) {
   EXPECT_EQ(Load(folder_.put("a.tdf", "TDF2" + section(longest, 1, "x")), longest.c_str(), 1), "x");
 }
 
-TEST_F(TdfHandler, CutPayloadGivesTheBytesThatAreThere) {
+TEST_F(TdfHandler, CutPayloadIsReadToTheEndOfTheFile) {
   const std::string path =
       folder_.put("a.tdf", "TDF2" + le32(0x8000000) + le32(1) + counted("S") + "12345");
   std::uint32_t length = 0;
@@ -250,7 +243,7 @@ TEST_F(TdfHandler, CutPayloadGivesTheBytesThatAreThere) {
   EXPECT_EQ(Load(path, "S", 1), "12345");
 }
 
-TEST_F(TdfHandler, WalkerListsSectionsAndTellsWhatIsNoTdf) {
+TEST_F(TdfHandler, WalkerListsSectionsAndRejectsOtherFiles) {
   const std::string name("a\0b", 3);
   const std::string path =
       folder_.put("a.tdf", "TDF2" + section("", 4, "") + section(name, 3, "xy"));
@@ -268,9 +261,9 @@ TEST_F(TdfHandler, WalkerListsSectionsAndTellsWhatIsNoTdf) {
   EXPECT_EQ(fault.kind, eTdfFault::NoIdentifier);
 }
 
-// At whatever byte the disk is full: the error of the step that wrote there, and what was in the
-// file before is still read.
-TEST_F(TdfHandler, FullDiskIsReportedByTheStepThatMetIt) {
+// For every byte at which the disk can be full: the step that writes there fails, and the earlier
+// section stays readable.
+TEST_F(TdfHandler, FullDiskFailsTheStepThatWrites) {
   const std::string before = "TDF2" + section("old", 1, "kept");  // 23 bytes
   const std::string payload(10, 'p');
   const std::size_t start = before.size();

@@ -3,6 +3,7 @@
 #include <gmock/gmock.h>
 
 #include <ctime>
+#include <tuple>
 
 #include "platforms/source/trace/tdf_handler.h"
 #include "tests/support/debug_log_records.h"
@@ -149,11 +150,7 @@ TEST_F(TraceSections, HeaderFailuresCarryTheirTexts) {
   const std::string start = "TDF2" + le32(100) + le32(1) + counted("TraceKZ");
   const std::string texts = counted("three") + le32(0) + counted("4");
   const std::string many = le32(0xFFFFFFFF);
-  const struct {
-    const char* name;
-    std::string bytes;
-    const char* text;
-  } cases[] = {
+  const std::tuple<const char*, std::string, const char*> cases[] = {
       {"a.TDF", start, "File extension is wrong"},
       {"atdf", start, "File extension is wrong"},
       {"a.tdf", "TDF2" + le32(0) + le32(1),
@@ -174,9 +171,9 @@ TEST_F(TraceSections, HeaderFailuresCarryTheirTexts) {
       {"a.tdf", start + texts + le32(0) + le32(0) + le32(1) + many + many, ""},
       {"a.tdf", start + texts + le32(0) + le32(0) + le32(0) + many, ""},
   };
-  for (const auto& c : cases) {
-    EXPECT_EQ(LoadFailure(KzTrace_t(folder_.put(c.name, c.bytes)), SomeHeader()), c.text)
-        << ::testing::PrintToString(c.bytes.substr(0, 80));
+  for (const auto& [name, bytes, text] : cases) {
+    EXPECT_EQ(LoadFailure(KzTrace_t(folder_.put(name, bytes)), SomeHeader()), text)
+        << ::testing::PrintToString(bytes.substr(0, 80));
   }
   EXPECT_EQ(LoadFailure(KzTrace_t(folder_.at("none.tdf")), SomeHeader()),
             "Failure opening binary trace file: ");
@@ -288,13 +285,6 @@ DevIdData_t Parse(const std::string& text) {
   return data;
 }
 
-void ExpectEqual(const DevIdData_t& a, const DevIdData_t& b, const std::string& what) {
-  EXPECT_EQ(a.emulator, b.emulator) << what;
-  EXPECT_EQ(a.port, b.port) << what;
-  EXPECT_TRUE(a.devices == b.devices) << what;
-  EXPECT_TRUE(a.processors == b.processors) << what;
-}
-
 const DevIdData_t kRichIdentifier = {
     "Emu",
     "0x240",
@@ -324,9 +314,7 @@ TEST_F(TraceSections, DeviceIdentifierReadsBackWhatItWrote) {
       {"texts like syntax", {"a=b", "#", {Proc("x=y", " i,0x1 ", 1, 2, 3, "#o")}, {{"0x1", 1}}}},
       {"repeated processors", {"", "", {Proc("p", "one", 1, 2, 3), Proc("p", "two", 4, 5, 6)}, {}}},
   };
-  for (const auto& c : cases) {
-    ExpectEqual(Parse(Render(c.data)), c.data, c.what);
-  }
+  for (const auto& c : cases) EXPECT_TRUE(Parse(Render(c.data)) == c.data) << c.what;
   EXPECT_EQ(Render({}),
             "EMU=\nPORT=\nDEVICEID=\nDEVICEMAP=\nDEVINFO=\nOUTFILES=\nTRACEID=\nPROCMAP=\n");
 }
@@ -362,7 +350,7 @@ TEST_F(TraceSections, DeviceIdentifierToleratesBadLines) {
   };
   DebugLogRecords log;
   for (const auto& c : cases) {
-    ExpectEqual(Parse(c.text), c.data, c.text);
+    EXPECT_TRUE(Parse(c.text) == c.data) << c.text;
     EXPECT_EQ(log.take(), c.records) << c.text;
   }
 }
@@ -374,14 +362,14 @@ TEST_F(TraceSections, DeviceIdentifierLivesInASectionOrAPlainFile) {
   ASSERT_TRUE(DeviceIdentifier_t(path).Save(kRichIdentifier, error)) << error;
   EXPECT_EQ(read_file(path), "TDF2" + section("DEVID", 1, kRichText));
   ASSERT_TRUE(DeviceIdentifier_t(path).Load(data, error)) << error;
-  ExpectEqual(data, kRichIdentifier, "section");
+  EXPECT_TRUE(data == kRichIdentifier);
 
   set_variable("KZ_TRACE_LOGGING_DIR", folder_.path());
   ASSERT_TRUE(DeviceIdentifier_t("name", 4).Save(kRichIdentifier, error)) << error;
   EXPECT_EQ(read_file(folder_.at("name.dim")), kRichText);
   data = {};
   ASSERT_TRUE(DeviceIdentifier_t("name", 4).Load(data, error)) << error;
-  ExpectEqual(data, kRichIdentifier, "plain");
+  EXPECT_TRUE(data == kRichIdentifier);
 
   EXPECT_EQ(LoadFailure(DeviceIdentifier_t("none", 4), data),
             "Failed to open file " + folder_.at("none.dim"));

@@ -20,7 +20,7 @@ using ReferenceCounting::ReferenceHandle;
 constexpr unsigned int kGroup = 0x80850000;
 constexpr unsigned int kFlag = 0x80850004;
 
-/// Finds what the test put there, under any root, and notes each look-up.
+/// Finds the properties that a test puts in, under any root, and records each look-up.
 class FakeJobManager : public JobManagerInterface {
  public:
   IProperty* FindProperty(const IProperty* root, std::uint32_t id) override {
@@ -78,7 +78,7 @@ TEST_F(UsecaseSystem, AddressSettings) {
   EXPECT_TRUE(settings.flag);
   EXPECT_EQ(settings.first, 0x11111111U);
   EXPECT_EQ(settings.second, 0x22222222U);
-  // The addresses are looked up under the group, two of the reads without a use.
+  // The addresses are looked up under the group; two results are not used.
   const IProperty* const root = m_root.Get();
   const IProperty* const group = m_jobs.At(kGroup);
   const FakeJobManager::Lookups expected{
@@ -105,7 +105,7 @@ TEST_F(UsecaseSystem, AddressSettingsWithoutFlagOrAddress) {
   m_jobs.Put(0x80850001, IntegerProperty::Construct(kName, 5, false));
   const Settings settings = Read(m_root.Get(), &m_jobs);
   EXPECT_FALSE(settings.flag);
-  EXPECT_EQ(settings.first, 0U) << "an integer is no location";
+  EXPECT_EQ(settings.first, 0U) << "an integer is not a location";
   EXPECT_EQ(settings.second, 0x22222222U);
 }
 

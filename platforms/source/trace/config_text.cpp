@@ -4,21 +4,9 @@
 #include <array>
 #include <charconv>
 
-#include "common/source/source_utilities/uString.h"
+#include "platforms/source/trace/clean_string.h"
 
 namespace EktTrace::ConfigFile {
-
-using KZ_DVT::uString;
-
-namespace {
-
-constexpr char kBlanks[] = " \t";
-
-}  // namespace
-
-void clean_string(std::string& text) {
-  uString::StripLeading(uString::StripTrailing(text, kBlanks), kBlanks);
-}
 
 KeyValue::KeyValue(const std::string& line) : key(line), value(line) {
   const std::size_t equals = line.find('=');
@@ -42,7 +30,7 @@ std::vector<std::string> SplitAt(std::string_view text, char separator) {
 }
 
 std::optional<std::uint32_t> ParseUnsigned(std::string_view text, int base) {
-  text.remove_prefix(std::min(text.find_first_not_of(kBlanks), text.size()));
+  text.remove_prefix(std::min(text.find_first_not_of(" \t"), text.size()));
   if (base == 16 && text.starts_with("0x")) text.remove_prefix(2);
   std::uint32_t number = 0;
   const auto result = std::from_chars(text.data(), text.data() + text.size(), number, base);

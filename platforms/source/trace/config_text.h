@@ -6,14 +6,9 @@
 #include <string_view>
 #include <vector>
 
-#include "interfaces/qbt2_export.h"
-
-/// Parsing and printing of configuration texts: trimming, KEY=VALUE lines, lists, numbers. No
-/// state; any thread.
+/// Parsing and printing of configuration texts: KEY=VALUE lines, lists, numbers. Internal to
+/// platforms/source/trace; no state, any thread.
 namespace EktTrace::ConfigFile {
-
-/// Removes blanks and tabs at both ends. Carriage returns stay: they are part of a value.
-QBT2_API void clean_string(std::string& text);
 
 /// A line split at its first '=', both parts trimmed. Without an '=' each part is the whole line,
 /// trimmed: some sections take such a line as a switch.

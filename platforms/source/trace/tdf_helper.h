@@ -10,7 +10,7 @@
 /// Malformed lines inside a section never fail a load: they go to the debug log at the error level
 /// and are skipped. One thread at a time uses an object; the OutputX and InputX functions touch no
 /// object and no global state but that log.
-#include "platforms/source/trace/config_text.h"
+#include "platforms/source/trace/clean_string.h"
 #include "platforms/source/trace/tdf_helper_decoder_info.h"
 #include "platforms/source/trace/tdf_helper_device_config.h"
 #include "platforms/source/trace/tdf_helper_device_identifier.h"

@@ -7,6 +7,7 @@
 
 #include "common/source/logging/debug_log.h"
 #include "common/source/source_utilities/extract_number.h"
+#include "platforms/source/trace/clean_string.h"
 #include "platforms/source/trace/config_text.h"
 #include "platforms/source/trace/tdf_format.h"
 #include "platforms/source/trace/tdf_handler.h"

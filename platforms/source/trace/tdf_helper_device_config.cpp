@@ -8,6 +8,7 @@
 
 #include "common/source/logging/debug_log.h"
 #include "common/source/source_utilities/uEnvironment.h"
+#include "platforms/source/trace/clean_string.h"
 #include "platforms/source/trace/config_text.h"
 #include "platforms/source/trace/stdio_file.h"
 #include "platforms/source/trace/tdf_format.h"

@@ -39,6 +39,8 @@ class QBT2_API DeviceIdentifier_t {
     std::string port;
     std::vector<ProcEntry_t> processors;
     std::vector<DeviceEntry_t> devices;
+
+    bool operator==(const DevIdData_t&) const = default;
   };
 
   explicit DeviceIdentifier_t(std::string fileName, std::uint32_t fileType = 0);
