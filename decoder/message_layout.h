@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <span>
 
+#include "decoder/bit_range.h"
 #include "decoder/column_catalogue.h"
 #include "interfaces/sample_format.h"
 
@@ -18,13 +19,6 @@ using Kz::Dvt::Trace::SampleFormat::kMostWords;
 using Kz::Dvt::Trace::SampleFormat::kThroughputWords;
 using Kz::Dvt::Trace::SampleFormat::kTransactionWords;
 
-/// `width` bits of word `word`, from bit `lowestBit` up; a width of 0 means no bits.
-struct BitRange {
-  std::uint8_t word = 0;
-  std::uint8_t lowestBit = 0;
-  std::uint8_t width = 0;
-};
-
 /// A value of a message: the bits of `low`, then those of `high` where it straddles two words.
 struct SplitValue {
   BitRange low;
@@ -36,12 +30,6 @@ struct MessageField {
   eQbt2Column column;
   SplitValue value;
 };
-
-/// The bits of one range, shifted down to bit 0. The words must hold `range.word`.
-constexpr std::uint64_t Extract(const std::uint32_t* words, const BitRange& range) {
-  const std::uint64_t mask = (std::uint64_t{1} << range.width) - 1;
-  return (words[range.word] >> range.lowestBit) & mask;
-}
 
 constexpr std::uint64_t Extract(const std::uint32_t* words, const SplitValue& value) {
   return Extract(words, value.low) | (Extract(words, value.high) << value.low.width);
@@ -133,11 +121,7 @@ class LayoutCheck {
 
  private:
   constexpr bool Claim(const BitRange& range, std::size_t wordCount) {
-    if (range.word >= wordCount || range.lowestBit + range.width > 32) return false;
-    const std::uint64_t bits = ((std::uint64_t{1} << range.width) - 1) << range.lowestBit;
-    const bool isFree = (taken_[range.word] & bits) == 0;
-    taken_[range.word] |= bits;
-    return isFree;
+    return range.word < wordCount && ClaimBits(taken_[range.word], range.lowestBit, range.width);
   }
 
   std::array<std::uint64_t, kMostWords> taken_{};

@@ -6,6 +6,7 @@
 #include <limits>
 #include <type_traits>
 
+#include "decoder/bit_range.h"
 #include "decoder/probe_data.h"
 #include "interfaces/device_config_manager_if.h"
 
@@ -49,11 +50,9 @@ inline constexpr std::array<void (*)(Qbt2ProbeData_t&, unsigned long), kFirstReg
         &StoreToken<&Qbt2ProbeData_t::usecaseWord6>,
     };
 
-/// One qualifier of a filter: `width` bits of a register from `lowestBit` up, and their member.
+/// One qualifier of a filter: its bits in the registers, and the member that stores them.
 struct FilterField {
-  eFilterRegister source;
-  std::uint8_t lowestBit;
-  std::uint8_t width;
+  BitRange bits;
   std::size_t memberBits;
   void (*store)(Qbt2ProbeData_t& record, std::size_t filter, std::uint32_t value);
 };
@@ -67,7 +66,7 @@ void StoreFilter(Qbt2ProbeData_t& record, std::size_t filter, std::uint32_t valu
 template <auto Member>
 consteval FilterField Field(eFilterRegister source, std::uint8_t lowestBit, std::uint8_t width) {
   using Value = typename std::remove_reference_t<decltype(Qbt2ProbeData_t{}.*Member)>::value_type;
-  return {source, lowestBit, width, std::numeric_limits<Value>::digits, &StoreFilter<Member>};
+  return {{source, lowestBit, width}, std::numeric_limits<Value>::digits, &StoreFilter<Member>};
 }
 
 /// The low 14 bits of register C have the layout of word 3 of a transaction message, the fields of
@@ -105,38 +104,30 @@ inline constexpr std::array kFilterFields{
 
 /// Bits of register A that are stored from bit `targetBit` of `filterAPacked` up.
 struct PackedRange {
-  std::uint8_t lowestBit;
-  std::uint8_t width;
+  BitRange bits;
   std::uint8_t targetBit;
 };
 
 inline constexpr std::array kPackedRanges{
-    PackedRange{22, 2, 0},
-    PackedRange{25, 3, 4},
-    PackedRange{29, 3, 10},
+    PackedRange{{kRegisterA, 22, 2}, 0},
+    PackedRange{{kRegisterA, 25, 3}, 4},
+    PackedRange{{kRegisterA, 29, 3}, 10},
 };
-
-/// Claims `width` bits of a register from `lowestBit` up; false when the width is 0, or they are
-/// outside the register or already claimed.
-constexpr bool ClaimBits(std::uint64_t& taken, std::uint32_t lowestBit, std::uint32_t width) {
-  const std::uint64_t bits = ((std::uint64_t{1} << width) - 1) << lowestBit;
-  const bool isGood = width > 0 && lowestBit + width <= 32 && (taken & bits) == 0;
-  taken |= bits;
-  return isGood;
-}
 
 consteval bool FilterLayoutIsSound() {
   std::array<std::uint64_t, kRegisterCount> taken{};
   for (const FilterField& field : kFilterFields) {
-    if (field.width > field.memberBits ||
-        !ClaimBits(taken.at(field.source), field.lowestBit, field.width)) {
+    const BitRange& bits = field.bits;
+    if (bits.width == 0 || bits.width > field.memberBits ||
+        !ClaimBits(taken.at(bits.word), bits.lowestBit, bits.width)) {
       return false;
     }
   }
   std::uint64_t packed = 0;
   for (const PackedRange& range : kPackedRanges) {
-    if (!ClaimBits(taken.at(kRegisterA), range.lowestBit, range.width) ||
-        !ClaimBits(packed, range.targetBit, range.width)) {
+    const BitRange& bits = range.bits;
+    if (!ClaimBits(taken.at(bits.word), bits.lowestBit, bits.width) ||
+        !ClaimBits(packed, range.targetBit, bits.width)) {
       return false;
     }
   }

@@ -12,14 +12,10 @@ namespace {
 
 using FilterRegisters = std::array<std::uint32_t, kRegisterCount>;
 
-std::uint32_t ExtractBits(std::uint32_t value, std::uint32_t lowestBit, std::uint32_t width) {
-  return (value >> lowestBit) & ((std::uint32_t{1} << width) - 1);
-}
-
-std::uint16_t PackFilterA(std::uint32_t registerA) {
-  std::uint32_t packed = 0;
+std::uint16_t PackFilterA(const FilterRegisters& registers) {
+  std::uint64_t packed = 0;
   for (const PackedRange& range : kPackedRanges) {
-    packed |= ExtractBits(registerA, range.lowestBit, range.width) << range.targetBit;
+    packed |= Extract(registers.data(), range.bits) << range.targetBit;
   }
   return static_cast<std::uint16_t>(packed);
 }
@@ -27,9 +23,9 @@ std::uint16_t PackFilterA(std::uint32_t registerA) {
 void StoreFilterFields(const FilterRegisters& registers, std::size_t filter,
                        Qbt2ProbeData_t& record) {
   for (const FilterField& field : kFilterFields) {
-    field.store(record, filter, ExtractBits(registers[field.source], field.lowestBit, field.width));
+    field.store(record, filter, static_cast<std::uint32_t>(Extract(registers.data(), field.bits)));
   }
-  record.filterAPacked[filter] = PackFilterA(registers[kRegisterA]);
+  record.filterAPacked[filter] = PackFilterA(registers);
   record.filterZero[filter] = 0;
   record.filterOne[filter] = 1;
 }

@@ -1,4 +1,4 @@
-// The destruction of a tree, on a stack of its own: nodes are destroyed in the order of a recursive
+// The destruction of a tree without recursion: nodes are destroyed in the order of a recursive
 // destruction, each parent before its children.
 #include <algorithm>
 #include <new>

@@ -47,7 +47,7 @@ TEST_F(UsecaseLoadingTest, AcceptedAndRejectedLines) {
   }
 }
 
-// Filter 0 has a value of its own in every field, filter 1 has all bits set.
+// Filter 0 has a different value in every field, filter 1 has all bits set.
 TEST_F(UsecaseLoadingTest, EveryField) {
   Load({{"QBT2_515",
          "Cpu;0x11111111;0x22222222;0x8003ABCD;0x44444444;0x1BEEF;0x66666666;"

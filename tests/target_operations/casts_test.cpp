@@ -6,7 +6,7 @@
 namespace property_tests {
 namespace {
 
-/// A cast, asked of one object; what it returns is compared by null or not null.
+/// Whether the cast of an object returns a result.
 template <class Result, Result* (*Cast)(IProperty*)>
 bool Succeeds(IProperty* property) {
   return Cast(property) != nullptr;

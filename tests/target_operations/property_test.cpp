@@ -204,7 +204,7 @@ TEST(Property, EqualityKeepsReferencesOnTypedNodes) {
        true},
       {"string", [](bool) { return StringProperty::Construct(Named("n"), "s"); }, 1, 1, true},
       {"location", [](bool) { return LocationProperty::Construct(Named("n"), 3); }, 1, 1, true},
-      // The attempt as a location keeps a reference of its own.
+      // The attempt as a location keeps one more reference.
       {"location 2", [](bool) { return LocationProperty2::Construct(Named("n"), 3); }, 2, 1, true},
       {"boolean and plain",
        [](bool o) {
