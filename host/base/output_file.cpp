@@ -12,6 +12,7 @@
 
 #include "host/base/error.h"
 #include "host/base/parse_number.h"
+#include "host/base/standard_output.h"
 
 namespace qbt2 {
 namespace {
@@ -19,11 +20,12 @@ namespace {
 /// The descriptor that a path of the form /dev/stdout or /dev/fd/N stands for. Opening such a path
 /// would open the file behind it anew, with a position of its own; replacing it would be worse.
 std::optional<int> descriptor_named_by(const std::string& path) {
-  if (path == "-" || path == "/dev/stdout") return STDOUT_FILENO;
+  if (path == "-" || path == "/dev/stdout") return standard_output_descriptor();
   if (path == "/dev/stderr") return STDERR_FILENO;
   for (const std::string_view prefix : {"/dev/fd/", "/proc/self/fd/"}) {
     if (!path.starts_with(prefix)) continue;
     const auto number = parse_decimal<int>(std::string_view(path).substr(prefix.size()));
+    if (number && *number == STDOUT_FILENO) return standard_output_descriptor();
     if (number && *number >= 0) return *number;
   }
   return std::nullopt;

@@ -61,6 +61,9 @@ ReplacementFile::ReplacementFile(const std::string& path, ExistingFile existing)
   if (existing == ExistingFile::kRefuse && ::lstat(path.c_str(), &status) == 0) {
     throw Error(ErrorCode::kUsage, path, "already exists");
   }
+  // Asks the kernel before the links are followed by hand: it may refuse one that somebody else
+  // has put into a shared folder.
+  if (::stat(path.c_str(), &status) != 0 && errno != ENOENT) fail(errno);
   target_ = resolve_links(path);
   if (target_.empty() || target_.ends_with('/')) fail(target_.empty() ? ENOENT : EISDIR);
   const bool exists = ::stat(target_.c_str(), &status) == 0;
@@ -87,6 +90,7 @@ void ReplacementFile::create_temporary() {
   std::string name;
   do {
     name = temporary_name(target_, extension);
+    entry_.emplace(name);
     descriptor_ = ::open(name.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
   } while (descriptor_ < 0 && errno == EEXIST);  // left by a process of the same number
   if (descriptor_ < 0) fail(errno);
@@ -105,6 +109,9 @@ void ReplacementFile::take_permissions() {
 
 void ReplacementFile::commit() {
   if (permissions_ && ::fchmod(descriptor_, *permissions_) != 0) fail(errno);
+  // Else a crash of the machine could leave the new name with none of the data. Some file systems
+  // cannot do it; what they do then is all there is.
+  if (::fsync(descriptor_) != 0 && errno != EINVAL && errno != EROFS) fail(errno);
   close_checked();
   if (existing_ == ExistingFile::kRefuse) {
     take_free_name();
@@ -112,6 +119,7 @@ void ReplacementFile::commit() {
     fail(errno);
   }
   temporary_.clear();
+  entry_.reset();
 }
 
 void ReplacementFile::close_checked() {

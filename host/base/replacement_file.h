@@ -6,9 +6,12 @@
 #include <optional>
 #include <string>
 
+#include "host/base/temporary_files.h"
+
 /// A regular file that is complete or absent: it is built under a temporary name in the folder of
 /// its target and takes the target's name on commit(). Without commit() the temporary is removed
-/// and an earlier file of that name stays as it was. One thread.
+/// and an earlier file of that name stays as it was. A signal handler that calls
+/// remove_temporary_files() leaves no temporary behind either. One thread.
 namespace qbt2 {
 
 /// What to do with a file that already has the name.
@@ -37,9 +40,9 @@ class ReplacementFile {
   /// The file that will be replaced or created: `path` with symbolic links followed.
   const std::string& target_path() const { return target_; }
 
-  /// Passes on the permissions of the replaced file and gives the temporary its name. Call it
-  /// once, after the last write. Throws Error: kOutput when that fails; with kRefuse also when a
-  /// file of that name has been created since.
+  /// Passes on the permissions of the replaced file, waits until the data are on the disk and
+  /// gives the temporary its name. Call it once, after the last write. Throws Error: kOutput when
+  /// that fails; with kRefuse also when a file of that name has been created since.
   void commit();
 
  private:
@@ -52,7 +55,8 @@ class ReplacementFile {
 
   std::string shown_path_;  ///< as messages name it
   std::string target_;
-  std::string temporary_;              ///< empty when there is nothing to remove
+  std::string temporary_;  ///< empty when there is nothing to remove
+  std::optional<TemporaryFileEntry> entry_;
   std::optional<mode_t> permissions_;  ///< for commit(); those of the file that is replaced
   ExistingFile existing_ = ExistingFile::kReplace;
   int descriptor_ = -1;

@@ -1,5 +1,7 @@
 #include "host/decode/decode_pool.h"
 
+#include <system_error>
+
 namespace qbt2 {
 namespace {
 
@@ -11,8 +13,12 @@ constexpr std::size_t kJobsPerWorker = 3;
 DecodePool::DecodePool(std::vector<std::unique_ptr<DecodeWorker>> workers)
     : workers_(std::move(workers)),
       slots_(workers_.size() == 1 ? 1 : workers_.size() * kJobsPerWorker) {
-  for (std::size_t i = 1; i < workers_.size(); ++i) {
-    threads_.emplace_back([this, i] { serve(*workers_[i]); });
+  try {
+    for (std::size_t i = 1; i < workers_.size(); ++i) {
+      threads_.emplace_back([this, i] { serve(*workers_[i]); });
+    }
+  } catch (const std::system_error&) {
+    // No thread left to be had: those that run do the work, the caller's own at the least.
   }
 }
 

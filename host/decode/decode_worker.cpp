@@ -86,7 +86,8 @@ std::size_t DecodeWorker::process(std::uint8_t* sample) {
 void DecodeWorker::decode_sample(DecodeJob& job, const SampleHead& head, RowBatch& rows) {
   std::size_t produced = 0;
   try {
-    produced = process(job.samples.bytes.data() + head.begin);
+    produced = call_plugin(unit_.get_deleter().path,
+                           [&] { return process(job.samples.bytes.data() + head.begin); });
   } catch (const Kz::Dvt::Trace::DecodeError& error) {
     reject(job, head, describe(error));
     return;

@@ -1,6 +1,7 @@
 #include "host/decode/decoder_library.h"
 
 #include <dlfcn.h>
+#include <sys/stat.h>
 
 #include <vector>
 
@@ -14,6 +15,15 @@ using Kz::Dvt::Trace::CDecoderUnitIF;
 std::string loader_reason() {
   const char* const reason = ::dlerror();
   return reason != nullptr ? reason : "no reason given";
+}
+
+/// The loader would wait for the writer of a pipe. A name without a slash is searched for, and what
+/// is found on the way is not looked at.
+void refuse_special_file(const std::string& path) {
+  struct stat status {};
+  if (path.find('/') == std::string::npos || ::stat(path.c_str(), &status) != 0) return;
+  if (S_ISREG(status.st_mode)) return;
+  throw Error(ErrorCode::kPlugin, path, "is not a decoder plug-in, not even a regular file");
 }
 
 template <typename Function>
@@ -30,7 +40,9 @@ Function* find_entry(void* handle, const std::string& path, const char* name) {
 }  // namespace
 
 DecoderLibrary::DecoderLibrary(const std::string& path) : path_(path) {
-  void* const handle = ::dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL);
+  refuse_special_file(path);
+  void* const handle =
+      call_plugin(path, [&path] { return ::dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL); });
   if (handle == nullptr) {
     throw Error(ErrorCode::kPlugin, path, "cannot load the decoder plug-in: " + loader_reason());
   }
@@ -40,9 +52,9 @@ DecoderLibrary::DecoderLibrary(const std::string& path) : path_(path) {
 }
 
 DecoderLibrary::Unit DecoderLibrary::create_unit() const {
-  void* const unit = create_();
+  void* const unit = call_plugin(path_, create_);
   if (unit == nullptr) throw Error(ErrorCode::kPlugin, path_, "did not create a decoder unit");
-  return Unit(static_cast<CDecoderUnitIF*>(unit), UnitDeleter{handle_, destroy_});
+  return Unit(static_cast<CDecoderUnitIF*>(unit), UnitDeleter{path_, handle_, destroy_});
 }
 
 ColumnCatalogue read_catalogue(CDecoderUnitIF& unit) {

@@ -4,6 +4,7 @@
 #include <memory>
 #include <string>
 
+#include "host/base/error.h"
 #include "host/rows/row_batch.h"
 #include "interfaces/decoder_unit_if.h"
 
@@ -19,6 +20,24 @@ inline constexpr const char* kDefaultPluginPath = "libqbt2decoder.so";
 /// catalogue of up to 153 columns, of the markers 0xFD and 0xFE.
 inline constexpr std::uint32_t kFirstColumnId = 100;
 
+/// Calls into the plug-in, which is foreign code: whatever comes out of it but a DecodeError
+/// becomes Error(kPlugin) that names the library.
+template <typename Call>
+auto call_plugin(const std::string& path, const Call& call) {
+  try {
+    return call();
+  } catch (const Kz::Dvt::Trace::DecodeError&) {
+    throw;
+  } catch (const Error&) {
+    throw;
+  } catch (const std::exception& error) {
+    throw Error(ErrorCode::kPlugin, path,
+                std::string("the decoder plug-in failed: ") + error.what());
+  } catch (...) {
+    throw Error(ErrorCode::kPlugin, path, "the decoder plug-in threw what is not an exception");
+  }
+}
+
 /// The loaded library. It stays loaded while any unit made by it lives. Units are created one at a
 /// time, since the first one sets up process-wide state without a lock.
 class DecoderLibrary {
@@ -29,6 +48,7 @@ class DecoderLibrary {
   const std::string& path() const { return path_; }
 
   struct UnitDeleter {
+    std::string path;  ///< of the library, for messages
     std::shared_ptr<void> library;
     void (*destroy)(void*) = nullptr;
     void operator()(Kz::Dvt::Trace::CDecoderUnitIF* unit) const { destroy(unit); }
@@ -45,7 +65,7 @@ class DecoderLibrary {
   void (*destroy_)(void*) = nullptr;
 };
 
-/// Numbers the unit's columns from kFirstColumnId on, enables them and asks for their descriptions.
+/// Numbers the unit's columns from kFirstColumnId on, enables them and reads their descriptions.
 /// Throws Error(kPlugin) when the unit contradicts itself.
 ColumnCatalogue read_catalogue(Kz::Dvt::Trace::CDecoderUnitIF& unit);
 

@@ -99,8 +99,10 @@ void Pipeline::Run::make_workers() {
   std::vector<DecoderLibrary::Unit> units;
   for (unsigned i = 0; i < thread_count(request_); ++i) {
     units.push_back(library_.create_unit());
-    catalogue_ = read_catalogue(*units.back());
-    setup_.apply(*units.back());
+    call_plugin(library_.path(), [&] {
+      catalogue_ = read_catalogue(*units.back());
+      setup_.apply(*units.back());
+    });
   }
   const ColumnMask wanted = parse_wanted_columns(catalogue_, request_.fields);
   for (DecoderLibrary::Unit& unit : units) {

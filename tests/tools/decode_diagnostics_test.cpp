@@ -387,6 +387,97 @@ TEST_F(DecodeDiagnostics, ClosedStreams) {
   }
 }
 
+// ---- hostile surroundings ----
+
+TEST_F(DecodeDiagnostics, APlugInThatMisbehavesIsNamed) {
+  const std::string capture = small_capture();
+  const std::string plugin = QBT2_HOSTILE_PLUGIN;
+  const auto run = [&](const std::string& how, std::vector<std::string> arguments) {
+    ToolRun hostile;
+    hostile.environment = {"QBT2_TEST_MISBEHAVIOUR=" + how};
+    hostile.arguments = std::move(arguments);
+    hostile.arguments.insert(hostile.arguments.end(), {"--plugin", plugin});
+    return run_tool(hostile);
+  };
+  const std::size_t files_before = files();
+  for (const char* place : {"CreateDecoderUnit", "InitColumn", "ProcessSamples"}) {
+    for (const char* what : {"throws", "exits"}) {
+      for (const char* threads : {"1", "2"}) {
+        const std::string how = std::string(place) + " " + what;
+        const ToolResult result =
+            run(how, {"decode", capture, "-o", at("rows"), "--threads", threads});
+        EXPECT_EQ(result.status, 2) << how << result.err;
+        EXPECT_THAT(result.err, HasSubstr("qbt2: " + plugin + ": the decoder plug-in ")) << how;
+        EXPECT_EQ(files(), files_before) << how;
+      }
+    }
+  }
+  EXPECT_EQ(run("InitColumn exits", {"columns"}).status, 2);
+  const ToolResult prints = run("prints", {"decode", capture, "--format", "csv"});
+  EXPECT_EQ(prints.status, 0) << prints.err;
+  EXPECT_EQ(prints.out, decode({capture, "--format", "csv"}).out);
+  EXPECT_THAT(prints.err, HasSubstr("a plug-in's own words"));
+  ::mkfifo(at("pipe.so").c_str(), 0600);
+  const ToolResult pipe = decode({capture, "--plugin", at("pipe.so")});
+  EXPECT_EQ(pipe.status, 2);
+  EXPECT_THAT(pipe.err, HasSubstr("/pipe.so: is not a decoder plug-in"));
+}
+
+TEST_F(DecodeDiagnostics, ASignalEndsTheRunAndLeavesNoFile) {
+  const std::string pipe = at("pipe");
+  ::mkfifo(pipe.c_str(), 0600);
+  const std::string writer = "(cat " + small_capture() + "; sleep 3) > " + pipe + " & ";
+  const std::size_t files_before = files();
+  const struct {
+    const char* name;
+    int number;
+  } cases[] = {{"INT", SIGINT}, {"TERM", SIGTERM}, {"HUP", SIGHUP}};
+  for (const auto& c : cases) {
+    const ToolResult result =
+        run_in_shell(writer + "timeout -s " + c.name + " --preserve-status 0.7 $QBT2 decode " +
+                     "--input stp " + pipe + " -o " + at("rows") + "; s=$?; kill $!; exit $s");
+    EXPECT_EQ(result.status, 128 + c.number) << c.name;
+    EXPECT_EQ(files(), files_before) << c.name;
+  }
+}
+
+TEST_F(DecodeDiagnostics, LimitsOfTheSystemAreErrorsOrWorkedAround) {
+  const std::string path = generate("capture", {"--messages", "3000"});
+  const std::size_t files_before = files();
+  const ToolResult result = run_in_shell("ulimit -f 8; $QBT2 decode " + path + " --format csv -o " +
+                                         at("rows") + " 2>" + at("err"));
+  EXPECT_EQ(result.status, 2);
+  EXPECT_THAT(get("err"), HasSubstr("qbt2: " + at("rows") + ": File too large\n"));
+  EXPECT_EQ(files(), files_before + 1);
+  // The stacks of more threads do not fit into the address space.
+  EXPECT_EQ(run_in_shell("ulimit -s 4000000; ulimit -v 3000000; $QBT2 decode " + path +
+                         " --threads 4 --format csv")
+                .out,
+            decode({path, "--format", "csv"}).out);
+}
+
+TEST_F(DecodeDiagnostics, ControlCharactersOfAFileAreShownAndNotSent) {
+  const std::string evil =
+      "\033]0;owned\a\xC2\x9B"
+      "31m\x7F";
+  const std::string path = at("x" + evil + ".stp");
+  EXPECT_THAT(decode({path}).err, AllOf(HasSubstr("owned"), HasSubstr("cannot open")));
+  put("bad.json", "{\"" + evil);
+  const std::string good = small_capture();
+  std::string settings = "QBT2_5=" + evil + ";1;x;0;0;0;0;0;0;0;0;0;0;0;0\nQBT2_" + evil + "=1\n";
+  for (const ToolResult& result :
+       {decode({path}), decode({good, "--config", put("c" + evil + ".cfg", settings)}),
+        decode({good, "--device", at("bad.json")}), decode({good, "--columns", evil}),
+        decode({good, "--" + evil}), decode({good, "--format", evil}),
+        decode({good, "--plugin", path})}) {
+    EXPECT_NE(result.err, "");
+    for (const char c : result.err + result.out) {
+      EXPECT_FALSE((c >= 0 && c < 0x20 && c != '\n') || c == 0x7F) << result.err;
+    }
+    EXPECT_EQ((result.err + result.out).find("\xC2\x9B"), std::string::npos) << result.err;
+  }
+}
+
 // ---- terminals ----
 
 /// Not every container has pseudo-terminals.

@@ -2,14 +2,18 @@
 #include <unistd.h>
 
 #include <CLI/CLI.hpp>
-#include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <exception>
+#include <sstream>
+#include <string>
 #include <vector>
 
 #include "host/base/error.h"
 #include "tools/qbt2/cli/command.h"
+#include "tools/qbt2/cli/message.h"
+#include "tools/qbt2/cli/printer.h"
+#include "tools/qbt2/cli/signals.h"
 #include "tools/qbt2/commands/columns_command.h"
 #include "tools/qbt2/commands/decode_command.h"
 #include "tools/qbt2/commands/generate_command.h"
@@ -40,16 +44,23 @@ void open_missing_standard_streams() {
 /// CLI11's own answer, with its many exit codes folded into ours: help and version are fine,
 /// everything else is a mistake in the call.
 int exit_for_parse(const CLI::App& app, const CLI::ParseError& error) {
-  if (app.exit(error) == 0) return qbt2::tool::kExitOk;
-  return qbt2::tool::kExitFailed;
+  std::ostringstream out;
+  std::ostringstream err;
+  const int status = app.exit(error, out, err);
+  std::fputs(out.str().c_str(), stdout);
+  // The arguments in it may be names that a shell has found in a folder.
+  std::istringstream lines(err.str());
+  for (std::string line; std::getline(lines, line);) {
+    std::fputs((qbt2::tool::shown(line) + "\n").c_str(), stderr);
+  }
+  return status == 0 ? qbt2::tool::kExitOk : qbt2::tool::kExitFailed;
 }
 
 }  // namespace
 
 int main(int argc, char** argv) {
-  // A closed pipe shows as a failing write(), not as a deadly signal.
-  std::signal(SIGPIPE, SIG_IGN);
   open_missing_standard_streams();
+  qbt2::tool::set_up_signals();
   CLI::App app{"Decodes QB Tracer 2 bus traffic from STP captures into rows.", "qbt2"};
   app.set_version_flag("--version", "qbt2 " QBT2_VERSION);
   app.require_subcommand(1);
@@ -64,9 +75,9 @@ int main(int argc, char** argv) {
   } catch (const CLI::ParseError& error) {
     return exit_for_parse(app, error);
   } catch (const qbt2::Error& error) {
-    std::fprintf(stderr, "qbt2: %s\n", error.what());
+    qbt2::tool::print_message(error.what());
   } catch (const std::exception& error) {
-    std::fprintf(stderr, "qbt2: unexpected: %s\n", error.what());
+    qbt2::tool::print_message("unexpected", error.what());
   }
   return qbt2::tool::kExitFailed;
 }

@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <cstdio>
 
+#include "tools/qbt2/cli/message.h"
+
 namespace qbt2::tool {
 namespace {
 
@@ -12,11 +14,6 @@ constexpr double kBytesPerMegabyte = 1e6;
 
 constexpr std::string_view kDamage = "damage";
 constexpr std::string_view kRejectedSamples = "rejected samples";
-
-void print_line(std::string_view file, std::string_view text) {
-  std::fprintf(stderr, "qbt2: %.*s: %.*s\n", static_cast<int>(file.size()), file.data(),
-               static_cast<int>(text.size()), text.data());
-}
 
 }  // namespace
 
@@ -63,7 +60,7 @@ void Reporter::diagnostic(std::string_view kind, std::string_view file, std::uin
   }
   ++lines.shown;
   progress_.clear();
-  print_line(file, "byte " + std::to_string(offset) + ": " + std::string(reason));
+  print_message(file, "byte " + std::to_string(offset) + ": " + std::string(reason));
 }
 
 void Reporter::on_damage(std::string_view file, std::uint64_t offset, std::string_view reason) {
@@ -81,7 +78,7 @@ void Reporter::on_more_rejected_samples(std::uint64_t count) {
 
 void Reporter::on_notice(std::string_view file, std::string_view text) {
   progress_.clear();
-  print_line(file, text);
+  print_message(file, text);
 }
 
 void Reporter::on_progress(std::uint64_t bytes, std::uint64_t total) {
@@ -92,8 +89,7 @@ void Reporter::summarise() {
   progress_.clear();
   for (const auto& [kind, lines] : lines_of_kind_) {
     if (lines.hidden == 0) continue;
-    std::fprintf(stderr, "qbt2: %llu more lines about %s are not shown\n",
-                 static_cast<unsigned long long>(lines.hidden), kind.c_str());
+    print_message(std::to_string(lines.hidden) + " more lines about " + kind + " are not shown");
   }
 }
 

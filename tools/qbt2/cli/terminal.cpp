@@ -5,10 +5,12 @@
 
 #include <cstdlib>
 
+#include "host/base/standard_output.h"
+
 namespace qbt2::tool {
 
 bool standard_output_is_terminal() {
-  return ::isatty(STDOUT_FILENO) != 0;
+  return ::isatty(standard_output_descriptor()) != 0;
 }
 
 bool standard_error_is_terminal() {
@@ -17,7 +19,9 @@ bool standard_error_is_terminal() {
 
 std::size_t terminal_columns() {
   winsize size{};
-  if (!standard_output_is_terminal() || ::ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) != 0) return 0;
+  if (!standard_output_is_terminal() ||
+      ::ioctl(standard_output_descriptor(), TIOCGWINSZ, &size) != 0)
+    return 0;
   return size.ws_col;
 }
 

@@ -7,7 +7,9 @@
 
 #include "host/base/error.h"
 #include "host/base/output_file.h"
+#include "host/base/standard_output.h"
 #include "host/decode/decoder_library.h"
+#include "tools/qbt2/cli/plugin_guard.h"
 
 namespace qbt2::tool {
 namespace {
@@ -58,6 +60,8 @@ std::string as_jsonl(const ColumnCatalogue& catalogue) {
 }
 
 int run_columns(const ColumnsArguments& arguments) {
+  separate_standard_output();  // the plug-in may print
+  const PluginGuard guard(arguments.plugin);
   const DecoderLibrary library(arguments.plugin);
   const DecoderLibrary::Unit unit = library.create_unit();
   const ColumnCatalogue catalogue = read_catalogue(*unit);

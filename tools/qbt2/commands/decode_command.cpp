@@ -4,8 +4,10 @@
 #include <memory>
 #include <string>
 
+#include "host/base/standard_output.h"
 #include "host/decode/pipeline.h"
 #include "host/decode/text_sink.h"
+#include "tools/qbt2/cli/plugin_guard.h"
 #include "tools/qbt2/cli/reporter.h"
 #include "tools/qbt2/cli/terminal.h"
 #include "tools/qbt2/commands/decode_options.h"
@@ -41,9 +43,11 @@ int exit_status(const RunReport& report) {
 
 int run_decode(const DecodeArguments& arguments) {
   const DecodeRequest request = request_from(arguments);
+  separate_standard_output();  // the plug-in may print
   const bool rows_on_terminal =
       arguments.output == "-" && arguments.format != "none" && standard_output_is_terminal();
   Reporter reporter(wants_progress(arguments.progress, rows_on_terminal));
+  const PluginGuard guard(request.plugin);
   Pipeline pipeline(request, &reporter);
   const auto sink = make_sink(arguments, rows_on_terminal, reporter);
   const RunReport report = pipeline.run(*sink);
