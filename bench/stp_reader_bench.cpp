@@ -1,6 +1,6 @@
 // How fast the STP reader and the frame demultiplexer are, side by side with libopencsd over the
 // same bytes. Run with --benchmark_enable_random_interleaving=true --benchmark_repetitions=9 for a
-// ratio that other load on the machine does not bend.
+// ratio that does not depend on other load.
 #include <benchmark/benchmark.h>
 
 #include <cstdint>
@@ -8,7 +8,7 @@
 #include <span>
 #include <vector>
 
-#include "host/coresight/formatter_frames.h"
+#include "host/coresight/frame_demultiplexer.h"
 #include "host/coresight/frame_writer.h"
 #include "host/stp/stp_reader.h"
 #include "host/stp/stp_writer.h"
@@ -38,7 +38,7 @@ void marked_message(StpWriter& writer, std::mt19937_64& random, std::uint64_t& t
   writer.flag(time);
 }
 
-/// Messages of 2, 4 and 6 words from four masters, in no order.
+/// Messages of 2, 4 and 6 words from four masters in random order.
 void mixed_message(StpWriter& writer, std::mt19937_64& random, std::uint64_t& time) {
   writer.m8(static_cast<std::uint8_t>(0x40 + random() % 4));
   const std::uint64_t words = 2 + random() % 3 * 2;
@@ -49,7 +49,7 @@ void mixed_message(StpWriter& writer, std::mt19937_64& random, std::uint64_t& ti
   writer.data(StpKind::kD32, random(), {true, time});
 }
 
-/// What a hardware source of events sends: D8 and D4 with time stamps, and idle NULLs.
+/// As a hardware event source sends: D8, D4 and D16, timestamps, and NULLs while idle.
 void small_packets(StpWriter& writer, std::mt19937_64& random, std::uint64_t& time) {
   time += 1 + random() % 500;
   writer.data(StpKind::kD8, random(), {true, time});
@@ -133,7 +133,7 @@ void run_opencsd(benchmark::State& state, const std::vector<std::uint8_t>& bytes
       benchmark::Counter(static_cast<double>(packets), benchmark::Counter::kIsRate);
 }
 
-/// The flagged messages in frames, alone or with two other sources that take turns every 64 bytes.
+/// The flagged messages in frames, alone or with two other sources that alternate with it every 64 bytes.
 const std::vector<std::uint8_t>& framed(bool alone) {
   static const auto make = [](bool is_alone) {
     FrameWriter writer;
@@ -153,7 +153,7 @@ const std::vector<std::uint8_t>& framed(bool alone) {
   return alone ? one : three;
 }
 
-/// Frames alone (`reads` false), or with the STP stream read that they hold.
+/// Frames alone, or (`reads`) with the STP stream in them read too.
 void run_frames(benchmark::State& state, bool alone, bool reads) {
   const std::vector<std::uint8_t>& bytes = framed(alone);
   std::uint64_t stream_bytes = 0;
@@ -173,7 +173,7 @@ void run_frames(benchmark::State& state, bool alone, bool reads) {
     }
     benchmark::DoNotOptimize(sink.sum);
   }
-  if (stream_bytes == 0) state.SkipWithError("the frames do not hold the source");
+  if (stream_bytes == 0) state.SkipWithError("the frames do not contain the source");
   state.SetBytesProcessed(static_cast<std::int64_t>(state.iterations() * bytes.size()));
 }
 

@@ -1,6 +1,5 @@
-// The frame demultiplexer over arbitrary bytes in chunks of arbitrary sizes: every byte is
-// accounted for, the chunks make no difference, and each byte handed on stood where it is said to
-// have stood.
+// The frame demultiplexer over arbitrary bytes in chunks of arbitrary sizes: every byte is counted,
+// the chunks make no difference, and each byte comes from the reported offset.
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
@@ -8,7 +7,9 @@
 #include <span>
 #include <vector>
 
-#include "host/coresight/formatter_frames.h"
+#include "host/coresight/frame_demultiplexer.h"
+#include "host/coresight/frame_detection.h"
+#include "host/stp/stp_detection.h"
 
 namespace {
 
@@ -26,7 +27,7 @@ std::vector<std::uint8_t> demultiplex(Bytes input, std::uint8_t source, std::siz
                 [&](Bytes block, std::uint64_t first) {
                   require(first == stream.size());
                   for (std::size_t i = 0; i < block.size(); ++i) {
-                    // The lowest bit of a byte at an even place stands elsewhere.
+                    // The lowest bit of a byte at an even place is elsewhere.
                     const std::uint64_t offset = frames.input_offset(first + i);
                     require(offset < input.size() && (input[offset] | 1) == (block[i] | 1));
                   }

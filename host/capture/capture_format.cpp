@@ -3,7 +3,8 @@
 #include <array>
 
 #include "host/capture/sample_file.h"
-#include "host/coresight/formatter_frames.h"
+#include "host/coresight/frame_detection.h"
+#include "host/stp/stp_detection.h"
 
 namespace qbt2 {
 

@@ -5,16 +5,15 @@
 
 #include "host/capture/capture_reader.h"
 #include "host/capture/stp_message_reader.h"
-#include "host/coresight/formatter_frames.h"
+#include "host/coresight/frame_demultiplexer.h"
 
-/// Captures in CoreSight formatter frames: one source's bytes are taken out and read as STP.
+/// Captures in CoreSight formatter frames: the bytes of one source are extracted and read as STP.
 namespace qbt2 {
 
 class FramesCaptureReader : public CaptureReader {
  public:
-  /// Without options.source_id the input is looked through for the only source it holds: a regular
-  /// file whole, a stream as far as its first megabyte. Throws Error(kUsage) listing the ids where
-  /// there are several.
+  /// `input` must outlive the reader. Without options.source_id the only source of the input is
+  /// found first (find_sources()). Throws Error(kUsage) with their IDs if there are several.
   FramesCaptureReader(InputFile& input, const CaptureOptions& options);
 
   bool next(SampleBatch& batch) override;
@@ -22,7 +21,7 @@ class FramesCaptureReader : public CaptureReader {
   CaptureCounts counts() const override;
 
  private:
-  /// Where a byte of the source's stream stood among the frames.
+  /// Maps the source's stream to the frames.
   class Offsets : public StreamOffsets {
    public:
     explicit Offsets(const FrameDemultiplexer& frames) : frames_(frames) {}

@@ -5,11 +5,6 @@
 namespace qbt2 {
 namespace {
 
-constexpr std::size_t kLastPlace = 14;  // an even byte with no odd one behind it
-constexpr std::size_t kFlagsPlace = 15;
-constexpr std::array<std::uint8_t, 4> kSyncWord = {0xFF, 0xFF, 0xFF, 0x7F};
-constexpr std::array<std::uint8_t, 2> kHalfWord = {0xFF, 0x7F};
-
 bool is_due(std::uint64_t frame, unsigned every) {
   return every != 0 && frame % every == 0;
 }
@@ -43,10 +38,10 @@ void FrameWriter::write_byte(std::uint8_t id, std::uint8_t byte) {
   if (must_write_id(id)) {
     current_ = id;
     newest_id_frame_ = frames_;
-    if (place_ < kLastPlace) return put(id_change(id, false), byte);
+    if (place_ < kFrameLastPlace) return put(id_change(id, false), byte);
     put_last(id_change(id, false));
   }
-  if (place_ == kLastPlace) return put_last(data(byte));
+  if (place_ == kFrameLastPlace) return put_last(data(byte));
   waiting_ = byte;
 }
 
@@ -59,7 +54,7 @@ void FrameWriter::finish() {
   while (place_ != 0) {
     const Even even = current_ == kNullTraceId ? data(0) : id_change(kNullTraceId, false);
     current_ = kNullTraceId;
-    if (place_ == kLastPlace) return put_last(even);
+    if (place_ == kFrameLastPlace) return put_last(even);
     put(even, 0);
   }
 }
@@ -68,25 +63,27 @@ void FrameWriter::put(const Even& even, std::uint8_t odd) {
   frame_[place_] = even.byte;
   frame_[place_ + 1] = odd;
   if (even.flag) {
-    frame_[kFlagsPlace] = static_cast<std::uint8_t>(frame_[kFlagsPlace] | 1U << (place_ / 2));
+    frame_[kFrameFlagsPlace] =
+        static_cast<std::uint8_t>(frame_[kFrameFlagsPlace] | 1U << (place_ / 2));
   }
   place_ += 2;
 }
 
 void FrameWriter::put_last(const Even& even) {
-  frame_[kLastPlace] = even.byte;
+  frame_[kFrameLastPlace] = even.byte;
   if (even.flag) {
-    frame_[kFlagsPlace] = static_cast<std::uint8_t>(frame_[kFlagsPlace] | 1U << (kLastPlace / 2));
+    frame_[kFrameFlagsPlace] =
+        static_cast<std::uint8_t>(frame_[kFrameFlagsPlace] | 1U << (kFrameLastPlace / 2));
   }
   end_frame();
 }
 
 void FrameWriter::end_frame() {
   if (is_due(frames_, options_.frame_sync_every)) {
-    bytes_.insert(bytes_.end(), kSyncWord.begin(), kSyncWord.end());
+    bytes_.insert(bytes_.end(), kFrameSync.begin(), kFrameSync.end());
   }
   if (is_due(frames_, options_.halfword_sync_every)) {
-    bytes_.insert(bytes_.end(), kHalfWord.begin(), kHalfWord.end());
+    bytes_.insert(bytes_.end(), kHalfwordSync.begin(), kHalfwordSync.end());
   }
   bytes_.insert(bytes_.end(), frame_.begin(), frame_.end());
   frame_.fill(0);

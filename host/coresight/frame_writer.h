@@ -1,11 +1,14 @@
 #pragma once
 
+#include <array>
+#include <cstddef>
 #include <cstdint>
 #include <optional>
 #include <span>
 #include <vector>
 
-#include "host/coresight/formatter_frames.h"
+#include "host/base/trace_id.h"
+#include "host/coresight/frame_format.h"
 
 /// Wraps the bytes of trace sources into CoreSight formatter frames: the inverse of
 /// FrameDemultiplexer, for synthetic captures and for tests. One thread.
@@ -23,17 +26,18 @@ class FrameWriter {
   FrameWriter() = default;
   explicit FrameWriter(const Options& options) : options_(options) {}
 
-  /// The next bytes of source `id`. An id that changes at an odd place takes effect one byte late.
+  /// Appends bytes of source `id`. An ID that changes at an odd place is sent before that byte, to
+  /// take effect after it.
   void write(std::uint8_t id, std::span<const std::uint8_t> bytes);
-  /// Fills the frame under way with padding; nothing where none is.
+  /// Fills a frame that has been begun with padding.
   void finish();
 
-  /// Whole frames not yet taken.
+  /// Whole frames, not yet taken.
   const std::vector<std::uint8_t>& bytes() const { return bytes_; }
   std::vector<std::uint8_t> take();
 
  private:
-  /// An even byte: data, or an id and whether it takes effect one byte late.
+  /// An even byte and its flag: data, or an ID change and whether it takes effect one byte late.
   struct Even {
     std::uint8_t byte = 0;
     bool flag = false;
@@ -53,8 +57,8 @@ class FrameWriter {
   std::uint64_t newest_id_frame_ = ~std::uint64_t{0};
   std::uint8_t current_ = kNullTraceId;
   std::array<std::uint8_t, kFrameBytes> frame_{};
-  std::size_t place_ = 0;  // the next even place
-  // A byte of the current source for that place; what stands there depends on the next byte.
+  std::size_t place_ = 0;  ///< the next even place
+  /// A byte of the current source for that place, or for the odd one if the ID changes after it.
   std::optional<std::uint8_t> waiting_;
 };
 

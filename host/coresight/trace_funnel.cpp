@@ -6,7 +6,7 @@ namespace qbt2 {
 
 namespace {
 
-/// Often enough that a reader that lost its place among damaged frames soon has it again.
+/// Often enough for a reader to resynchronize soon after damaged frames.
 constexpr FrameWriter::Options kFrameOptions = {
     .frame_sync_every = 64, .halfword_sync_every = 0, .repeat_id_every = 16};
 constexpr std::uint32_t kShortestRun = 16;
@@ -22,7 +22,7 @@ TraceFunnel::TraceFunnel(std::uint8_t own_id, std::uint32_t other_sources, std::
   }
 }
 
-std::vector<std::uint8_t> TraceFunnel::mix(std::span<const std::uint8_t> stream) {
+std::vector<std::uint8_t> TraceFunnel::merge(std::span<const std::uint8_t> stream) {
   if (other_ids_.empty()) {
     writer_.write(own_id_, stream);
     return writer_.take();

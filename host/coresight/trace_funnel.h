@@ -7,19 +7,20 @@
 #include "host/base/seeded_random.h"
 #include "host/coresight/frame_writer.h"
 
-/// Wraps a trace stream into formatter frames, together with made-up streams of other sources, as a
-/// trace funnel mixes them. For synthetic captures. One thread.
+/// Wraps a trace stream into formatter frames together with made-up streams of other sources, as a
+/// trace funnel does. For synthetic captures. One thread; the same seed gives the same bytes.
 namespace qbt2 {
 
 inline constexpr std::uint32_t kMostOtherSources = 8;
 
 class TraceFunnel {
  public:
+  /// `own_id`: trace ID of our stream; `other_sources`: up to kMostOtherSources more.
   TraceFunnel(std::uint8_t own_id, std::uint32_t other_sources, std::uint64_t seed);
 
-  /// The frames that `stream`, the next piece of our own, completes.
-  std::vector<std::uint8_t> mix(std::span<const std::uint8_t> stream);
-  /// The frame that was not full yet, if any, padded.
+  /// Takes the next piece of our stream; returns the frames that it completes.
+  std::vector<std::uint8_t> merge(std::span<const std::uint8_t> stream);
+  /// The last frame, padded; empty if there is none.
   std::vector<std::uint8_t> finish();
 
  private:
@@ -29,7 +30,7 @@ class TraceFunnel {
   std::uint8_t own_id_;
   std::vector<std::uint8_t> other_ids_;
   SeededRandom random_;
-  std::uint32_t left_in_run_ = 0;  ///< bytes of ours until another source has its turn
+  std::uint32_t left_in_run_ = 0;  ///< bytes of ours until another source's turn
 };
 
 }  // namespace qbt2

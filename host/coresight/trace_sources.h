@@ -5,7 +5,7 @@
 #include <vector>
 
 #include "host/base/input_file.h"
-#include "host/coresight/formatter_frames.h"
+#include "host/coresight/frame_demultiplexer.h"
 
 namespace qbt2 {
 

@@ -140,7 +140,7 @@ void CaptureGenerator::run_stp(const Sink& sink, const Observer& observer) {
   const std::size_t piece_bytes = framed ? kFramesPieceBytes : kPieceBytes;
   TraceFunnel funnel(options_.atb_id, options_.other_sources, ~options_.traffic.seed);
   const auto wrap = [&](std::vector<std::uint8_t> stp) {
-    return framed ? funnel.mix(stp) : std::move(stp);
+    return framed ? funnel.merge(stp) : std::move(stp);
   };
   while (!enough(output.bytes() + encoder.bytes_waiting())) {
     const TrafficMessage message = next_message();

@@ -6,8 +6,8 @@
 
 #include "host/stp/stp_packet.h"
 
-/// The opcodes of STP version 2 as tables: what the first nibble says and, behind the prefixes F,
-/// F0 and F0F, what the second, third and fourth say. Constants only; any thread.
+/// The opcodes of STP version 2 as tables: the first nibble and, after the prefixes F, F0 and F0F,
+/// the second, third and fourth (docs/formats/stp.md). Constants only.
 namespace qbt2 {
 
 /// What follows an opcode nibble.
@@ -15,8 +15,8 @@ enum class StpForm : std::uint8_t {
   kPacket,      ///< the payload
   kPrefix,      ///< one more opcode nibble, looked up in the next table
   kUserLength,  ///< a length nibble n, then n + 1 payload nibbles
-  kVersion,     ///< one payload nibble; its highest bit announces two more
-  kUnsettled,   ///< unknown: no agreed length
+  kVersion,     ///< one payload nibble; its highest bit says that two more follow
+  kUnsettled,   ///< TIME, DIP: no settled length
   kReserved,
 };
 
@@ -25,7 +25,7 @@ struct StpOpcode {
   StpForm form = StpForm::kReserved;
   std::uint8_t payload_nibbles = 0;
   bool marked = false;
-  bool timestamped = false;  ///< a time stamp follows the payload
+  bool timestamped = false;  ///< a timestamp follows the payload
 };
 
 namespace detail {
@@ -51,7 +51,7 @@ inline constexpr StpOpcode kReserved{};
 
 inline constexpr std::size_t kStpOpcodeLevels = 4;
 
-/// kStpOpcodes[level][nibble]; level 0 is the first nibble, 1 to 3 stand behind F, F0 and F0F.
+/// kStpOpcodes[level][nibble]; level 0 is the first nibble, 1 to 3 follow F, F0 and F0F.
 /// F F is reserved here: that it may begin an ASYNC is the reader's concern.
 inline constexpr std::array<std::array<StpOpcode, 16>, kStpOpcodeLevels> kStpOpcodes = [] {
   using namespace detail;
@@ -80,7 +80,7 @@ inline constexpr std::array<std::array<StpOpcode, 16>, kStpOpcodeLevels> kStpOpc
             kReserved, kReserved, kReserved, kReserved, kReserved, kReserved, kReserved}};
 }();
 
-/// Payload widths and opcodes settled for version 2; wider than 16 nibbles no value could be.
+/// A payload fits 64 bits, and only data packets are marked.
 static_assert([] {
   for (const auto& level : kStpOpcodes) {
     for (const StpOpcode& opcode : level) {
@@ -93,16 +93,18 @@ static_assert([] {
   return true;
 }());
 
-/// F nibbles of an ASYNC, which a 0 ends.
+/// The nibble that begins each longer opcode and fills an ASYNC.
+inline constexpr std::uint8_t kNibbleF = 0xF;
+/// F nibbles of an ASYNC; a 0 follows them.
 inline constexpr std::uint64_t kAsyncRun = 21;
 inline constexpr std::uint64_t kAsyncNibbles = kAsyncRun + 1;
 
-/// Nibbles of a time stamp by its size nibble; 15 is reserved.
+/// Nibbles of a timestamp by its size nibble; 15 is reserved.
 inline constexpr std::uint8_t kReservedTimestampSize = 15;
 inline constexpr std::array<std::uint8_t, 15> kTimestampNibbles = {0, 1, 2,  3,  4,  5,  6, 7,
                                                                    8, 9, 10, 11, 12, 14, 16};
 
-/// What VERSION's low three bits say.
+/// VERSION: the timestamp coding in the low three bits; the highest says that two nibbles follow.
 inline constexpr std::uint64_t kVersionCodingMask = 7;
 inline constexpr std::uint64_t kVersionContinues = 8;
 inline constexpr std::uint64_t kVersionDelta = 2;

@@ -4,33 +4,63 @@
 #include <bit>
 #include <cstddef>
 
+#include "host/stp/stp_nibbles.h"
+#include "host/stp/stp_opcodes.h"
+
 namespace qbt2 {
 namespace {
 
-/// Opcodes of the data packets, narrowest first; those of two nibbles begin with F.
-struct DataOpcodes {
-  std::uint8_t plain;
-  std::uint8_t marked;
-  std::uint8_t timestamped;
-  std::uint8_t marked_timestamped;
-  std::uint8_t value_nibbles;
+/// How a packet begins: the nibbles of its opcode, and those of its payload.
+struct Encoding {
+  std::uint16_t opcode = 0;
+  std::uint8_t opcode_nibbles = 0;
+  std::uint8_t payload_nibbles = 0;
 };
-constexpr std::array<DataOpcodes, 5> kDataOpcodes = {{
-    {0xC, 0xFD, 0xFC, 0xD, 1},   // D4
-    {0x4, 0xF8, 0xF4, 0x8, 2},   // D8
-    {0x5, 0xF9, 0xF5, 0x9, 4},   // D16
-    {0x6, 0xFA, 0xF6, 0xA, 8},   // D32
-    {0x7, 0xFB, 0xF7, 0xB, 16},  // D64
-}};
+
+constexpr std::size_t variant(bool marked, bool timestamped) {
+  return 2 * static_cast<std::size_t>(marked) + static_cast<std::size_t>(timestamped);
+}
+
+/// kEncodings[kind][variant]: the inverse of kStpOpcodes.
+constexpr auto kEncodings = [] {
+  std::array<std::array<Encoding, 4>, kStpKindCount> encodings{};
+  constexpr std::array<unsigned, kStpOpcodeLevels> kPrefixes = {0, 0xF, 0xF0, 0xF0F};
+  for (std::size_t level = 0; level < kStpOpcodes.size(); ++level) {
+    for (std::size_t nibble = 0; nibble < kStpOpcodes[level].size(); ++nibble) {
+      const StpOpcode& opcode = kStpOpcodes[level][nibble];
+      if (opcode.form == StpForm::kPrefix || opcode.form == StpForm::kReserved ||
+          opcode.form == StpForm::kUnsettled) {
+        continue;
+      }
+      encodings[static_cast<std::size_t>(opcode.kind)][variant(opcode.marked, opcode.timestamped)] =
+          {static_cast<std::uint16_t>(kPrefixes[level] << 4 | nibble),
+           static_cast<std::uint8_t>(level + 1), opcode.payload_nibbles};
+    }
+  }
+  return encodings;
+}();
+
+const Encoding& encoding_of(StpKind kind, bool marked, bool timestamped) {
+  return kEncodings[static_cast<std::size_t>(kind)][variant(marked, timestamped)];
+}
+
+constexpr std::uint64_t version_of(StpTimestampCoding coding) {
+  switch (coding) {
+    case StpTimestampCoding::kGray:
+      return kVersionGray;
+    case StpTimestampCoding::kDelta:
+      return kVersionDelta;
+    case StpTimestampCoding::kNatural:
+      break;
+  }
+  return kVersionNatural;
+}
 
 constexpr unsigned kMostTimestampNibbles = 16;
 
 /// The low `count` (1 to 16) nibbles of `value`, the one to send first lowest.
 std::uint64_t in_sending_order(std::uint64_t value, unsigned count) {
-  constexpr std::uint64_t kLowHalves = 0x0F0F0F0F0F0F0F0F;
-  const std::uint64_t bytes_turned = __builtin_bswap64(value);
-  const std::uint64_t turned = (bytes_turned & kLowHalves) << 4 | (bytes_turned >> 4 & kLowHalves);
-  return turned >> (64 - 4 * count);
+  return detail::reverse_nibbles(value) >> (64 - 4 * count);
 }
 
 void store_le64(std::uint64_t value, std::uint8_t* out) {
@@ -53,7 +83,7 @@ void StpWriter::nibbles(std::uint64_t value, unsigned count) {
     --count;
   }
   position_ += count;
-  // Eight bytes at once, then cut to those that count: much cheaper than one after the other.
+  // Eight bytes at once, then cut to the wanted ones: much cheaper than one by one.
   const std::size_t kept = bytes_.size() + (count + 1) / 2;
   bytes_.resize(bytes_.size() + sizeof waiting);
   store_le64(waiting, bytes_.data() + bytes_.size() - sizeof waiting);
@@ -84,7 +114,7 @@ void StpWriter::timestamp(std::uint64_t ticks) {
     changed = sent ^ detail::to_gray(last_timestamp_);
   }
   last_timestamp_ = ticks;
-  // Sizes 13 and 14 stand for 14 and 16 nibbles; there is none for 13 and 15.
+  // Sizes 13 and 14 mean 14 and 16 nibbles; 13 and 15 nibbles cannot be sent.
   unsigned count = significant_nibbles(changed);
   if (count > 12) count = count > 14 ? kMostTimestampNibbles : 14;
   nibbles(count <= 12 ? count : count == 14 ? 13 : 14, 1);
@@ -104,35 +134,26 @@ void StpWriter::with_timestamp(unsigned opcode, unsigned opcode_nibbles, std::ui
   if (ticks) timestamp(*ticks);
 }
 
+void StpWriter::packet(StpKind kind, std::uint64_t value, Timestamp ticks) {
+  const Encoding& encoding = encoding_of(kind, false, ticks.has_value());
+  with_timestamp(encoding.opcode, encoding.opcode_nibbles, value, encoding.payload_nibbles, ticks);
+}
+
+void StpWriter::data(StpKind kind, std::uint64_t value, const StpDataOptions& options) {
+  const Encoding& encoding = encoding_of(kind, options.marked, options.timestamp.has_value());
+  with_timestamp(encoding.opcode, encoding.opcode_nibbles, value, encoding.payload_nibbles,
+                 options.timestamp);
+}
+
 void StpWriter::async() {
-  nibbles(~std::uint64_t{0}, 16);
-  nibbles(0xFFFFF0, 6);
+  constexpr unsigned kFirst = 16;  // as many nibbles as one call writes
+  nibbles(~std::uint64_t{0}, kFirst);
+  nibbles(~std::uint64_t{0} << 4, kAsyncNibbles - kFirst);
 }
 
 void StpWriter::version(StpTimestampCoding coding) {
   coding_ = coding;
-  nibbles(0xF00, 3);
-  nibbles(coding == StpTimestampCoding::kNatural ? 3
-          : coding == StpTimestampCoding::kGray  ? 4
-                                                 : 2,
-          1);
-}
-
-void StpWriter::null(Timestamp timestamp) {
-  with_timestamp(timestamp ? 0xF01 : 0, timestamp ? 3 : 1, 0, 0, timestamp);
-}
-
-void StpWriter::m8(std::uint8_t master) {
-  with_timestamp(0x1, 1, master, 2, {});
-}
-void StpWriter::m16(std::uint16_t master) {
-  with_timestamp(0xF1, 2, master, 4, {});
-}
-void StpWriter::c8(std::uint8_t channel) {
-  with_timestamp(0x3, 1, channel, 2, {});
-}
-void StpWriter::c16(std::uint16_t channel) {
-  with_timestamp(0xF3, 2, channel, 4, {});
+  packet(StpKind::kVersion, version_of(coding), {});
 }
 
 void StpWriter::master(std::uint16_t master) {
@@ -140,49 +161,10 @@ void StpWriter::master(std::uint16_t master) {
   m16(master);
 }
 
-void StpWriter::data(StpKind kind, std::uint64_t value, const StpDataOptions& options) {
-  const auto width = static_cast<std::size_t>(kind) - static_cast<std::size_t>(StpKind::kD4);
-  const DataOpcodes& opcodes = kDataOpcodes.at(width);
-  const bool timed = options.timestamp.has_value();
-  const std::uint8_t opcode = options.marked ? timed ? opcodes.marked_timestamped : opcodes.marked
-                              : timed        ? opcodes.timestamped
-                                             : opcodes.plain;
-  with_timestamp(opcode, opcode > 0xF ? 2 : 1, value, opcodes.value_nibbles, options.timestamp);
-}
-
-void StpWriter::flag(Timestamp timestamp) {
-  with_timestamp(timestamp ? 0xE : 0xFE, timestamp ? 1 : 2, 0, 0, timestamp);
-}
-
-void StpWriter::merr(std::uint8_t code) {
-  with_timestamp(0x2, 1, code, 2, {});
-}
-void StpWriter::gerr(std::uint8_t code) {
-  with_timestamp(0xF2, 2, code, 2, {});
-}
-void StpWriter::cerr(std::uint8_t code) {
-  with_timestamp(0xF0F3, 4, code, 2, {});
-}
-
-void StpWriter::trig(std::uint8_t value, Timestamp timestamp) {
-  with_timestamp(timestamp ? 0xF07 : 0xF06, 3, value, 2, timestamp);
-}
-
-void StpWriter::xsync(std::uint8_t value, Timestamp timestamp) {
-  with_timestamp(timestamp ? 0xF0B : 0xF0A, 3, value, 2, timestamp);
-}
-
-void StpWriter::freq(std::uint32_t hz, Timestamp timestamp) {
-  with_timestamp(timestamp ? 0xF09 : 0xF08, 3, hz, 8, timestamp);
-}
-
-void StpWriter::freq_40(std::uint64_t hz, Timestamp timestamp) {
-  with_timestamp(timestamp ? 0xF0F1 : 0xF0F0, 4, hz, 10, timestamp);
-}
-
 void StpWriter::user(std::uint64_t value, unsigned nibbles, Timestamp timestamp) {
-  const unsigned opcode = timestamp ? 0xF03 : 0xF02;
-  with_timestamp(opcode << 4 | (nibbles - 1), 4, value, nibbles, timestamp);
+  const Encoding& encoding = encoding_of(StpKind::kUser, false, timestamp.has_value());
+  const unsigned head = static_cast<unsigned>(encoding.opcode) << 4 | (nibbles - 1);
+  with_timestamp(head, encoding.opcode_nibbles + 1U, value, nibbles, timestamp);
 }
 
 }  // namespace qbt2

@@ -8,15 +8,14 @@
 #include <span>
 #include <stdexcept>
 
-/// libopencsd's STM packet lister behind two calls, for comparison with StpReader and
-/// FrameDemultiplexer. Used by one thread.
+/// libopencsd's STM packet lister, for comparison with StpReader and FrameDemultiplexer. One thread.
 namespace qbt2::test {
 
 class OpencsdStm {
  public:
   using OnPacket = void (*)(void* context, std::uint64_t index, const ocsd_stm_pkt& packet);
 
-  /// `frames`: the bytes are memory-aligned formatter frames, of which `atb_id` is listed.
+  /// `frames`: the bytes are memory-aligned formatter frames, of which the source `atb_id` is listed.
   OpencsdStm(bool frames, std::uint8_t atb_id, OnPacket on_packet, void* context)
       : on_packet_(on_packet), context_(context) {
     tree_ = ocsd_create_dcd_tree(frames ? OCSD_TRC_SRC_FRAME_FORMATTED : OCSD_TRC_SRC_SINGLE,
@@ -27,7 +26,7 @@ class OpencsdStm {
     config.reg_devid = 0xFF;
     config.hw_event = HwEvent_Unknown_Disabled;
     std::uint8_t id = 0;
-    // Only the monitor: without a packet sink the C interface's own fails on a null pointer.
+    // A monitor, not a sink: the C interface's packet sink fails on a null pointer here.
     if (tree_ == nullptr ||
         ocsd_dt_create_decoder(tree_, OCSD_BUILTIN_DCD_STM, OCSD_CREATE_FLG_PACKET_PROC, &config,
                                &id) != OCSD_OK ||

@@ -3,14 +3,13 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
-#include <optional>
 #include <random>
 #include <span>
 #include <vector>
 
 #include "host/stp/stp_writer.h"
 
-/// Streams made at random from a seed: sound ones and damaged ones.
+/// Random streams from a seed: sound ones and damaged ones.
 namespace qbt2::test {
 
 class RandomStp {
@@ -19,7 +18,7 @@ class RandomStp {
 
   std::uint64_t below(std::uint64_t limit) { return random_() % limit; }
 
-  /// Values with many F in a row, which is where an ASYNC can hide, and short and long ones.
+  /// Short and long values, many with a run of F, in which an ASYNC can hide.
   std::uint64_t value() {
     switch (below(5)) {
       case 0:
@@ -38,16 +37,11 @@ class RandomStp {
   void packet(StpWriter& writer) {
     using Coding = StpTimestampCoding;
     time_ = below(40) == 0 ? value() : time_ + (random_() >> below(64)) % 100000;
-    if (only_ == Coding::kGray) time_ %= std::uint64_t{1} << 31;
     const StpWriter::Timestamp maybe = below(2) == 0 ? StpWriter::Timestamp(time_) : std::nullopt;
     const auto byte = static_cast<std::uint8_t>(value());
     switch (below(26)) {
       case 0:
         writer.async();
-        if (only_) {
-          writer.version(*only_);
-          return writer.m8(byte);
-        }
         if (below(2) == 0) writer.null();
         if (below(4) != 0) {
           constexpr Coding kCodings[] = {Coding::kNatural, Coding::kGray, Coding::kDelta};
@@ -57,8 +51,7 @@ class RandomStp {
       case 1:
         return writer.null(maybe);
       case 2:
-        return only_ ? writer.m8(byte)
-                     : writer.master(static_cast<std::uint16_t>(random_() >> below(64)));
+        return writer.master(static_cast<std::uint16_t>(random_() >> below(64)));
       case 3:
         return writer.c8(byte);
       case 4:
@@ -66,16 +59,14 @@ class RandomStp {
       case 5:
         return below(2) == 0 ? writer.merr(byte) : writer.gerr(byte);
       case 6:
-        return only_ ? writer.trig(byte, maybe) : writer.cerr(byte);
+        return writer.cerr(byte);
       case 7:
-        return only_ || below(2) == 0 ? writer.trig(byte, maybe) : writer.xsync(byte, maybe);
+        return below(2) == 0 ? writer.trig(byte, maybe) : writer.xsync(byte, maybe);
       case 8:
-        if (only_) return writer.freq(static_cast<std::uint32_t>(value()));
         return below(2) == 0 ? writer.freq(static_cast<std::uint32_t>(value()), maybe)
                              : writer.freq_40(value(), maybe);
       case 9:
-        return only_ ? writer.null(maybe)
-                     : writer.user(value(), static_cast<unsigned>(1 + below(16)), maybe);
+        return writer.user(value(), static_cast<unsigned>(1 + below(16)), maybe);
       case 10:
       case 11:
         return writer.flag(maybe);
@@ -90,19 +81,6 @@ class RandomStp {
     StpWriter writer;
     writer.async();
     while (packets-- > 0) packet(writer);
-    writer.pad_to_byte();
-    return writer.take();
-  }
-
-  /// Packets that libopencsd reads as we do: 8-bit masters, natural and small Gray-coded time
-  /// stamps; no M16, USER, XSYNC, FREQ_40, FREQ_TS or CERR.
-  std::vector<std::uint8_t> for_libopencsd() {
-    only_ = below(2) == 0 ? StpTimestampCoding::kGray : StpTimestampCoding::kNatural;
-    StpWriter writer;
-    writer.async();
-    writer.version(*only_);
-    writer.m8(0);
-    for (std::uint64_t count = below(400); count > 0; --count) packet(writer);
     writer.pad_to_byte();
     return writer.take();
   }
@@ -127,7 +105,7 @@ class RandomStp {
     return bytes;
   }
 
-  /// Hands the bytes on in pieces: single bytes, small ones, or large ones.
+  /// Calls take() for the bytes in pieces: single bytes, small ones, or large ones.
   template <typename Take>
   void in_chunks(std::span<const std::uint8_t> bytes, Take&& take) {
     constexpr std::uint64_t kLargest[] = {1, 2, 7, 40, 70, 1000};
@@ -142,7 +120,7 @@ class RandomStp {
  private:
   void fault(StpWriter& writer) {
     switch (below(6)) {
-      case 0:  // nibbles of no meaning
+      case 0:  // garbage
         return writer.nibbles(random_(), static_cast<unsigned>(below(17)));
       case 1: {  // the head of a packet, then an ASYNC
         constexpr std::uint16_t kHeads[] = {0x4,  0x6,   0x7,   0xB,   0xF,    0xF0, 0xF7,
@@ -152,7 +130,7 @@ class RandomStp {
         writer.nibbles(value(), static_cast<unsigned>(below(17)));
         return writer.async();
       }
-      case 2:  // a run of F, of an ASYNC's length or not
+      case 2:  // a run of F of any length
         for (std::uint64_t count = below(60); count > 0; --count) writer.nibbles(0xF, 1);
         return writer.nibbles(below(3), 1);
       case 3:  // reserved or unsettled
@@ -166,7 +144,6 @@ class RandomStp {
 
   std::mt19937_64 random_;
   std::uint64_t time_ = 0;
-  std::optional<StpTimestampCoding> only_;  // what libopencsd reads, in this coding
 };
 
 }  // namespace qbt2::test

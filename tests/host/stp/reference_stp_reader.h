@@ -1,17 +1,19 @@
 #pragma once
 
+#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <span>
 #include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
 #include "tests/host/stp/stp_events.h"
 
-/// A STP reader that is slow, holds the whole stream in memory and shares no code with StpReader:
-/// it first finds every ASYNC, then reads each stretch between two of them on its own. What it says
-/// is what StpReader has to say, whatever the chunks.
+/// A slow STP reader that has the whole stream in memory and shares no code with StpReader: it
+/// finds every ASYNC first, then reads each segment between two of them. StpReader has to produce
+/// the same events for chunks of any size.
 namespace qbt2::test {
 
 class ReferenceStpReader {
@@ -32,9 +34,7 @@ class ReferenceStpReader {
   }
 
   std::vector<StpEvent> events;
-  std::uint64_t packets = 0;
-  std::uint64_t sync_losses = 0;
-  std::uint64_t nibbles_skipped = 0;
+  StpCounters counters;
   bool ended_on_boundary = false;
 
  private:
@@ -83,57 +83,55 @@ class ReferenceStpReader {
     return value;
   }
 
-  // Packets are told apart by their opcode as text: "6", "F6", "F09", "F0F1".
+  /// A kind of packet: nibbles of its payload, and its opcodes as text: plain, marked, timestamped,
+  /// both; "" where there is none.
+  struct Form {
+    StpKind kind;
+    unsigned width;
+    std::array<std::string_view, 4> opcodes;
+  };
+  static constexpr Form kForms[] = {
+      {StpKind::kM8, 2, {"1"}},
+      {StpKind::kM16, 4, {"F1"}},
+      {StpKind::kC8, 2, {"3"}},
+      {StpKind::kC16, 4, {"F3"}},
+      {StpKind::kMerr, 2, {"2"}},
+      {StpKind::kGerr, 2, {"F2"}},
+      {StpKind::kCerr, 2, {"F0F3"}},
+      {StpKind::kD4, 1, {"C", "FD", "FC", "D"}},
+      {StpKind::kD8, 2, {"4", "F8", "F4", "8"}},
+      {StpKind::kD16, 4, {"5", "F9", "F5", "9"}},
+      {StpKind::kD32, 8, {"6", "FA", "F6", "A"}},
+      {StpKind::kD64, 16, {"7", "FB", "F7", "B"}},
+      {StpKind::kFlag, 0, {"FE", "", "E"}},
+      {StpKind::kNull, 0, {"0", "", "F01"}},
+      {StpKind::kTrig, 2, {"F06", "", "F07"}},
+      {StpKind::kXsync, 2, {"F0A", "", "F0B"}},
+      {StpKind::kFreq, 8, {"F08", "", "F09"}},
+      {StpKind::kFreq40, 10, {"F0F0", "", "F0F1"}},
+  };
+
   void read_packet(std::size_t start) {
     std::string opcode;
     do {
       opcode += "0123456789ABCDEF"[take()];
     } while (opcode == "F" || opcode == "F0" || opcode == "F0F");
     if (opcode == "FF") return read_f_run();
-    if (opcode == "0") return emit(start, StpKind::kNull, 0, 0, false, false);
-    fresh_ = fresh_ && opcode == "F00";
+    fresh_ = fresh_ && (opcode == "0" || opcode == "F00");
     if (opcode == "F00") return read_version(start);
-    if (opcode == "F01") return read(start, StpKind::kNull, 0, false, true);
-    if (opcode == "F02") return read(start, StpKind::kUser, take() + 1, false, false);
-    if (opcode == "F03") return read(start, StpKind::kUser, take() + 1, false, true);
+    if (opcode == "F02" || opcode == "F03") {
+      return read(start, StpKind::kUser, take() + 1, false, opcode == "F03");
+    }
     if (opcode == "F04" || opcode == "F05" || opcode == "F0F2") {
       throw Loss{StpSyncLoss::kUnsettledPacket};
     }
-    if (opcode == "F06") return read(start, StpKind::kTrig, 2, false, false);
-    if (opcode == "F07") return read(start, StpKind::kTrig, 2, false, true);
-    if (opcode == "F08") return read(start, StpKind::kFreq, 8, false, false);
-    if (opcode == "F09") return read(start, StpKind::kFreq, 8, false, true);
-    if (opcode == "F0A") return read(start, StpKind::kXsync, 2, false, false);
-    if (opcode == "F0B") return read(start, StpKind::kXsync, 2, false, true);
-    if (opcode == "F0F0") return read(start, StpKind::kFreq40, 10, false, false);
-    if (opcode == "F0F1") return read(start, StpKind::kFreq40, 10, false, true);
-    if (opcode == "F0F3") return read(start, StpKind::kCerr, 2, false, false);
-    if (opcode.size() > 2) throw Loss{StpSyncLoss::kReservedOpcode};
-    if (opcode == "1") return read(start, StpKind::kM8, 2, false, false);
-    if (opcode == "2") return read(start, StpKind::kMerr, 2, false, false);
-    if (opcode == "3") return read(start, StpKind::kC8, 2, false, false);
-    if (opcode == "E") return read(start, StpKind::kFlag, 0, false, true);
-    if (opcode == "F1") return read(start, StpKind::kM16, 4, false, false);
-    if (opcode == "F2") return read(start, StpKind::kGerr, 2, false, false);
-    if (opcode == "F3") return read(start, StpKind::kC16, 4, false, false);
-    if (opcode == "FE") return read(start, StpKind::kFlag, 0, false, false);
-    read_data(start, opcode);
-  }
-
-  void read_data(std::size_t start, const std::string& opcode) {
-    const bool escaped = opcode.size() == 2;
-    const char last = opcode.back();
-    const bool upper = last >= '8' && last <= 'B';
-    if (last == 'C') return read(start, StpKind::kD4, 1, false, escaped);
-    if (last == 'D') return read(start, StpKind::kD4, 1, true, !escaped);
-    const int width = (upper ? last == 'A'   ? 10
-                               : last == 'B' ? 11
-                                             : last - '0'
-                             : last - '0') %
-                      4;  // D8, D16, D32, D64
-    constexpr StpKind kKinds[] = {StpKind::kD8, StpKind::kD16, StpKind::kD32, StpKind::kD64};
-    const bool timed = escaped ? !upper : upper;
-    read(start, kKinds[width], 2U << width, upper, timed);
+    for (const Form& form : kForms) {
+      for (unsigned variant = 0; variant < 4; ++variant) {
+        if (form.opcodes[variant] != opcode) continue;
+        return read(start, form.kind, form.width, variant % 2 != 0, variant >= 2);
+      }
+    }
+    throw Loss{StpSyncLoss::kReservedOpcode};
   }
 
   void read_version(std::size_t start) {
@@ -171,58 +169,39 @@ class ReferenceStpReader {
     const unsigned size = take();
     if (size == 15) throw Loss{StpSyncLoss::kReservedTimestampSize};
     const unsigned count = size == 13 ? 14 : size == 14 ? 16 : size;
-    std::vector<unsigned> sent;
-    for (unsigned i = 0; i < count; ++i) sent.push_back(take());
-    std::uint64_t number = 0;
-    for (const unsigned nibble : sent) number = number * 16 + nibble;
+    const std::uint64_t sent = take(count);
     if (coding_ == 2) {
-      time_ += number;
+      time_ += sent;
       return;
     }
-    // The kept time stamp as its 64 bits in the coding of the stream, the lowest first.
-    std::vector<bool> bits(65);
-    for (unsigned i = 0; i < 64; ++i) {
-      const bool next = i < 63 && (time_ >> (i + 1) & 1) != 0;
-      bits[i] = ((time_ >> i & 1) != 0) != (coding_ == 4 && next);
-    }
-    for (unsigned i = 0; i < 4 * count; ++i) bits[i] = (number >> i & 1) != 0;
-    time_ = 0;
-    bool above = false;
-    for (unsigned i = 64; i-- > 0;) {
-      above = coding_ == 4 ? bits[i] != above : bits[i];
-      time_ = time_ * 2 + (above ? 1 : 0);
-    }
+    // The newest timestamp in the coding of the stream, its low nibbles replaced.
+    std::uint64_t raw = coding_ == 4 ? time_ ^ time_ / 2 : time_;
+    raw = count == 16 ? sent : raw - raw % (std::uint64_t{1} << 4 * count) + sent;
+    time_ = raw;
+    for (unsigned bit = 1; coding_ == 4 && bit < 64; ++bit) time_ ^= raw >> bit;
   }
 
   void emit(std::size_t start, StpKind kind, std::uint64_t value, unsigned width, bool marked,
             bool timed) {
-    StpPacket packet;
-    packet.nibble_offset = start;
-    packet.value = value;
-    packet.timestamp = time_;
-    packet.master = master_;
-    packet.channel = channel_;
-    packet.kind = kind;
-    packet.value_nibbles = static_cast<std::uint8_t>(width);
-    packet.marked = marked;
-    packet.has_timestamp = timed;
-    ++packets;
-    events.push_back({StpEvent::kPacket, start, 0, {}, packet});
+    ++counters.packets;
+    events.push_back({.offset = start,
+                      .packet = {start, value, time_, master_, channel_, kind,
+                                 static_cast<std::uint8_t>(width), marked, timed}});
   }
   void lose(std::size_t start, StpSyncLoss reason) {
-    ++sync_losses;
+    ++counters.sync_losses;
     events.push_back({StpEvent::kSyncLost, start / 2, 0, reason, {}});
   }
   void skip(std::size_t begin, std::size_t end) {
     if (begin == end) return;
-    nibbles_skipped += end - begin;
+    counters.nibbles_skipped += end - begin;
     events.push_back({StpEvent::kSkipped, begin, end - begin, {}, {}});
   }
 
   std::vector<std::uint8_t> nibbles_;
   std::size_t at_ = 0;
   std::size_t segment_end_ = 0;
-  bool fresh_ = false;  // nothing but NULL since the ASYNC
+  bool fresh_ = false;  ///< nothing but NULL since the ASYNC
   std::uint16_t master_ = 0;
   std::uint16_t channel_ = 0;
   std::uint64_t time_ = 0;

@@ -1,32 +1,47 @@
 #pragma once
 
 #include <cstdint>
+#include <initializer_list>
 #include <ostream>
-#include <span>
+#include <string>
+#include <string_view>
 #include <vector>
 
 #include "host/stp/stp_reader.h"
+#include "host/stp/stp_writer.h"
 
-/// What a reader told its sink, in order, so that two readings of a stream can be compared.
+/// The calls of a sink, in order, so that two readings of a stream can be compared.
 namespace qbt2::test {
+
+/// A stream from hexadecimal nibbles in the order sent; blanks are ignored.
+inline std::vector<std::uint8_t> stream(std::initializer_list<std::string_view> parts) {
+  StpWriter writer;
+  for (const std::string_view part : parts) {
+    for (const char c : part) {
+      if (c == ' ') continue;
+      writer.nibbles(static_cast<std::uint64_t>(c <= '9' ? c - '0' : c - 'A' + 10), 1);
+    }
+  }
+  return writer.bytes();
+}
+
+inline const std::string kAsync = "FFFFFFFFFFFFFFFFFFFFF0";
+
+/// The packet's name with its endings: "D32MTS".
+inline std::string name(const StpPacket& packet) {
+  return std::string(to_string(packet.kind)) + (packet.marked ? "M" : "") +
+         (packet.has_timestamp ? "TS" : "");
+}
 
 struct StpEvent {
   enum Type : std::uint8_t { kPacket, kSyncLost, kSkipped };
   Type type = kPacket;
-  std::uint64_t offset = 0;   // packet and skipped: nibble; sync lost: byte
-  std::uint64_t nibbles = 0;  // skipped
+  std::uint64_t offset = 0;   ///< packet and skipped: nibble; sync lost: byte
+  std::uint64_t nibbles = 0;  ///< skipped
   StpSyncLoss reason = StpSyncLoss::kReservedOpcode;
   StpPacket packet;
 
-  friend bool operator==(const StpEvent& a, const StpEvent& b) {
-    const StpPacket& p = a.packet;
-    const StpPacket& q = b.packet;
-    return a.type == b.type && a.offset == b.offset && a.nibbles == b.nibbles &&
-           a.reason == b.reason && p.value == q.value && p.timestamp == q.timestamp &&
-           p.master == q.master && p.channel == q.channel && p.kind == q.kind &&
-           p.value_nibbles == q.value_nibbles && p.marked == q.marked &&
-           p.has_timestamp == q.has_timestamp;
-  }
+  friend bool operator==(const StpEvent&, const StpEvent&) = default;
 
   friend std::ostream& operator<<(std::ostream& out, const StpEvent& event) {
     if (event.type == kSyncLost) {
@@ -36,11 +51,9 @@ struct StpEvent {
       return out << "skipped " << event.nibbles << " nibbles at nibble " << event.offset;
     }
     const StpPacket& packet = event.packet;
-    return out << to_string(packet.kind) << (packet.marked ? "M" : "")
-               << (packet.has_timestamp ? "TS" : "") << " at nibble " << event.offset << " value 0x"
-               << std::hex << packet.value << std::dec << " (" << int{packet.value_nibbles}
-               << ") time " << packet.timestamp << " source " << packet.master << '/'
-               << packet.channel;
+    return out << name(packet) << " at nibble " << event.offset << " value 0x" << std::hex
+               << packet.value << std::dec << " (" << int{packet.value_nibbles} << ") time "
+               << packet.timestamp << " source " << packet.master << '/' << packet.channel;
   }
 };
 

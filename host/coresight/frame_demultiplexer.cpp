@@ -1,26 +1,22 @@
-#include "host/coresight/formatter_frames.h"
+#include "host/coresight/frame_demultiplexer.h"
 
 #include <algorithm>
 #include <bit>
 #include <cstring>
 #include <numeric>
 
-#include "host/stp/stp_opcodes.h"
-#include "host/stp/stp_reader.h"
+#include "host/coresight/frame_format.h"
 
 namespace qbt2 {
 namespace {
 
 static_assert(std::endian::native == std::endian::little, "frames are read as two 64-bit words");
 
-constexpr std::size_t kFrameData = 15;
-constexpr std::uint64_t kHistoryBytes = std::uint64_t{64} << 10;
-
-/// Bit 0 of the even bytes: set where the byte is an id.
+/// Bit 0 of the even bytes: set in an ID change.
 constexpr std::uint64_t kIdBits = 0x0001000100010001;
 constexpr std::uint64_t kEvenBytes = 0x00FF00FF00FF00FF;
 
-/// The lowest bits of four even bytes, as byte 15 holds them, where they belong.
+/// Four flags of byte 15, moved to bit 0 of their even bytes.
 constexpr std::array<std::uint64_t, 16> kLowestBits = [] {
   std::array<std::uint64_t, 16> words{};
   for (std::size_t flags = 0; flags < words.size(); ++flags) {
@@ -31,11 +27,9 @@ constexpr std::array<std::uint64_t, 16> kLowestBits = [] {
   return words;
 }();
 
-/// FF FF FF 7F, the synchronisation word, and FF 7F, the half-word of idle time. Neither can be
-/// data: an even FF would be the reserved id 0x7F.
-constexpr std::uint32_t kSyncWord = 0xFFFFFF7F;
-constexpr std::uint32_t kHalfWord = 0xFF7F;
-constexpr std::size_t kSyncWordBytes = 4;
+/// The synchronization packets as the newest bytes read, the newest one lowest.
+constexpr std::uint32_t kNewestFrameSync = 0xFFFFFF7F;
+constexpr std::uint32_t kNewestHalfwordSync = 0xFF7F;
 
 struct FrameWords {
   std::uint64_t low;
@@ -46,7 +40,7 @@ struct FrameWords {
     std::memcpy(&high, frame + sizeof low, sizeof high);
   }
   bool has_ids() const { return ((low | high) & kIdBits) != 0; }
-  /// An FF at an even place, or a first byte that may end a synchronisation word.
+  /// Whether there is FF at an even place, or a first byte that may end a synchronization packet.
   bool may_hold_sync() const {
     constexpr std::uint64_t kCarries = kIdBits << 8;
     const std::uint64_t carried = ((low & kEvenBytes) + kIdBits) | ((high & kEvenBytes) + kIdBits);
@@ -66,44 +60,6 @@ std::uint32_t last_four(const std::uint8_t* end) {
 
 }  // namespace
 
-std::uint64_t InputOffsets::Mark::at(std::uint64_t offset) const {
-  const std::uint64_t distance = offset - stream_offset;
-  if (!whole_frames) return input_offset + distance;
-  return input_offset + distance / kFrameData * kFrameBytes + distance % kFrameData;
-}
-
-std::uint64_t InputOffsets::input_offset(std::uint64_t stream_offset) const {
-  const auto after = std::upper_bound(
-      marks_.begin(), marks_.end(), stream_offset,
-      [](std::uint64_t offset, const Mark& mark) { return offset < mark.stream_offset; });
-  if (marks_.empty()) return stream_offset;
-  if (after == marks_.begin()) return marks_.front().input_offset;
-  return std::prev(after)->at(stream_offset);
-}
-
-bool InputOffsets::continues(std::uint64_t stream_offset, std::uint64_t input_offset,
-                             bool whole_frames) const {
-  if (marks_.empty()) return false;
-  const Mark& mark = marks_.back();
-  if (mark.whole_frames != whole_frames || mark.at(stream_offset) != input_offset) return false;
-  return !whole_frames || (stream_offset - mark.stream_offset) % kFrameData == 0;
-}
-
-void InputOffsets::add(std::uint64_t stream_offset, std::uint64_t input_offset, bool whole_frames) {
-  // Half the marks are dropped at a time, so that dropping costs little.
-  constexpr std::size_t kFewMarks = 1024;
-  if (marks_.size() == marks_.capacity() && marks_.size() >= kFewMarks) {
-    const auto old = std::partition_point(marks_.begin(), marks_.end(), [&](const Mark& mark) {
-      return mark.stream_offset + kHistoryBytes < stream_offset;
-    });
-    // The last of the old ones may still hold for what is not.
-    if (old - marks_.begin() > static_cast<std::ptrdiff_t>(marks_.size() / 2)) {
-      marks_.erase(marks_.begin(), std::prev(old));
-    }
-  }
-  marks_.push_back({stream_offset, input_offset, whole_frames});
-}
-
 FrameDemultiplexer::FrameDemultiplexer(std::uint8_t source)
     : source_(source), block_(std::make_unique<std::uint8_t[]>(kBlockBytes)) {}
 
@@ -119,9 +75,8 @@ void FrameDemultiplexer::put(std::uint8_t byte, std::uint64_t input_offset) {
 
 template <typename OffsetOf>
 void FrameDemultiplexer::take_frame(const std::uint8_t* frame, OffsetOf&& offset_of) {
-  constexpr std::size_t kLastPlace = 14;  // an even byte with no odd one behind it
-  unsigned flags = frame[kFrameData];
-  for (std::size_t place = 0; place <= kLastPlace; place += 2, flags >>= 1) {
+  unsigned flags = frame[kFrameFlagsPlace];
+  for (std::size_t place = 0; place <= kFrameLastPlace; place += 2, flags >>= 1) {
     const std::uint8_t byte = frame[place];
     const bool flag = (flags & 1) != 0;
     const bool is_id = (byte & 1) != 0;
@@ -133,7 +88,7 @@ void FrameDemultiplexer::take_frame(const std::uint8_t* frame, OffsetOf&& offset
     } else {
       put(static_cast<std::uint8_t>(byte | (flag ? 1 : 0)), offset_of(place));
     }
-    if (place < kLastPlace) put(frame[place + 1], offset_of(place + 1));
+    if (place < kFrameLastPlace) put(frame[place + 1], offset_of(place + 1));
     if (is_id) current_ = id;
   }
 }
@@ -149,11 +104,11 @@ std::size_t FrameDemultiplexer::take_data_frames(std::span<const std::uint8_t> b
     if (words.has_ids()) break;
     if (!is_chosen) continue;
     words.restore_lowest_bits();
-    std::memcpy(out, &words.low, sizeof words.low);  // 16 bytes, of which the next frame has one
+    std::memcpy(out, &words.low, sizeof words.low);  // 16 bytes; the next frame overwrites the last
     std::memcpy(out + sizeof words.low, &words.high, sizeof words.high);
-    out += kFrameData;
+    out += kFrameDataBytes;
   }
-  const std::size_t data = frames * kFrameData;
+  const std::size_t data = frames * kFrameDataBytes;
   source_bytes_[current_] += data;
   if (is_chosen && frames > 0) {
     if (!offsets_.continues(stream_bytes_, input_bytes_, true)) {
@@ -170,17 +125,18 @@ void FrameDemultiplexer::take_byte(std::uint8_t byte) {
   partial_[partial_size_] = byte;
   partial_offsets_[partial_size_] = input_bytes_++;
   ++partial_size_;
-  if (newest_bytes_ == kSyncWord) {
-    // Anywhere but between two frames it cuts one short, and the next one begins behind it.
-    if (partial_size_ != kSyncWordBytes) ++frames_cut_;
+  if (newest_bytes_ == kNewestFrameSync) {
+    // Anywhere but between two frames it cuts one short; the next frame begins after it.
+    if (partial_size_ != kFrameSync.size()) ++frames_cut_;
     partial_size_ = 0;
     is_continuous_ = true;
     return;
   }
-  // Within a frame half-words are taken out only where the stream is known to be a continuous one:
-  // in memory a frame of stale bytes must not move the ones behind it.
-  const bool may_be_half_word = partial_size_ == 2 || (is_continuous_ && partial_size_ % 2 == 0);
-  if (may_be_half_word && (newest_bytes_ & 0xFFFF) == kHalfWord) {
+  // Within a frame they are removed only in a stream known to be continuous: in a memory buffer a
+  // frame of stale bytes must not shift the frames after it.
+  const bool may_be_halfword_sync =
+      partial_size_ == 2 || (is_continuous_ && partial_size_ % 2 == 0);
+  if (may_be_halfword_sync && (newest_bytes_ & 0xFFFF) == kNewestHalfwordSync) {
     partial_size_ -= 2;
     return;
   }
@@ -229,43 +185,6 @@ std::vector<SourceBytes> FrameDemultiplexer::sources() const {
     if (source_bytes_[id] > 0) found.push_back({id, source_bytes_[id]});
   }
   return found;
-}
-
-bool looks_like_stp(std::span<const std::uint8_t> bytes) {
-  std::uint64_t f_run = 0;
-  std::size_t at = 0;
-  while (at < bytes.size() * 2) {
-    at = detail::find_async_end(bytes, at, f_run);
-    if (at == detail::kNotFound) return false;
-    f_run = 0;
-    std::size_t next = at;
-    while (next < bytes.size() * 2 && detail::nibble_at(bytes, next) == 0) ++next;
-    const detail::StpParse parse = detail::parse_packet(bytes, next, true);
-    if (parse.outcome == detail::StpParse::kPacket && parse.opcode.kind == StpKind::kVersion) {
-      return true;
-    }
-  }
-  return false;
-}
-
-bool looks_like_frames(std::span<const std::uint8_t> bytes) {
-  constexpr std::size_t kHeadBytes = std::size_t{256} << 10;
-  // Frames of a capture's stale end may name any id, so a few reserved ones are no proof.
-  constexpr std::uint64_t kFewReserved = 4;
-  bytes = bytes.first(std::min(bytes.size(), kHeadBytes));
-  FrameDemultiplexer all;
-  all.push(bytes, [](std::span<const std::uint8_t>, std::uint64_t) {});
-  if (all.reserved_id_changes() * kFewReserved > all.id_changes()) return false;
-  for (const SourceBytes& source : all.sources()) {
-    FrameDemultiplexer frames(source.id);
-    std::uint64_t f_run = 0;
-    bool has_async = false;
-    frames.push(bytes, [&](std::span<const std::uint8_t> block, std::uint64_t) {
-      has_async = has_async || detail::find_async_end(block, 0, f_run) != detail::kNotFound;
-    });
-    if (has_async) return true;
-  }
-  return false;
 }
 
 }  // namespace qbt2

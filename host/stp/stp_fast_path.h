@@ -1,0 +1,218 @@
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+
+#include "host/stp/stp_nibbles.h"
+#include "host/stp/stp_opcodes.h"
+#include "host/stp/stp_packet.h"
+#include "host/stp/stp_timestamp.h"
+
+/// The reader's inner loop, for the packets that make up the bulk of a stream. Whatever is rare,
+/// long or may be cut by an ASYNC is left to parse_packet(). Headers only, so that the sink's
+/// on_packet is inlined into the loop.
+namespace qbt2::detail {
+
+/// Which code of the inner loop reads a packet.
+enum class FastPath : std::uint8_t {
+  kNone,   ///< left to parse_packet()
+  kSmall,  ///< by the table: up to 4 payload nibbles
+  kNull,
+  kD32,
+  kD32Ts,
+  kD32M,
+  kD32Mts,
+  kD64,
+  kD64Ts,
+  kD64M,
+  kD64Mts,
+  kFlag,
+  kFlagTs,
+};
+
+constexpr FastPath fast_path(const StpOpcode& opcode) {
+  using enum FastPath;
+  if (opcode.form != StpForm::kPacket) return kNone;
+  const bool marked = opcode.marked;
+  const bool timed = opcode.timestamped;
+  switch (opcode.kind) {
+    case StpKind::kD32:
+      return marked ? timed ? kD32Mts : kD32M : timed ? kD32Ts : kD32;
+    case StpKind::kD64:
+      return marked ? timed ? kD64Mts : kD64M : timed ? kD64Ts : kD64;
+    case StpKind::kFlag:
+      return timed ? kFlagTs : kFlag;
+    case StpKind::kM8:
+    case StpKind::kM16:
+    case StpKind::kC8:
+    case StpKind::kC16:
+    case StpKind::kD4:
+    case StpKind::kD8:
+    case StpKind::kD16:
+      return kSmall;
+    case StpKind::kNull:
+      return timed ? kNone : kNull;
+    default:
+      return kNone;
+  }
+}
+
+/// By a byte that holds an opcode's first nibble below its second.
+inline constexpr std::array<FastPath, 256> kFastPaths = [] {
+  std::array<FastPath, 256> paths{};
+  for (std::size_t byte = 0; byte < paths.size(); ++byte) {
+    const std::size_t first = byte % 16;
+    paths[byte] = fast_path(first == 0xF ? kStpOpcodes[1][byte / 16] : kStpOpcodes[0][first]);
+  }
+  return paths;
+}();
+
+/// The inner loop's state, held in registers: its position and what packets change.
+struct FastState {
+  const std::uint8_t* data;
+  std::size_t at;
+  std::uint64_t window;  ///< the nibbles from `at` on
+  StpContext context;
+  std::uint64_t origin;
+  std::uint64_t packets;
+  std::uint64_t after_async;
+};
+
+inline constexpr std::uint64_t kLargestFastTimestamp = 12;
+
+/// Moves to `end`, the nibble after the packet. False, with nothing changed, when F F follows: that
+/// may be an ASYNC which began within the packet, so parse_packet() has to read it.
+inline bool advance(FastState& state, std::size_t end) {
+  const std::uint64_t next = nibbles_from(state.data, end);
+  if ((next & 0xFF) == 0xFF) return false;
+  state.at = end;
+  state.window = next;
+  ++state.packets;
+  return true;
+}
+
+/// Reads the timestamp whose size nibble is at `end` and moves `end` past it; false when it is
+/// longer than kLargestFastTimestamp.
+inline bool take_timestamp(const FastState& state, std::size_t& end, std::uint64_t& sent,
+                           unsigned& nibbles) {
+  nibbles = (state.data[end / 2] >> (end % 2 * 4)) & 0xFU;
+  if (nibbles > kLargestFastTimestamp) return false;
+  sent = reverse_nibbles(nibbles_from(state.data, end + 1)) >> 4 >> (60 - 4 * nibbles);
+  end += 1 + nibbles;
+  return true;
+}
+
+/// Reads the packet at state.at, whose opcode is kStpOpcodes[Level][Nibble]. False, with nothing
+/// changed, when parse_packet() has to read it.
+template <std::size_t Level, std::size_t Nibble, typename Sink>
+[[gnu::always_inline]] inline bool read_known(FastState& state, Sink& sink) {
+  constexpr const StpOpcode& kOpcode = kStpOpcodes[Level][Nibble];
+  constexpr std::size_t kOpcodeNibbles = Level + 1;
+  constexpr std::size_t kHead = kOpcodeNibbles + kOpcode.payload_nibbles;
+  const std::size_t at = state.at;
+  const std::uint64_t window = state.window;
+  std::size_t end = at + kHead;
+  std::uint64_t sent = 0;
+  unsigned timestamp_nibbles = 0;
+  if constexpr (kOpcode.timestamped) {
+    if (!take_timestamp(state, end, sent, timestamp_nibbles)) return false;
+  }
+  if (!advance(state, end)) return false;
+  StpPacket packet;
+  if constexpr (kOpcode.timestamped) advance_timestamp(state.context, sent, timestamp_nibbles);
+  if constexpr (kOpcode.kind == StpKind::kNull) {
+    if (state.origin + at == state.after_async) ++state.after_async;
+  }
+  if constexpr (kOpcode.payload_nibbles == 8) {
+    packet.value = reverse_nibbles_32(static_cast<std::uint32_t>(window >> (4 * kOpcodeNibbles)));
+  } else if constexpr (kOpcode.payload_nibbles == 16) {
+    const std::uint64_t first = nibbles_from(state.data, at + kOpcodeNibbles) & 0xFFFFFFFF;
+    const std::uint64_t second = nibbles_from(state.data, at + kOpcodeNibbles + 8);
+    packet.value = reverse_nibbles(first | second << 32);
+  }
+  packet.nibble_offset = state.origin + at;
+  packet.timestamp = state.context.timestamp;
+  packet.master = state.context.master;
+  packet.channel = state.context.channel;
+  packet.kind = kOpcode.kind;
+  packet.value_nibbles = kOpcode.payload_nibbles;
+  packet.marked = kOpcode.marked;
+  packet.has_timestamp = kOpcode.timestamped;
+  sink.on_packet(packet);
+  return true;
+}
+
+/// The same for FastPath::kSmall.
+template <typename Sink>
+inline bool read_small(FastState& state, Sink& sink) {
+  const std::uint64_t first = state.window & 0xF;
+  const bool prefixed = first == 0xF;
+  const StpOpcode& opcode =
+      prefixed ? kStpOpcodes[1][state.window >> 4 & 0xF] : kStpOpcodes[0][first];
+  const std::size_t head = prefixed ? 2U : 1U;
+  const unsigned payload = opcode.payload_nibbles;
+  StpPacket packet;
+  packet.nibble_offset = state.origin + state.at;
+  packet.value = reverse_nibbles(state.window >> (4 * head)) >> (64 - 4 * payload);
+  std::size_t end = state.at + head + payload;
+  std::uint64_t sent = 0;
+  unsigned timestamp_nibbles = 0;
+  if (opcode.timestamped && !take_timestamp(state, end, sent, timestamp_nibbles)) return false;
+  if (!advance(state, end)) return false;
+  StpContext& context = state.context;
+  if (opcode.timestamped) advance_timestamp(context, sent, timestamp_nibbles);
+  const auto value = static_cast<std::uint16_t>(packet.value);
+  if (opcode.kind == StpKind::kM8 || opcode.kind == StpKind::kM16) {
+    context.master = value;
+    context.channel = 0;
+  } else if (opcode.kind == StpKind::kC8) {
+    context.channel = static_cast<std::uint16_t>((context.channel & 0xFF00) | value);
+  } else if (opcode.kind == StpKind::kC16) {
+    context.channel = value;
+  }
+  packet.timestamp = context.timestamp;
+  packet.master = context.master;
+  packet.channel = context.channel;
+  packet.kind = opcode.kind;
+  packet.value_nibbles = opcode.payload_nibbles;
+  packet.marked = opcode.marked;
+  packet.has_timestamp = opcode.timestamped;
+  sink.on_packet(packet);
+  return true;
+}
+
+template <typename Sink>
+[[gnu::always_inline]] inline bool read_fast(FastState& state, Sink& sink) {
+  switch (kFastPaths[state.window & 0xFF]) {
+    case FastPath::kD32:
+      return read_known<0, 0x6>(state, sink);
+    case FastPath::kD32Ts:
+      return read_known<1, 0x6>(state, sink);
+    case FastPath::kD32M:
+      return read_known<1, 0xA>(state, sink);
+    case FastPath::kD32Mts:
+      return read_known<0, 0xA>(state, sink);
+    case FastPath::kD64:
+      return read_known<0, 0x7>(state, sink);
+    case FastPath::kD64Ts:
+      return read_known<1, 0x7>(state, sink);
+    case FastPath::kD64M:
+      return read_known<1, 0xB>(state, sink);
+    case FastPath::kD64Mts:
+      return read_known<0, 0xB>(state, sink);
+    case FastPath::kFlag:
+      return read_known<1, 0xE>(state, sink);
+    case FastPath::kFlagTs:
+      return read_known<0, 0xE>(state, sink);
+    case FastPath::kNull:
+      return read_known<0, 0x0>(state, sink);
+    case FastPath::kSmall:
+      return read_small(state, sink);
+    case FastPath::kNone:
+      break;
+  }
+  return false;
+}
+
+}  // namespace qbt2::detail
