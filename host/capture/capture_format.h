@@ -6,7 +6,7 @@
 #include <span>
 #include <string_view>
 
-/// What a capture can be wrapped in, and how to tell from its first bytes. Pure functions; any
+/// The formats of captures, and their detection from the first bytes. Pure functions; any
 /// thread may call them.
 namespace qbt2 {
 

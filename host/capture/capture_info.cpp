@@ -6,6 +6,7 @@
 
 #include "host/capture/sample_file.h"
 #include "host/coresight/trace_sources.h"
+#include "host/stp/stp_opcodes.h"
 
 namespace qbt2 {
 namespace {
@@ -19,7 +20,7 @@ class StpCounting {
   void push(std::span<const std::uint8_t> bytes) { reader_.push(bytes, *this); }
 
   StpInfo finish() {
-    (void)reader_.finish(*this);  // a cut last packet counts as skipped, and is no damage
+    (void)reader_.finish(*this);  // a cut last packet counts as skipped and is not damage
     info_.bytes = reader_.stream_bytes();
     info_.sync_losses = reader_.counters().sync_losses;
     info_.bytes_skipped = reader_.counters().bytes_skipped();
@@ -42,7 +43,7 @@ class StpCounting {
       info_.last_timestamp = packet.timestamp;
     }
     if (packet.is_data()) count_data(packet);
-    if (packet.kind == StpKind::kVersion) info_.versions.set(packet.value & 7);
+    if (packet.kind == StpKind::kVersion) info_.versions.set(packet.value & kVersionCodingMask);
   }
   void on_sync_lost(std::uint64_t byte_offset, StpSyncLoss reason) {
     if (on_damage_) on_damage_(byte_offset, reason);
@@ -91,7 +92,7 @@ void for_each_piece(InputFile& input, const InfoEvents& events, Pass pass, Take&
   }
 }
 
-/// One source's way out of the frames.
+/// Extracts one source from the frames and counts its packets.
 struct SourceCounting {
   SourceCounting(std::uint8_t source, const InfoEvents& events)
       : id(source), frames(source), stp([this, &events](std::uint64_t offset, StpSyncLoss reason) {
@@ -172,7 +173,8 @@ FramesInfo read_frames_info(InputFile& input, const InfoEvents& events) {
         {found.id, found.bytes, source == sources.end() ? StpInfo() : (*source)->stp.finish()});
   }
   if (info.sources.size() > sources.size() && events.on_notice) {
-    events.on_notice("sources that appear late in a pipe are counted, but not looked into");
+    events.on_notice(
+        "sources that appear after the first megabyte of a pipe are counted, but not examined");
   }
   return info;
 }

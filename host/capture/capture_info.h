@@ -10,12 +10,12 @@
 #include <vector>
 
 #include "host/base/input_file.h"
-#include "host/coresight/formatter_frames.h"
+#include "host/coresight/frame_demultiplexer.h"
 #include "host/stp/stp_reader.h"
 
-/// What a capture holds, found out by reading it once from front to back (frames of a regular file
-/// twice): no message is assembled and nothing decoded. Memory does not depend on the capture's
-/// size. One thread.
+/// What a capture contains, found by reading it once from front to back (frames of a regular file
+/// twice), without assembling messages or decoding. Memory does not depend on the capture's size.
+/// One thread.
 namespace qbt2 {
 
 /// Data packets of one master and channel.
@@ -30,10 +30,10 @@ struct StpInfo {
   std::array<std::uint64_t, kStpKindCount> packets{};  ///< by StpKind
   std::uint64_t sync_losses = 0;
   std::uint64_t bytes_skipped = 0;
-  std::bitset<8> versions;  ///< the low three bits of the VERSION packets
+  std::bitset<8> versions;  ///< low three bits of the VERSION packets
   StpTimestampCoding coding = StpTimestampCoding::kNatural;  ///< the newest
-  std::uint64_t frequency_hz = 0;                            ///< the newest FREQ; 0: none
-  std::uint64_t timestamps = 0;                              ///< packets with one
+  std::uint64_t frequency_hz = 0;                            ///< of the newest FREQ packet; 0: none
+  std::uint64_t timestamps = 0;                              ///< packets with a timestamp
   std::uint64_t first_timestamp = 0;                         ///< in stream order, in ticks
   std::uint64_t last_timestamp = 0;
   std::vector<StpSource> sources;  ///< by master and channel
@@ -50,7 +50,7 @@ struct FramesInfo {
   struct Source {
     std::uint8_t id = 0;
     std::uint64_t bytes = 0;
-    StpInfo stp;  ///< without an ASYNC packet the source speaks another protocol
+    StpInfo stp;  ///< no ASYNC packet: another protocol
   };
 
   std::uint64_t bytes = 0;
@@ -67,18 +67,19 @@ struct SamplesInfo {
   std::vector<std::uint16_t> probes;
 };
 
-/// How the readers below tell what happens. All may be empty.
+/// Callbacks of the readers below, on the caller's thread. All may be empty.
 struct InfoEvents {
+  /// A damaged place, with its offset in the input in bytes.
   std::function<void(std::uint64_t offset, std::string_view reason)> on_damage;
   std::function<void(std::string_view text)> on_notice;
-  /// How far the work is, as bytes of the input; a second pass counts as half of the work.
+  /// Progress, as bytes of the input; each of two passes counts half.
   std::function<void(std::uint64_t bytes)> on_progress;
 };
 
-/// They read `input` to its end and throw Error(kInput) where it cannot be read.
+/// These read `input` to its end and throw Error(kInput) when it cannot be read.
 StpInfo read_stp_info(InputFile& input, const InfoEvents& events);
 SamplesInfo read_samples_info(InputFile& input, const InfoEvents& events);
-/// Sources that a pipe first names behind its first megabyte are counted as other bytes only.
+/// Of a source that first appears after the first megabyte of a pipe only the bytes are counted.
 FramesInfo read_frames_info(InputFile& input, const InfoEvents& events);
 
 }  // namespace qbt2

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "host/base/input_file.h"
+#include "host/capture/assembly_counts.h"
 #include "host/capture/framing.h"
 #include "host/capture/sample_batch.h"
 

@@ -23,8 +23,8 @@ std::string list_of(const std::vector<SourceBytes>& sources) {
   return text;
 }
 
-/// One damaged byte of a frame is enough to announce an id that nobody has: what has less than one
-/// percent of the largest source's data is not asked about.
+/// A single damaged byte can change to an ID that no source has: sources with less than one percent
+/// of the largest one's data are dropped.
 std::vector<SourceBytes> without_strays(std::vector<SourceBytes> sources) {
   constexpr std::uint64_t kPercent = 100;
   std::uint64_t largest = 0;
@@ -40,14 +40,15 @@ std::uint8_t choose_source(InputFile& input, const CaptureOptions& options) {
   const std::vector<SourceBytes> sources = without_strays(all);
   if (sources.empty()) return kNullTraceId;
   if (sources.size() > 1) {
-    throw Error(ErrorCode::kUsage, input.name(),
-                "holds the sources " + list_of(sources) + "; choose one with --atb-id");
+    throw Error(
+        ErrorCode::kUsage, input.name(),
+        "contains several trace sources: " + list_of(sources) + "; choose one with --atb-id");
   }
   const std::uint8_t source = sources.front().id;
   if (all.size() > 1 && options.on_notice) {
     options.on_notice("decoding source " + shown_id(source) + "; " +
                       std::to_string(all.size() - 1) +
-                      " other ids have less than 1 % of its data each and are taken for damage");
+                      " other IDs have less than 1 % of its data each and are taken for damage");
   }
   return source;
 }
@@ -82,17 +83,17 @@ void FramesCaptureReader::finish(SampleBatch& batch) {
   messages_.finish(batch);
   report_cut_frames();
   if (frames_.stream_bytes() != 0 || frames_.input_bytes() == 0 || !options_.on_notice) return;
+  if (source_ == kNullTraceId) return options_.on_notice("the frames contain no trace source");
   const std::vector<SourceBytes> others = frames_.sources();
-  const std::string there = others.empty() ? "no source at all" : list_of(others);
-  options_.on_notice(source_ == kNullTraceId ? std::string("the frames hold no source at all")
-                                             : "the frames hold no byte of source " +
-                                                   shown_id(source_) + ", but " + there);
+  const std::string present = others.empty() ? "" : "; sources present: " + list_of(others);
+  options_.on_notice("the frames contain no data of source " + shown_id(source_) + present);
 }
 
 void FramesCaptureReader::report_cut_frames() const {
   if (frames_.frames_cut() == 0 || !options_.on_notice) return;
-  options_.on_notice(std::to_string(frames_.frames_cut()) +
-                     " frames are cut short by a synchronisation word; their bytes are lost");
+  options_.on_notice(
+      std::to_string(frames_.frames_cut()) +
+      " frames are cut short by a frame synchronization packet; their bytes are lost");
 }
 
 CaptureCounts FramesCaptureReader::counts() const {

@@ -3,8 +3,8 @@
 namespace qbt2 {
 namespace {
 
-/// Packets that matter to no framing and carry no time stamp need not be held back. D4, D8 and D16
-/// are counted as ignored, so they are kept.
+/// Packets that affect no framing and have no timestamp need not be held back. D4, D8 and D16 are
+/// counted as ignored, so they are kept.
 bool matters(const StpPacket& packet) {
   switch (packet.kind) {
     case StpKind::kMerr:
@@ -22,8 +22,8 @@ bool is_word_packet(const StpPacket& packet) {
   return packet.kind == StpKind::kD32 || packet.kind == StpKind::kD64;
 }
 
-/// Whether `a` has a larger share of good messages than `b`, without rounding. No message at all is
-/// a share of 0.
+/// Whether `a` has a larger share of good messages than `b`, without rounding. The share of no
+/// messages is 0.
 bool is_better(const FramingChoice& a, const FramingChoice& b) {
   if (a.messages == 0) return false;
   if (b.messages == 0) return a.good_messages != 0;
@@ -57,8 +57,8 @@ void FramingChooser::hold(const StpPacket& packet) {
   if (!matters(packet)) return;
   Event& event = held_.emplace_back();
   event.packet = packet;
-  // Held packets carry offsets of the input already: the way from the stream's offsets to them may
-  // be forgotten when they are replayed.
+  // Held packets already have offsets of the input: the mapping from the stream's offsets may be
+  // gone when they are replayed.
   if (options_.offsets != nullptr) {
     event.packet.nibble_offset = 2 * options_.offsets->input_offset(packet.byte_offset());
   }
@@ -99,7 +99,7 @@ FramingChoice FramingChooser::try_framing(Framing framing, bool at_end,
   replay(held_, assembler);
   std::uint64_t outside = assembler.open_messages();
   if (at_end && on_packet_boundary && framing == Framing::kMarkerFirst) {
-    // The end of the capture ends these messages; only the stray words stay outside.
+    // The end of the capture ends these messages; only stray words stay outside.
     assembler.finish(true);
     outside = 0;
   }

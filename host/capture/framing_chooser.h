@@ -6,25 +6,25 @@
 
 #include "host/capture/message_assembler.h"
 
-/// The message assembler for a source whose framing nobody named: holds back the first packets,
-/// tries every framing on them, and goes on with the one that makes most sense. Sink of the STP
-/// reader; one stream, one thread.
+/// The message assembler for a source whose framing is not given: holds back the first packets,
+/// tries every framing on them, and goes on with the one that gives the largest share of messages
+/// of a known length. Sink of the STP reader; one stream, one thread.
 namespace qbt2 {
 
-/// Data packets that the choice is made on.
+/// Data packets on which the choice is made.
 inline constexpr std::size_t kPacketsTried = 4096;
-/// Packets held back at most, whatever their kind, so that a stream without data is not kept whole.
+/// Packets of any kind held back at most, so that a stream without data is not kept whole.
 inline constexpr std::size_t kPacketsHeld = 65536;
 
 struct FramingChoice {
   Framing framing = Framing::kFlag;
-  std::uint64_t good_messages = 0;  ///< of 2, 4 or 6 words
+  std::uint64_t good_messages = 0;  ///< of a known length: 2, 4 or 6 words
   std::uint64_t messages = 0;       ///< in all; words outside any message count as one
 };
 
 class FramingChooser {
  public:
-  /// With a framing given there is nothing to choose; `options.framing` is then not looked at.
+  /// `framing` given: nothing is chosen. `options.framing` is ignored in either case.
   FramingChooser(const AssemblerOptions& options, std::optional<Framing> framing);
 
   void set_batch(SampleBatch& batch);
@@ -40,9 +40,9 @@ class FramingChooser {
   void on_skipped(const StpSkippedRange& /*range*/) {}
   void finish(bool on_packet_boundary);
 
-  /// What was chosen; empty when the framing was given, or nothing is decided yet.
+  /// The choice; empty when the framing was given, and before it is made.
   const std::optional<FramingChoice>& choice() const { return choice_; }
-  /// Valid once finish() was called.
+  /// Complete after finish().
   AssemblyCounts counts() const { return assembler_ ? assembler_->counts() : AssemblyCounts{}; }
 
  private:

@@ -4,16 +4,19 @@
 #include <cstring>
 
 namespace qbt2 {
+
+namespace SampleFormat = Kz::Dvt::Trace::SampleFormat;
+
 namespace {
 
 constexpr std::uint64_t kNsPerSecond = 1'000'000'000;
 
-/// False where the time does not fit 64 bits of nanoseconds (584 years).
+/// False when the time does not fit 64 bits of nanoseconds (584 years).
 bool ticks_to_ns(std::uint64_t ticks, std::uint64_t clock_hz, std::uint64_t& ns) {
   const std::uint64_t seconds = ticks / clock_hz;
   if (seconds >= UINT64_MAX / kNsPerSecond) return false;
   const std::uint64_t rest = ticks % clock_hz;
-  // Up to 2^34 Hz the product fits 64 bits; FREQ_40 goes to 2^40.
+  // Up to 2^34 Hz the product fits 64 bits; FREQ_40 allows 2^40.
   const std::uint64_t rest_ns =
       clock_hz <= (std::uint64_t{1} << 34)
           ? rest * kNsPerSecond / clock_hz
@@ -67,7 +70,7 @@ MessageAssembler::Source* MessageAssembler::find_source(std::uint32_t key) {
 
 MessageAssembler::Source& MessageAssembler::make_source(std::uint32_t key) {
   std::uint32_t index = 0;
-  current_ = nullptr;  // the sources may move, and an old one may go
+  current_ = nullptr;  // the sources may move, and one may be replaced
   if (sources_.size() < kMostSources) {
     index = static_cast<std::uint32_t>(sources_.size());
     sources_.emplace_back();
@@ -92,7 +95,7 @@ void MessageAssembler::on_words(const StpPacket& packet) {
   const std::uint32_t key = key_of(packet);
   Source* const known = find_source(key);
   Source& source = known != nullptr ? *known : make_source(key);
-  // The packet that begins a message is not yet there when the one before it ends.
+  // The time of the packet that begins a message does not count for the message before it.
   if (options_.framing == Framing::kMarkerFirst && packet.marked && is_open(source)) {
     end(source, newest_);
   }
@@ -164,19 +167,19 @@ void MessageAssembler::end(Source& source, const Time& time) {
 }
 
 void MessageAssembler::emit(Source& source, const Time& time) {
-  const auto payload = static_cast<std::uint32_t>(kSampleWordBytes * source.words);
-  // Filled in where it stays: written field by field and then copied, it would wait for the stores.
+  const auto payload = static_cast<std::uint32_t>(SampleFormat::kPairBytes * source.words);
+  // Filled in place: a copy of fields just written would wait for their stores.
   SampleHead& head = batch_->heads.emplace_back();
   head.master = master_of(source.key);
   head.offset = source.offset;
   head.begin = static_cast<std::uint32_t>(batch_->bytes.size());
-  head.size = static_cast<std::uint32_t>(kSampleHeaderBytes) + payload;
+  head.size = static_cast<std::uint32_t>(SampleFormat::kHeaderBytes) + payload;
   head.timestamp = time.ticks;
   head.has_timestamp = time.known;
   head.has_time_ns =
       time.known && clock_hz_ != 0 && ticks_to_ns(time.ticks, clock_hz_, head.time_ns);
-  source.sample[1] = static_cast<std::uint8_t>(head.master);
-  store_le32(source.sample.data() + 4, payload);
+  source.sample[SampleFormat::kProbeIdOffset] = SampleFormat::ProbeOfMaster(head.master);
+  store_le32(source.sample.data() + SampleFormat::kPayloadBytesOffset, payload);
   batch_->bytes.insert(batch_->bytes.end(), source.sample.data(), source.sample.data() + head.size);
 }
 

@@ -7,19 +7,21 @@
 #include <unordered_map>
 #include <vector>
 
+#include "host/capture/assembly_counts.h"
 #include "host/capture/framing.h"
 #include "host/capture/sample_batch.h"
 #include "host/stp/stp_packet.h"
+#include "interfaces/sample_format.h"
 
-/// Collects the D32 words of each (master, channel) into messages and lays each message out as the
-/// plug-in's sample. Sink of the STP reader; one stream, one thread, bounded memory.
+/// Collects the D32 words of each (master, channel) into messages and writes each message as a
+/// sample for the plug-in. Sink of the STP reader; one stream, one thread, bounded memory.
 namespace qbt2 {
 
-/// Sources (master, channel) remembered at a time. One more takes the place of another one, whose
-/// open words are then incomplete, so that a stream of nonsense cannot fill the memory.
+/// Sources (master, channel) remembered at a time. One more replaces another, whose open words are
+/// then incomplete, so that a stream of garbage cannot fill the memory.
 inline constexpr std::size_t kMostSources = 16384;
 
-/// Where a byte of the STP stream stands in the input.
+/// Maps the bytes of an STP stream to their offsets in the input.
 class StreamOffsets {
  public:
   virtual ~StreamOffsets() = default;
@@ -29,11 +31,11 @@ class StreamOffsets {
 
 struct AssemblerOptions {
   Framing framing = Framing::kFlag;
-  /// Rate of the time stamps until a FREQ packet tells it; 0: not known.
+  /// Rate of the timestamps in Hz until a FREQ packet gives it; 0: not known.
   std::uint64_t clock_hz = 0;
-  /// Masters whose messages become samples, full ids; empty: all. The others are still counted.
+  /// Masters whose messages become samples, full STP ids; empty: all. The others are only counted.
   std::vector<std::uint16_t> masters;
-  /// Null: the stream is the input. Not owned.
+  /// Not owned; null: the stream is the input.
   StreamOffsets* offsets = nullptr;
 };
 
@@ -41,12 +43,13 @@ class MessageAssembler {
  public:
   explicit MessageAssembler(const AssemblerOptions& options);
 
-  /// Where complete messages go from now on. Not owned; must be set before the first packet.
+  /// Complete messages are appended to `batch` from now on. Not owned; to be set before the first
+  /// packet.
   void set_batch(SampleBatch& batch) { batch_ = &batch; }
 
   void on_packet(const StpPacket& packet) {
-    // The time before this packet is asked for by on_words() alone, so it is not kept: a copy of it
-    // would wait for the last packet's stores, once for every packet.
+    // Only on_words() needs the time before this packet, so it is not kept here: a copy of it would
+    // wait for the last packet's stores, once for every packet.
     if (packet.kind == StpKind::kD32 && continues_current(packet)) [[likely]] {
       take_time(packet);
       append_word(*current_, static_cast<std::uint32_t>(packet.value));
@@ -82,48 +85,48 @@ class MessageAssembler {
   void on_sync_lost(std::uint64_t /*byte_offset*/, StpSyncLoss /*reason*/) { drop_all(); }
   void on_skipped(const StpSkippedRange& /*range*/) {}
 
-  /// The stream has ended. Open messages are incomplete, except under marker-first, where the end
-  /// of a capture on a packet boundary ends them.
+  /// The stream has ended. Open messages are incomplete, except under marker-first, where a capture
+  /// that ends on a packet boundary ends them.
   void finish(bool on_packet_boundary);
 
-  /// Messages under way, stray words before a first marked packet among them.
+  /// Messages begun and not ended, stray words included.
   std::uint64_t open_messages() const { return open_messages_; }
-  /// Runs of words that no message claims: under marker-first, what comes before a marked packet.
+  /// Runs of words outside any message: under marker-first, those before the first marked packet.
   std::uint64_t stray_messages() const { return stray_messages_; }
-  /// From now on; see AssemblerOptions::offsets.
+  /// Replaces AssemblerOptions::offsets from now on.
   void set_offsets(StreamOffsets* offsets) { options_.offsets = offsets; }
   AssemblyCounts counts() const;
 
  private:
   static constexpr std::uint32_t kNone = ~std::uint32_t{0};
-  /// A word and its length byte are stored as eight bytes, of which five count.
-  static constexpr std::size_t kStoreSlack = sizeof(std::uint64_t) - kSampleWordBytes;
+  /// A length byte and its word are stored as eight bytes, of which five count.
+  static constexpr std::size_t kStoreSlack =
+      sizeof(std::uint64_t) - Kz::Dvt::Trace::SampleFormat::kPairBytes;
 
   struct Time {
     std::uint64_t ticks = 0;
     bool known = false;
   };
 
-  /// One (master, channel) that has sent words. Kept when a message ends, since the next one of the
-  /// same source is likely near. It has a message open when words is not 0 and its epoch is that of
-  /// its master.
+  /// A (master, channel) that has sent words. Kept when a message ends, since the same source is
+  /// likely to send another. A message is open when `words` is not 0 and `epoch` is its master's.
   struct Source {
     std::uint64_t offset = 0;
     std::uint64_t words = 0;
     std::uint32_t key = 0;
     std::uint32_t epoch = 0;
-    bool stray = false;  // marker-first: words before the first marked packet
+    bool stray = false;  ///< marker-first: words before the first marked packet
     std::array<std::uint8_t,
-               kSampleHeaderBytes + kSampleWordBytes * kLongestMessageWords + kStoreSlack>
+               Kz::Dvt::Trace::SampleFormat::SampleBytes(kLongestMessageWords) + kStoreSlack>
         sample{};
   };
 
-  /// Dropping the words of a master, or of all, only raises an epoch, so that a stream full of MERR
-  /// and GERR packets costs no walk over the sources.
+  /// Dropping the words of a master, or of all, only advances an epoch, so a stream full of MERR
+  /// and GERR packets never loops over the sources.
   struct Master {
     std::uint32_t epoch = 0;
     std::uint32_t all_epoch = 0;
-    std::uint32_t open = 0;  // messages under way
+    std::uint32_t open = 0;  ///< messages begun and not ended
   };
 
   static std::uint32_t key_of(const StpPacket& packet) {
@@ -133,8 +136,7 @@ class MessageAssembler {
     return static_cast<std::uint16_t>(key >> 16);
   }
 
-  /// Whether the packet only adds a word to the message that the last one was part of: nearly all
-  /// packets do.
+  /// Whether the packet only adds a word to the message of the last packet, as nearly all do.
   bool continues_current(const StpPacket& packet) const {
     return current_ != nullptr && key_of(packet) == current_->key &&
            current_->words < kLongestMessageWords && !(packet.marked && mark_delimits_) &&
@@ -142,9 +144,10 @@ class MessageAssembler {
   }
   static void append_word(Source& source, std::uint32_t word) {
     if (source.words < kLongestMessageWords) {
-      const std::uint64_t pair = std::uint64_t{word} << 8 | sizeof word;
-      std::memcpy(source.sample.data() + kSampleHeaderBytes + kSampleWordBytes * source.words,
-                  &pair, sizeof pair);
+      using namespace Kz::Dvt::Trace;
+      const std::uint64_t pair = std::uint64_t{word} << 8 | SampleFormat::kWordLength;
+      std::memcpy(source.sample.data() + SampleFormat::SampleBytes(source.words), &pair,
+                  sizeof pair);
     }
     ++source.words;
   }
@@ -153,7 +156,7 @@ class MessageAssembler {
     newest_.ticks = packet.timestamp;
     newest_.known |= packet.has_timestamp;
   }
-  /// Takes the packet's time in too.
+  /// D32 and D64; includes take_time().
   void on_words(const StpPacket& packet);
   void on_flag(const StpPacket& packet);
   void on_source_error(const StpPacket& packet);
@@ -180,11 +183,11 @@ class MessageAssembler {
   Time newest_;
   bool mark_delimits_;
   bool timestamp_delimits_;
-  Source* current_ = nullptr;  // with an open message; null when there may be none
+  Source* current_ = nullptr;  ///< of the last word, its message still open; or null
   std::vector<Source> sources_;
   std::size_t next_victim_ = 0;
   std::unordered_map<std::uint32_t, std::uint32_t> source_of_key_;
-  std::array<std::uint32_t, 256> recent_{};  // source met last, by a hash of the key
+  std::array<std::uint32_t, 256> recent_{};  ///< the last source for each hash of a key
   std::vector<Master> masters_;
   std::uint32_t all_epoch_ = 0;
 };

@@ -8,7 +8,7 @@
 /// Opens a capture of any format: the one place that knows all capture readers.
 namespace qbt2 {
 
-/// The reader of `format` for `input`, which must outlive it and stand at its first byte. Any
+/// The reader of `format` for `input`, which must outlive it and be at its first byte. Any
 /// thread; the reader itself is used by one thread at a time.
 /// Throws Error(kUsage) when frames hold several trace sources and `options` names none (the
 /// message lists their IDs), Error(kInput) when the input cannot be read.

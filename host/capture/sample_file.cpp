@@ -3,22 +3,24 @@
 #include <algorithm>
 #include <cstring>
 
-namespace qbt2 {
-namespace {
+#include "interfaces/sample_format.h"
 
-constexpr std::size_t kProbeOffset = 1;
-constexpr std::size_t kPayloadBytesOffset = 4;
+namespace qbt2 {
+
+namespace SampleFormat = Kz::Dvt::Trace::SampleFormat;
+
+namespace {
 
 std::uint32_t payload_bytes(std::span<const std::uint8_t> sample) {
   std::uint32_t value = 0;
-  std::memcpy(&value, sample.data() + kPayloadBytesOffset, sizeof value);
+  std::memcpy(&value, sample.data() + SampleFormat::kPayloadBytesOffset, sizeof value);
   return value;
 }
 
 bool is_well_formed(std::span<const std::uint8_t> payload) {
-  if (payload.size() % kSampleWordBytes != 0) return false;
-  for (std::size_t at = 0; at < payload.size(); at += kSampleWordBytes) {
-    if (payload[at] != sizeof(std::uint32_t)) return false;
+  if (payload.size() % SampleFormat::kPairBytes != 0) return false;
+  for (std::size_t at = 0; at < payload.size(); at += SampleFormat::kPairBytes) {
+    if (payload[at] != SampleFormat::kWordLength) return false;
   }
   return true;
 }
@@ -26,19 +28,20 @@ bool is_well_formed(std::span<const std::uint8_t> payload) {
 }  // namespace
 
 bool looks_like_samples(std::span<const std::uint8_t> bytes) {
-  constexpr std::size_t kEnough = 64;  // that many in a row are no accident
+  constexpr std::size_t kEnough = 64;  // so many in a row are not a coincidence
   std::size_t seen = 0;
-  while (bytes.size() >= kSampleHeaderBytes && seen < kEnough) {
+  while (bytes.size() >= SampleFormat::kHeaderBytes && seen < kEnough) {
     const std::uint32_t payload = payload_bytes(bytes);
-    if (payload == 0 || payload > kLongestMessageWords * kSampleWordBytes) return false;
-    const std::size_t there = std::min<std::size_t>(payload, bytes.size() - kSampleHeaderBytes);
-    // A sample that the look ahead cuts is judged by its whole words.
+    if (payload == 0 || payload > kLongestMessageWords * SampleFormat::kPairBytes) return false;
+    const std::size_t there =
+        std::min<std::size_t>(payload, bytes.size() - SampleFormat::kHeaderBytes);
+    // A sample that the end of `bytes` cuts is judged by its whole words.
     const std::size_t whole =
-        there == payload ? there : there / kSampleWordBytes * kSampleWordBytes;
-    if (!is_well_formed(bytes.subspan(kSampleHeaderBytes, whole))) return false;
+        there == payload ? there : there / SampleFormat::kPairBytes * SampleFormat::kPairBytes;
+    if (!is_well_formed(bytes.subspan(SampleFormat::kHeaderBytes, whole))) return false;
     ++seen;
     if (there != payload) break;
-    bytes = bytes.subspan(kSampleHeaderBytes + payload);
+    bytes = bytes.subspan(SampleFormat::kHeaderBytes + payload);
   }
   return seen != 0;
 }
@@ -69,22 +72,23 @@ bool SampleFileReader::next(SampleBatch& batch) {
   return true;
 }
 
-/// The number of bytes that were whole samples.
+/// Delivers the whole samples of pending_; returns their bytes.
 std::size_t SampleFileReader::take_samples(SampleBatch& batch) {
   const std::span<const std::uint8_t> all(pending_);
   std::size_t at = 0;
-  while (all.size() - at >= kSampleHeaderBytes) {
+  while (all.size() - at >= SampleFormat::kHeaderBytes) {
     const std::uint32_t payload = payload_bytes(all.subspan(at));
     if (payload > kLargestSamplePayload) {
       pending_offset_ += at;
       pending_.erase(pending_.begin(), pending_.begin() + static_cast<std::ptrdiff_t>(at));
-      fail("a sample claims " + std::to_string(payload) + " payload bytes; the rest is not read");
+      fail("the sample header gives " + std::to_string(payload) +
+           " payload bytes, more than any sample has; the rest of the file is skipped");
       return 0;
     }
-    const std::size_t size = kSampleHeaderBytes + payload;
+    const std::size_t size = SampleFormat::kHeaderBytes + payload;
     if (all.size() - at < size) break;
     count_sample(all.subspan(at, size));
-    if (wanted_masters_.test(all[at + kProbeOffset])) {
+    if (wanted_masters_.test(all[at + SampleFormat::kProbeIdOffset])) {
       take_sample(batch, all.subspan(at, size), pending_offset_ + at);
     }
     at += size;
@@ -98,21 +102,20 @@ void SampleFileReader::take_sample(SampleBatch& batch, std::span<const std::uint
   head.offset = offset;
   head.begin = static_cast<std::uint32_t>(batch.bytes.size());
   head.size = static_cast<std::uint32_t>(sample.size());
-  head.master = sample[kProbeOffset];
+  head.master = sample[SampleFormat::kProbeIdOffset];
   batch.bytes.insert(batch.bytes.end(), sample.begin(), sample.end());
   batch.heads.push_back(head);
 }
 
 void SampleFileReader::count_sample(std::span<const std::uint8_t> sample) {
-  const std::uint64_t words = payload_bytes(sample) / kSampleWordBytes;
+  const std::uint64_t words = payload_bytes(sample) / SampleFormat::kPairBytes;
   counts_.assembly.words += words;
   ++counts_.assembly.messages;
-  counts_.assembly.masters.set(sample[kProbeOffset]);
+  counts_.assembly.masters.set(sample[SampleFormat::kProbeIdOffset]);
   ++counts_.assembly.messages_of_words[words];
 }
 
-/// Nothing tells where the next sample would begin, so a fault ends the file; the rest is only
-/// counted.
+/// Reports damage at pending_offset_ and counts the rest of the file as skipped.
 void SampleFileReader::fail(std::string_view reason) {
   ended_ = true;
   ++counts_.damages;

@@ -3,22 +3,24 @@
 #include <bitset>
 #include <cstdint>
 #include <span>
-
 #include <vector>
 
 #include "host/capture/capture_reader.h"
 
-/// Sample files: the plug-in's samples back to back, each one's length following from its header.
+/// Sample files: the plug-in's samples back to back. Each sample's length follows from its header.
 namespace qbt2 {
 
-/// A sample's payload is five bytes a word; a file whose header claims more than this is damaged.
+/// A sample whose header gives a larger payload, in bytes, is damage.
 inline constexpr std::uint32_t kLargestSamplePayload = std::uint32_t{1} << 20;
 
-/// Whether the bytes read as whole, well-formed samples from the first byte on.
+/// Whether `first_bytes` are well-formed samples from the first byte on; the last may be cut. Any
+/// thread.
 bool looks_like_samples(std::span<const std::uint8_t> first_bytes);
 
+/// Nothing marks the next sample in the file, so damage ends it: the rest is only counted.
 class SampleFileReader : public CaptureReader {
  public:
+  /// `input` must outlive the reader.
   SampleFileReader(InputFile& input, const CaptureOptions& options);
 
   bool next(SampleBatch& batch) override;
@@ -34,11 +36,11 @@ class SampleFileReader : public CaptureReader {
 
   InputFile& input_;
   CaptureOptions options_;
-  /// A sample knows only the low 8 bits of its master, so no larger id can be wanted.
+  /// By probe id: a sample has only the low 8 bits of its master, so a larger id matches nothing.
   std::bitset<256> wanted_masters_;
   CaptureCounts counts_;
-  std::vector<std::uint8_t> pending_;  // read and not yet handed out
-  std::uint64_t pending_offset_ = 0;   // of pending_[0] in the input
+  std::vector<std::uint8_t> pending_;  ///< read, not yet delivered
+  std::uint64_t pending_offset_ = 0;   ///< of pending_[0] in the input
   bool ended_ = false;
 };
 

@@ -5,7 +5,7 @@
 namespace qbt2 {
 namespace {
 
-/// One decimal, rounded down, so that 100.0 means all.
+/// One decimal, rounded down: 100.0 means all.
 std::string percent(std::uint64_t part, std::uint64_t whole) {
   const std::uint64_t tenths = whole == 0 ? 0 : part * 1000 / whole;
   return std::to_string(tenths / 10) + "." + std::to_string(tenths % 10) + " %";

@@ -18,16 +18,17 @@ class StpMessageReader {
   /// `offsets`, not owned, maps the stream to the input; null when the stream is the input.
   StpMessageReader(const CaptureOptions& options, StreamOffsets* offsets);
 
+  /// Reads the next bytes of the stream; appends the samples that they complete to `batch`.
   void push(std::span<const std::uint8_t> stream_bytes, SampleBatch& batch);
   /// The stream has ended; messages that end with it are appended to `batch`.
   void finish(SampleBatch& batch);
-  /// Adds what the stream held to `counts`.
+  /// Adds what was read to `counts`; complete after finish().
   void add_to(CaptureCounts& counts) const;
 
  private:
   void report_choice();
 
-  /// Sink of the reader: the assembler, and a word to the user about damage.
+  /// Sink of the STP reader: the framing chooser with its assembler, and the damage callback.
   struct Sink {
     FramingChooser chooser;
     const CaptureOptions* options;

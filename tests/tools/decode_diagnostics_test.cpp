@@ -189,11 +189,11 @@ TEST_F(DecodeDiagnostics, CapturesThatHoldNothing) {
        {"--input", "stp"},
        1,
        "contains no ASYNC packet, so nothing in it can be decoded"},
-      {padding, {"--input", "frames"}, 1, "the frames hold no source at all"},
+      {padding, {"--input", "frames"}, 1, "the frames contain no trace source"},
       {padding,
        {"--input", "frames", "--atb-id", "9"},
        1,
-       "the frames hold no byte of source 0x09"},
+       "the frames contain no data of source 0x09"},
       {words, {"--framing", "flag"}, 0, "2 words, but no complete message; another --framing may"},
   };
   for (const auto& c : cases) {
@@ -212,7 +212,7 @@ TEST_F(DecodeDiagnostics, SeveralSourcesNeedAChoice) {
       generate("capture", {"--input", "frames", "--other-sources", "2", "--messages", "2000"});
   const ToolResult open = decode({path, "-o", at("rows")});
   EXPECT_EQ(open.status, 2);
-  EXPECT_THAT(open.err, HasSubstr("holds the sources 0x01, 0x02, 0x10; choose one with --atb-id"));
+  EXPECT_THAT(open.err, HasSubstr("several trace sources: 0x01, 0x02, 0x10; choose one with --atb-id"));
   EXPECT_FALSE(std::filesystem::exists(at("rows")));
   const ToolResult chosen = decode({path, "--atb-id", "16", "--format", "csv"});
   EXPECT_EQ(chosen.status, 0);
@@ -225,7 +225,7 @@ TEST_F(DecodeDiagnostics, SeveralSourcesNeedAChoice) {
   EXPECT_EQ(absent.status, 1);
   EXPECT_EQ(absent.out, "");
   EXPECT_THAT(absent.err,
-              HasSubstr("the frames hold no byte of source 0x33, but 0x01, 0x02, 0x10"));
+              HasSubstr("the frames contain no data of source 0x33; sources present: 0x01, 0x02, 0x10"));
 }
 
 // ---- what ends a run ----

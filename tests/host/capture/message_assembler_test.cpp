@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <cstring>
+#include <map>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -12,68 +13,54 @@
 namespace qbt2 {
 namespace {
 
-/// Packets from a line of words, so that a test reads like the stream it speaks of:
-///   1, 2m, 3t, 4mt   D32 with this value, marked, time-stamped
+/// Plays packets from text into a sink:
+///   1, 2m, 3t, 4mt   D32 with this value, marked, timestamped
 ///   L7, L7m          D64 whose low word is 7 and whose high word is 0
 ///   b                D8
 ///   F, Ft            FLAG, FLAG_TS
 ///   M5, C9           from now on master 5 (and channel 0), channel 9
-///   MERR, GERR       the source lost trace
-///   X                synchronisation was lost
+///   MERR, GERR       the source dropped trace
+///   X                loss of synchronization
 ///   H1000            FREQ
-/// Every time stamp is 10 more than the one before; packets stand 4 bytes apart.
+/// Every timestamp is 10 more than the one before; packets are 4 bytes apart.
 class Script {
  public:
   template <typename Sink>
   void play(const std::string& text, Sink& sink) {
     std::istringstream words(text);
-    for (std::string word; words >> word;) play_word(word, sink);
+    for (std::string word; words >> word;) {
+      packet_.nibble_offset += 8;
+      if (word == "X") {
+        sink.on_sync_lost(packet_.byte_offset(), StpSyncLoss::kReservedOpcode);
+      } else {
+        set_packet(word);
+        sink.on_packet(packet_);
+      }
+    }
   }
 
  private:
-  template <typename Sink>
-  void play_word(const std::string& word, Sink& sink) {
-    StpPacket packet;
-    offset_ += 4;
-    if (word == "X") {
-      sink.on_sync_lost(offset_, StpSyncLoss::kReservedOpcode);
-      return;
+  void set_packet(const std::string& word) {
+    static const std::map<char, StpKind> kKinds = {
+        {'F', StpKind::kFlag}, {'M', StpKind::kM8},  {'C', StpKind::kC8},  {'H', StpKind::kFreq},
+        {'b', StpKind::kD8},   {'L', StpKind::kD64}, {'G', StpKind::kGerr}};
+    const auto kind = kKinds.find(word[0]);
+    packet_.kind = word == "MERR"         ? StpKind::kMerr
+                   : kind == kKinds.end() ? StpKind::kD32
+                                          : kind->second;
+    const std::size_t digits = word.find_first_of("0123456789");
+    packet_.value = digits == std::string::npos ? 0 : std::stoul(word.substr(digits));
+    if (packet_.kind == StpKind::kM8) {
+      packet_.master = static_cast<std::uint16_t>(packet_.value);
+      packet_.channel = 0;
     }
-    if (word == "MERR" || word == "GERR") {
-      packet.kind = word == "MERR" ? StpKind::kMerr : StpKind::kGerr;
-    } else if (word[0] == 'F') {
-      packet.kind = StpKind::kFlag;
-    } else if (word[0] == 'M') {
-      packet.kind = StpKind::kM8;
-      master_ = static_cast<std::uint16_t>(std::stoul(word.substr(1)));
-      channel_ = 0;
-    } else if (word[0] == 'C') {
-      packet.kind = StpKind::kC8;
-      channel_ = static_cast<std::uint16_t>(std::stoul(word.substr(1)));
-    } else if (word[0] == 'H') {
-      packet.kind = StpKind::kFreq;
-      packet.value = std::stoul(word.substr(1));
-    } else if (word[0] == 'b') {
-      packet.kind = StpKind::kD8;
-    } else {
-      const bool wide = word[0] == 'L';
-      packet.kind = wide ? StpKind::kD64 : StpKind::kD32;
-      packet.value = std::stoul(word.substr(wide ? 1 : 0));
-      packet.marked = word.find('m') != std::string::npos;
-    }
-    packet.has_timestamp = word.back() == 't';
-    if (packet.has_timestamp) now_ += 10;
-    packet.timestamp = now_;
-    packet.master = master_;
-    packet.channel = channel_;
-    packet.nibble_offset = 2 * offset_;
-    sink.on_packet(packet);
+    if (packet_.kind == StpKind::kC8) packet_.channel = static_cast<std::uint16_t>(packet_.value);
+    packet_.marked = packet_.is_data() && word.find('m') != std::string::npos;
+    packet_.has_timestamp = word.back() == 't';
+    if (packet_.has_timestamp) packet_.timestamp += 10;
   }
 
-  std::uint64_t offset_ = 0;
-  std::uint64_t now_ = 0;
-  std::uint16_t master_ = 0;
-  std::uint16_t channel_ = 0;
+  StpPacket packet_;
 };
 
 /// "master:word,word@timestamp" for each sample, read back from the sample's own bytes.
@@ -119,75 +106,58 @@ Assembled assemble(Framing framing, const std::string& script, bool on_boundary 
   return result;
 }
 
-TEST(MessageAssembler, EachFramingEndsMessagesItsOwnWay) {
+TEST(MessageAssembler, MessagesByFramingSourceAndDamage) {
   const struct {
     Framing framing;
     const char* script;
     const char* samples;
-    std::uint64_t incomplete;
+    std::uint64_t incomplete = 0;
+    bool on_boundary = true;
   } cases[] = {
-      // A FLAG without words is no message; marks and time stamps do not end one.
-      {Framing::kFlag, "M3 F 1m 2t F F 3 4 Ft", "3:1,2@10 3:3,4@20", 0},
+      // A FLAG without words is not a message; marks and timestamps do not end one.
+      {Framing::kFlag, "M3 F 1m 2t F F 3 4 Ft", "3:1,2@10 3:3,4@20"},
       {Framing::kFlag, "M3 1 2 F 3", "3:1,2", 1},
       {Framing::kMarkerLast, "M3 1 2m 3t 4m 5", "3:1,2 3:3,4@10", 1},
-      {Framing::kMarkerLast, "M3 1 F 2m", "3:1,2", 0},
+      {Framing::kMarkerLast, "M3 1 F 2m", "3:1,2"},
       {Framing::kTimestampLast, "M3 1 2t 3m 4mt 5 F", "3:1,2@10 3:3,4@20", 1},
-      // The stray words before the first marked packet are no message; the time stamp of the packet
+      // Stray words before the first marked packet are not a message; the timestamp of the packet
       // that begins the next message does not count for the one before.
       {Framing::kMarkerFirst, "M3 9 8 1m 2t 3mt 4", "3:1,2@10 3:3,4@20", 1},
       {Framing::kMarkerFirst, "M3 1m 2 Ft 7 8 3m 4", "3:1,2@10 3:3,4@10", 1},
-      // D64 gives two words, low half first, and delimits like D32; D8 is no word.
-      {Framing::kMarkerLast, "M3 L1 b L5m", "3:1,0,5,0", 0},
+      // D64 gives two words, low half first, and delimits like D32; D8 is not a word.
+      {Framing::kMarkerLast, "M3 L1 b L5m", "3:1,0,5,0"},
+      // Masters and channels are independent.
+      {Framing::kFlag, "M1 1 M2 2 C7 3 M1 4 F M2 5 C7 6 F M2 F", "1:1,4 2:3,6 2:2,5"},
+      // MERR drops all channels of its own master, GERR and a loss of synchronization those of all.
+      {Framing::kFlag, "M1 1 C4 2 M2 3 M1 MERR 4 F M2 5 F", "1:4 2:3,5", 2},
+      {Framing::kFlag, "M1 1 M2 3 GERR M2 5 F M1 6 F", "2:5 1:6", 2},
+      {Framing::kFlag, "M1 1 X 2 F", "1:2", 1},
+      {Framing::kFlag, "M1 1 F MERR GERR X", "1:1"},
+      {Framing::kFlag, "M1 1 MERR 2 MERR 3 F", "1:3", 2},
+      // Only marker-first ends messages at the end, and only on a packet boundary.
+      {Framing::kMarkerFirst, "M1 1m 2 M2 3m", "1:1,2 2:3"},
+      {Framing::kMarkerFirst, "M1 1m 2", "", 1, false},
+      {Framing::kFlag, "M1 1 2", "", 1},
   };
-  for (const auto& test : cases) {
-    SCOPED_TRACE(test.script);
-    const Assembled got = assemble(test.framing, test.script);
-    EXPECT_EQ(got.samples, test.samples);
-    EXPECT_EQ(got.counts.messages_incomplete, test.incomplete);
+  for (const auto& c : cases) {
+    SCOPED_TRACE(std::string(framing_name(c.framing)) + ": " + c.script);
+    const Assembled got = assemble(c.framing, c.script, c.on_boundary);
+    EXPECT_EQ(got.samples, c.samples);
+    EXPECT_EQ(got.counts.messages_incomplete, c.incomplete);
   }
 }
 
-TEST(MessageAssembler, SourcesAreKeptApartByMasterAndChannel) {
-  const Assembled got = assemble(Framing::kFlag, "M1 1 M2 2 C7 3 M1 4 F M2 5 C7 6 F M2 F");
-  EXPECT_EQ(got.samples, "1:1,4 2:3,6 2:2,5");
+TEST(MessageAssembler, CountsSourceErrorsAndIgnoredPackets) {
+  const AssemblyCounts counts = assemble(Framing::kFlag, "M1 1 F MERR b GERR X b b").counts;
+  EXPECT_EQ(counts.source_errors, 2U);
+  EXPECT_EQ(counts.ignored_packets, 3U);
 }
 
-TEST(MessageAssembler, MasterIdsAbove255KeepTheirFullIdBesideTheProbeByte) {
+TEST(MessageAssembler, MasterIdsAbove255AreKeptInFull) {
   const Assembled got = assemble(Framing::kFlag, "M300 1 2 F");
   ASSERT_EQ(got.batch.heads.size(), 1U);
   EXPECT_EQ(got.batch.heads[0].master, 300);
   EXPECT_EQ(got.batch.bytes[1], 300 - 256);
-}
-
-TEST(MessageAssembler, LostTraceDropsOpenWords) {
-  const struct {
-    const char* script;
-    const char* samples;
-    std::uint64_t incomplete;
-    std::uint64_t source_errors;
-  } cases[] = {
-      // MERR drops all channels of its own master, GERR and lost synchronisation those of all.
-      {"M1 1 C4 2 M2 3 M1 MERR 4 F M2 5 F", "1:4 2:3,5", 2, 1},
-      {"M1 1 M2 3 GERR M2 5 F M1 6 F", "2:5 1:6", 2, 1},
-      {"M1 1 X 2 F", "1:2", 1, 0},
-      {"M1 1 F MERR GERR X", "1:1", 0, 2},
-      {"M1 1 MERR 2 MERR 3 F", "1:3", 2, 2},
-  };
-  for (const auto& test : cases) {
-    SCOPED_TRACE(test.script);
-    const Assembled got = assemble(Framing::kFlag, test.script);
-    EXPECT_EQ(got.samples, test.samples);
-    EXPECT_EQ(got.counts.messages_incomplete, test.incomplete);
-    EXPECT_EQ(got.counts.source_errors, test.source_errors);
-  }
-}
-
-TEST(MessageAssembler, OnlyMarkerFirstEndsMessagesAtACleanEnd) {
-  EXPECT_EQ(assemble(Framing::kMarkerFirst, "M1 1m 2 M2 3m", true).samples, "1:1,2 2:3");
-  EXPECT_EQ(assemble(Framing::kMarkerFirst, "M1 1m 2 M2 3m", true).counts.messages_incomplete, 0U);
-  EXPECT_EQ(assemble(Framing::kMarkerFirst, "M1 1m 2", false).samples, "");
-  EXPECT_EQ(assemble(Framing::kMarkerFirst, "M1 1m 2", false).counts.messages_incomplete, 1U);
-  EXPECT_EQ(assemble(Framing::kFlag, "M1 1 2", true).counts.messages_incomplete, 1U);
 }
 
 TEST(MessageAssembler, LongMessagesAreCountedAndDropped) {
@@ -225,7 +195,7 @@ TEST(MessageAssembler, UnwantedMastersAreCountedButGiveNoSamples) {
   EXPECT_EQ(got.counts.messages, 2U);
 }
 
-TEST(MessageAssembler, MoreSourcesThanItRemembersLoseTheirOldestWords) {
+TEST(MessageAssembler, TooManySourcesLoseTheirOldestWords) {
   MessageAssembler assembler(AssemblerOptions{});
   SampleBatch batch;
   assembler.set_batch(batch);
@@ -253,7 +223,7 @@ Chosen choose(const std::string& script, bool on_boundary = true) {
   return {to_text(batch), *chooser.choice()};
 }
 
-TEST(FramingChooser, TakesTheFramingWithTheLargestShareOfKnownLengths) {
+TEST(FramingChooser, ChoosesTheLargestShareOfKnownLengths) {
   const struct {
     const char* script;
     Framing framing;
@@ -261,7 +231,7 @@ TEST(FramingChooser, TakesTheFramingWithTheLargestShareOfKnownLengths) {
     std::uint64_t messages;
   } cases[] = {
       {"M1 1t 2t 3 4 F 1t 2t 3 4 F", Framing::kFlag, 2, 2},
-      {"M1 1m 2 F 3m 4 F", Framing::kFlag, 2, 2},  // marker-first does as well, but stands behind
+      {"M1 1m 2 F 3m 4 F", Framing::kFlag, 2, 2},  // marker-first is as good, but comes later
       {"M1 1 2m 3 4m", Framing::kMarkerLast, 2, 2},
       {"M1 1 2mt 3 4mt", Framing::kMarkerLast, 2, 2},
       {"M1 1 2t 3 4t", Framing::kTimestampLast, 2, 2},
@@ -281,7 +251,7 @@ TEST(FramingChooser, TakesTheFramingWithTheLargestShareOfKnownLengths) {
 
 TEST(FramingChooser, DecidesOnTheFirstPacketsAndLosesNoneOfThem) {
   std::string script = "M1 X";
-  for (int i = 0; i < 3000; ++i) script += " 1 2m";    // the choice falls inside, on packet 4096
+  for (int i = 0; i < 3000; ++i) script += " 1 2m";    // the choice is made at packet 4096
   for (int i = 0; i < 10; ++i) script += " 5 6 7 8t";  // too late to matter
   const Chosen got = choose(script);
   EXPECT_EQ(framing_name(got.choice.framing), "marker-last");
@@ -289,7 +259,7 @@ TEST(FramingChooser, DecidesOnTheFirstPacketsAndLosesNoneOfThem) {
   EXPECT_EQ(std::count(got.samples.begin(), got.samples.end(), ':'), 3000);
 }
 
-TEST(FramingChooser, HeldPacketsKeepTheirPlaceInTheInput) {
+TEST(FramingChooser, HeldPacketsKeepTheirInputOffsets) {
   struct Shifted : StreamOffsets {
     std::uint64_t input_offset(std::uint64_t stream_offset) override {
       return stream_offset + 1000;

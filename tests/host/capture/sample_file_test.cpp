@@ -33,7 +33,7 @@ ReadBack read(const std::string& path, std::vector<std::uint16_t> masters = {}) 
   SampleBatch batch;
   while (reader.next(batch)) {
   }
-  EXPECT_FALSE(reader.next(batch)) << "the end stays the end";
+  EXPECT_FALSE(reader.next(batch)) << "after the end";
   for (const SampleHead& head : batch.heads) {
     EXPECT_EQ(head.begin, result.bytes.size());
     result.bytes.append(reinterpret_cast<const char*>(batch.bytes.data()) + head.begin, head.size);
@@ -43,7 +43,7 @@ ReadBack read(const std::string& path, std::vector<std::uint16_t> masters = {}) 
   return result;
 }
 
-TEST(LooksLikeSamples, OnlyWholeWellFormedOnesFromTheFirstByteOn) {
+TEST(LooksLikeSamples, OnlyWellFormedOnesFromTheFirstByteOn) {
   const std::string good = sample(1, {1, 2});
   std::string bad_length = good;
   bad_length[13] = 3;
@@ -58,8 +58,8 @@ TEST(LooksLikeSamples, OnlyWholeWellFormedOnesFromTheFirstByteOn) {
       {good, true},
       {sample(1, std::vector<std::uint32_t>(64, 7)), true},
       {sample(1, std::vector<std::uint32_t>(65, 7)), false},  // longer than any message
-      {sample(1, {}), false},                                 // zeros are no proof
-      {good.substr(0, 15), true},                             // cut by the look ahead
+      {sample(1, {}), false},                                 // zeros prove nothing
+      {good.substr(0, 15), true},                             // cut by the end of the first bytes
       {good.substr(0, 7), false},
       {"", false},
       {bad_length, false},
@@ -95,7 +95,7 @@ TEST(SampleFile, ACutAtEveryLengthCostsOnlyTheLastSample) {
   }
 }
 
-TEST(SampleFile, SamplesMayLieAcrossPiecesAndBeOfAnySizeUpToTheLimit) {
+TEST(SampleFile, SamplesOfAnySizeUpToTheLimit) {
   const test::TestFolder folder;
   std::string bytes;
   std::vector<std::uint64_t> offsets;
@@ -121,7 +121,7 @@ TEST(SampleFile, SamplesMayLieAcrossPiecesAndBeOfAnySizeUpToTheLimit) {
   const ReadBack refused = read(folder.put("samples", good + largest + good));
   EXPECT_EQ(refused.bytes, good);
   ASSERT_EQ(refused.damage.size(), 1U);
-  EXPECT_THAT(refused.damage[0], HasSubstr("18 a sample claims 1048577 payload bytes"));
+  EXPECT_THAT(refused.damage[0], HasSubstr("18 the sample header gives 1048577 payload bytes"));
   EXPECT_EQ(refused.counts.bytes, 2 * good.size() + largest.size());
   EXPECT_EQ(refused.counts.bytes_skipped, good.size() + largest.size());
 }
@@ -134,7 +134,7 @@ TEST(SampleFile, ChoosesMastersByTheirLowBits) {
   EXPECT_EQ(read(path, {6, 5}).offsets.size(), 3U);
   EXPECT_TRUE(read(path, {0x105}).offsets.empty());
   const CaptureCounts counts = read(path, {6}).counts;
-  EXPECT_EQ(counts.assembly.messages, 3U) << "the others are counted all the same";
+  EXPECT_EQ(counts.assembly.messages, 3U) << "the others are counted too";
   EXPECT_TRUE(counts.assembly.masters.test(5));
 }
 
