@@ -25,6 +25,7 @@ struct StpSource {
   std::uint64_t data_packets = 0;
 };
 
+/// Packets, timestamps and sources of an STP stream.
 struct StpInfo {
   std::uint64_t bytes = 0;
   std::array<std::uint64_t, kStpKindCount> packets{};  ///< by StpKind
@@ -46,6 +47,7 @@ struct StpInfo {
   std::uint64_t of_kind(StpKind kind) const { return packets[static_cast<std::size_t>(kind)]; }
 };
 
+/// The trace sources in formatter frames; see FrameDemultiplexer for the counts.
 struct FramesInfo {
   struct Source {
     std::uint8_t id = 0;
@@ -59,6 +61,7 @@ struct FramesInfo {
   std::vector<Source> sources;  ///< by id
 };
 
+/// Samples by their number of words, and the probe ids seen, both ascending.
 struct SamplesInfo {
   std::uint64_t bytes = 0;
   std::uint64_t bytes_skipped = 0;

@@ -7,7 +7,7 @@
 #include "host/capture/message_assembler.h"
 
 /// The message assembler for a source whose framing is not given: holds back the first packets,
-/// tries every framing on them, and goes on with the one that gives the largest share of messages
+/// tries every framing on them, and continues with the one that gives the largest share of messages
 /// of a known length. Sink of the STP reader; one stream, one thread.
 namespace qbt2 {
 
@@ -46,7 +46,7 @@ class FramingChooser {
   AssemblyCounts counts() const { return assembler_ ? assembler_->counts() : AssemblyCounts{}; }
 
  private:
-  /// A packet, or a loss of synchronisation between two.
+  /// A packet, or a loss of synchronization between two.
   struct Event {
     StpPacket packet;
     bool sync_lost = false;

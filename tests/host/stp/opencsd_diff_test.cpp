@@ -131,65 +131,46 @@ TEST(OpencsdDiff, EveryPacketAloneAndInFramesOfThreeSources) {
   }
 }
 
-struct Capture {
-  const char* file;
-  std::uint8_t source;
-  /// Packets by name, from the captures' own description.
-  std::map<std::string, int> counts;
-};
-
-class RealCapture : public testing::TestWithParam<Capture> {
- protected:
-  Bytes read() const {
-    std::ifstream file(std::filesystem::path(QBT2_SHARED_DATA_DIR) / GetParam().file,
+TEST(OpencsdDiff, RealCaptures) {
+  const struct {
+    const char* file;
+    std::uint8_t source;
+    std::map<std::string, int> packets;  // by name, from the captures' own description
+  } captures[] = {
+      {"stm-board-a.cs.bin",
+       0x20,
+       {{"ASYNC", 7},
+        {"VERSION", 7},
+        {"FREQ", 7},
+        {"M8", 7},
+        {"D32", 2509},
+        {"D32TS", 2508},
+        {"FLAG", 1255}}},
+      {"stm-board-b.cs.bin", 0x20, {{"ASYNC", 1}, {"D32", 77}, {"D32TS", 76}, {"FLAG", 39}}},
+      {"flagged-messages.cs.bin",
+       0x10,
+       {{"D32M", 24}, {"D32", 113}, {"FLAGTS", 23}, {"C16", 1}, {"M8", 1}}},
+  };
+  for (const auto& capture : captures) {
+    SCOPED_TRACE(capture.file);
+    std::ifstream file(std::filesystem::path(QBT2_SHARED_DATA_DIR) / capture.file,
                        std::ios::binary);
-    return Bytes(std::istreambuf_iterator<char>(file), {});
+    const Bytes bytes(std::istreambuf_iterator<char>(file), {});
+    if (bytes.empty()) GTEST_SKIP() << "no " << capture.file << " in " << QBT2_SHARED_DATA_DIR;
+    EXPECT_TRUE(looks_like_frames(bytes));
+    EXPECT_FALSE(looks_like_stp(bytes));
+    FrameDemultiplexer frames;
+    frames.push(bytes, [](std::span<const std::uint8_t>, std::uint64_t) {});
+    ASSERT_EQ(frames.sources().size(), 1U);
+    EXPECT_EQ(frames.sources()[0].id, capture.source);
+    const std::string ours = list(demultiplex(bytes, capture.source));
+    EXPECT_EQ(ours, list_with_opencsd(bytes, capture.source));
+    std::map<std::string, int> packets;
+    std::istringstream lines(ours);
+    for (std::string line; std::getline(lines, line);) ++packets[line.substr(0, line.find(' '))];
+    for (const auto& [name, count] : capture.packets) EXPECT_EQ(packets[name], count) << name;
   }
-};
-
-TEST_P(RealCapture, ListsAsLibopencsdDoes) {
-  const Bytes bytes = read();
-  if (bytes.empty()) GTEST_SKIP() << "no " << GetParam().file << " in " << QBT2_SHARED_DATA_DIR;
-  FrameDemultiplexer frames;
-  frames.push(bytes, [](std::span<const std::uint8_t>, std::uint64_t) {});
-  const std::vector<SourceBytes> sources = frames.sources();
-  ASSERT_EQ(sources.size(), 1U);
-  EXPECT_EQ(sources[0].id, GetParam().source);
-  EXPECT_TRUE(looks_like_frames(bytes));
-  EXPECT_FALSE(looks_like_stp(bytes));
-  const std::string ours = list(demultiplex(bytes, GetParam().source));
-  EXPECT_EQ(ours, list_with_opencsd(bytes, GetParam().source));
-  std::map<std::string, int> counts;
-  std::istringstream lines(ours);
-  for (std::string packet; std::getline(lines, packet);)
-    ++counts[packet.substr(0, packet.find(' '))];
-  for (const auto& [name, count] : GetParam().counts) EXPECT_EQ(counts[name], count) << name;
 }
-
-INSTANTIATE_TEST_SUITE_P(
-    OpencsdDiff, RealCapture,
-    testing::Values(Capture{"stm-board-a.cs.bin",
-                            0x20,
-                            {{"ASYNC", 7},
-                             {"VERSION", 7},
-                             {"FREQ", 7},
-                             {"M8", 7},
-                             {"D32", 2509},
-                             {"D32TS", 2508},
-                             {"FLAG", 1255}}},
-                    Capture{"stm-board-b.cs.bin",
-                            0x20,
-                            {{"ASYNC", 1}, {"D32", 77}, {"D32TS", 76}, {"FLAG", 39}}},
-                    Capture{"flagged-messages.cs.bin",
-                            0x10,
-                            {{"D32M", 24}, {"D32", 113}, {"FLAGTS", 23}, {"C16", 1}, {"M8", 1}}}),
-    [](const testing::TestParamInfo<Capture>& info) {
-      std::string name;
-      for (const char c : std::string(info.param.file)) {
-        if (std::isalnum(static_cast<unsigned char>(c)) != 0) name += c;
-      }
-      return name;
-    });
 
 }  // namespace
 }  // namespace qbt2

@@ -140,7 +140,7 @@ TEST(StpReader, KeepsMasterChannelAndTime) {
       {"1 42 3 07" + kAsync + "FE F00 3", 0x42, 7, 0},          // not right after an ASYNC
       {"1 42 3 07 F00 4", 0x42, 7, 0},                          //
       {"1 42 3 07" + kAsync + "F00 3 3 09 F00 4 FE", 0, 9, 0},  //
-      {"1 42 3 07" + kAsync + "F01 0 F00 3", 0x42, 7, 0},       // NULL_TS is a packet of its own
+      {"1 42 3 07" + kAsync + "F01 0 F00 3", 0x42, 7, 0},       // NULL_TS counts as a packet
       // The nibbles that a timestamp leaves out keep their value.
       {"E 41234 E 2FF", 0, 0, 0x12FF},
       {"E 41234 E 0", 0, 0, 0x1234},
