@@ -159,7 +159,7 @@ FramesInfo read_frames_info(InputFile& input, const InfoEvents& events) {
   }
   FrameDemultiplexer all;
   for_each_piece(input, events, pass, [&](std::span<const std::uint8_t> bytes) {
-    all.push(bytes, [](std::span<const std::uint8_t>, std::uint64_t) {});
+    all.push(bytes);
     for (const auto& source : sources) source->push(bytes);
   });
   FramesInfo info;

@@ -17,6 +17,8 @@ class StpMessageReader {
  public:
   /// `offsets`, not owned, maps the stream to the input; null when the stream is the input.
   StpMessageReader(const CaptureOptions& options, StreamOffsets* offsets);
+  StpMessageReader(const StpMessageReader&) = delete;
+  StpMessageReader& operator=(const StpMessageReader&) = delete;
 
   /// Reads the next bytes of the stream; appends the samples that they complete to `batch`.
   void push(std::span<const std::uint8_t> stream_bytes, SampleBatch& batch);

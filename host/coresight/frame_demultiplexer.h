@@ -44,6 +44,11 @@ class FrameDemultiplexer {
     }
   }
 
+  /// The same for a demultiplexer that only counts.
+  void push(std::span<const std::uint8_t> bytes) {
+    push(bytes, [](std::span<const std::uint8_t> /*block*/, std::uint64_t /*stream_offset*/) {});
+  }
+
   /// The byte of the input that holds this byte of the source's stream; see InputOffsets.
   std::uint64_t input_offset(std::uint64_t stream_offset) const {
     return offsets_.input_offset(stream_offset);

@@ -13,7 +13,7 @@ bool looks_like_frames(std::span<const std::uint8_t> bytes) {
   constexpr std::uint64_t kFewReserved = 4;
   bytes = bytes.first(std::min(bytes.size(), kHeadBytes));
   FrameDemultiplexer all;
-  all.push(bytes, [](std::span<const std::uint8_t>, std::uint64_t) {});
+  all.push(bytes);
   if (all.reserved_id_changes() * kFewReserved > all.id_changes()) return false;
   for (const SourceBytes& source : all.sources()) {
     FrameDemultiplexer frames(source.id);
