@@ -82,8 +82,8 @@ std::string to_text(const SampleBatch& batch) {
       if (at != 8) text += ',';
       text += std::to_string(word);
     }
-    if (head.has_timestamp) text += "@" + std::to_string(head.timestamp);
-    if (head.has_time_ns) text += "=" + std::to_string(head.time_ns);
+    if (head.has_timestamp) text.append("@").append(std::to_string(head.timestamp));
+    if (head.has_time_ns) text.append("=").append(std::to_string(head.time_ns));
   }
   return text;
 }
