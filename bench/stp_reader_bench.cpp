@@ -133,7 +133,8 @@ void run_opencsd(benchmark::State& state, const std::vector<std::uint8_t>& bytes
       benchmark::Counter(static_cast<double>(packets), benchmark::Counter::kIsRate);
 }
 
-/// The flagged messages in frames, alone or with two other sources that alternate with it every 64 bytes.
+/// The flagged messages in frames, alone or with two other sources that alternate with it every 64
+/// bytes.
 const std::vector<std::uint8_t>& framed(bool alone) {
   static const auto make = [](bool is_alone) {
     FrameWriter writer;

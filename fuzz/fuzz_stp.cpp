@@ -1,5 +1,5 @@
-// The STP reader over arbitrary bytes in chunks of arbitrary sizes: the same events as the reference
-// reader, which has the whole stream in memory.
+// The STP reader over arbitrary bytes in chunks of arbitrary sizes: the same events as the
+// reference reader, which has the whole stream in memory.
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>

@@ -8,14 +8,16 @@
 #include <span>
 #include <stdexcept>
 
-/// libopencsd's STM packet lister, for comparison with StpReader and FrameDemultiplexer. One thread.
+/// libopencsd's STM packet lister, for comparison with StpReader and FrameDemultiplexer. One
+/// thread.
 namespace qbt2::test {
 
 class OpencsdStm {
  public:
   using OnPacket = void (*)(void* context, std::uint64_t index, const ocsd_stm_pkt& packet);
 
-  /// `frames`: the bytes are memory-aligned formatter frames, of which the source `atb_id` is listed.
+  /// `frames`: the bytes are memory-aligned formatter frames, of which the source `atb_id` is
+  /// listed.
   OpencsdStm(bool frames, std::uint8_t atb_id, OnPacket on_packet, void* context)
       : on_packet_(on_packet), context_(context) {
     tree_ = ocsd_create_dcd_tree(frames ? OCSD_TRC_SRC_FRAME_FORMATTED : OCSD_TRC_SRC_SINGLE,

@@ -212,7 +212,8 @@ TEST_F(DecodeDiagnostics, SeveralSourcesNeedAChoice) {
       generate("capture", {"--input", "frames", "--other-sources", "2", "--messages", "2000"});
   const ToolResult open = decode({path, "-o", at("rows")});
   EXPECT_EQ(open.status, 2);
-  EXPECT_THAT(open.err, HasSubstr("several trace sources: 0x01, 0x02, 0x10; choose one with --atb-id"));
+  EXPECT_THAT(open.err,
+              HasSubstr("several trace sources: 0x01, 0x02, 0x10; choose one with --atb-id"));
   EXPECT_FALSE(std::filesystem::exists(at("rows")));
   const ToolResult chosen = decode({path, "--atb-id", "16", "--format", "csv"});
   EXPECT_EQ(chosen.status, 0);
@@ -224,8 +225,9 @@ TEST_F(DecodeDiagnostics, SeveralSourcesNeedAChoice) {
       decode({path, "--config", path + ".cfg", "--atb-id", "0x33", "--format", "jsonl"});
   EXPECT_EQ(absent.status, 1);
   EXPECT_EQ(absent.out, "");
-  EXPECT_THAT(absent.err,
-              HasSubstr("the frames contain no data of source 0x33; sources present: 0x01, 0x02, 0x10"));
+  EXPECT_THAT(
+      absent.err,
+      HasSubstr("the frames contain no data of source 0x33; sources present: 0x01, 0x02, 0x10"));
 }
 
 // ---- what ends a run ----
