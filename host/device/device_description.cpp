@@ -1,13 +1,9 @@
 #include "host/device/device_description.h"
 
-#include <algorithm>
-#include <array>
 #include <cstdint>
 #include <optional>
-#include <system_error>
 #include <utility>
 
-#include "host/base/parse_number.h"
 #include "host/base/strict_json.h"
 
 namespace qbt2 {
@@ -15,23 +11,9 @@ namespace {
 
 using EktTrace::DeviceBase_t;
 using EktTrace::eDeviceResult;
-using EktTrace::eSessionPropertyKind;
 
 constexpr std::string_view kMasterList = "masterid.proc";
 constexpr std::string_view kTracerName = "MOD_QBTRACER0";
-
-struct KindName {
-  std::string_view name;
-  eSessionPropertyKind kind;
-};
-constexpr std::array<KindName, 6> kKinds{{
-    {"boolean", EktTrace::eSessionBoolean},
-    {"signed32", EktTrace::eSessionSigned32},
-    {"unsigned32", EktTrace::eSessionUnsigned32},
-    {"signed64", EktTrace::eSessionSigned64},
-    {"unsigned64", EktTrace::eSessionUnsigned64},
-    {"text", EktTrace::eSessionText},
-}};
 
 void check(const JsonNode& node, eDeviceResult result) {
   if (result != EktTrace::eDeviceOk) node.fail(EktTrace::DeviceResultText(result));
@@ -48,59 +30,6 @@ std::vector<std::pair<std::string, JsonNode>> members_of(const JsonNode& parent,
   return parent.has_member(key) ? parent.required_member(key).members() : Members{};
 }
 
-/// A text, or a number or truth value as the text that a settings file would hold for it.
-std::string value_text(const JsonNode& node) {
-  if (node.value().is_boolean()) return node.value().get<bool>() ? "1" : "0";
-  if (node.value().is_number_integer()) return node.value().dump();
-  if (!node.value().is_string()) node.fail("must be a text, a whole number, true or false");
-  return node.line();
-}
-
-/// Whether the configuration manager can convert the text, which it reads as plain decimal.
-bool suits_kind(const std::string& text, eSessionPropertyKind kind) {
-  switch (kind) {
-    case EktTrace::eSessionBoolean:
-      return text == "0" || text == "1";
-    case EktTrace::eSessionSigned32:
-      return bool{parse_decimal<std::int32_t>(text)};
-    case EktTrace::eSessionUnsigned32:
-      return bool{parse_decimal<std::uint32_t>(text)};
-    case EktTrace::eSessionSigned64:
-      return bool{parse_decimal<std::int64_t>(text)};
-    case EktTrace::eSessionUnsigned64:
-      return bool{parse_decimal<std::uint64_t>(text)};
-    case EktTrace::eSessionText:
-      return true;
-  }
-  return false;
-}
-
-eSessionPropertyKind read_kind(const JsonNode& node) {
-  for (const KindName& row : kKinds) {
-    if (row.name == node.name()) return row.kind;
-  }
-  node.fail("must be boolean, signed32, unsigned32, signed64, unsigned64 or text");
-}
-
-DescribedSetting read_setting(const JsonNode& node) {
-  if (!node.value().is_object()) return {value_text(node), EktTrace::eSessionText};
-  node.check_members({"value", "kind"});
-  const JsonNode value = node.required_member("value");
-  DescribedSetting setting{value_text(value), EktTrace::eSessionText};
-  if (node.has_member("kind")) setting.kind = read_kind(node.required_member("kind"));
-  if (!suits_kind(setting.value, setting.kind)) value.fail("does not suit the setting's kind");
-  return setting;
-}
-
-/// A name that a line of a settings file can hold: what such a file trims, splits at or takes for a
-/// comment would come back as another name.
-bool is_setting_name(const std::string& name) {
-  if (name.empty() || name.front() == '#' || name.front() == '{') return false;
-  if (name.front() == ' ' || name.back() == ' ') return false;
-  return std::none_of(name.begin(), name.end(),
-                      [](unsigned char c) { return c == '=' || c < 0x20 || c == 0x7F; });
-}
-
 void read_property_lists(const JsonNode& node, EktTrace::Component_t& component) {
   for (const auto& [list, entries] : members_of(node, "property_lists")) {
     check(entries, component.AddPropertyList(list));
@@ -112,7 +41,7 @@ void read_property_lists(const JsonNode& node, EktTrace::Component_t& component)
   }
 }
 
-/// The value of a member that names one of a fixed set, for example a component's type.
+/// The value of a member with a fixed set of names, for example a component's type.
 template <class Kind>
 Kind read_word(const JsonNode& parent, const std::string& key, Kind absent,
                std::optional<Kind> (*find)(std::string_view)) {
@@ -172,7 +101,7 @@ void read_system_trace(const JsonNode& root, DeviceBase_t& device) {
   node.check_members({"type", "detail"});
   if (!device.SetSystemTraceInfo(node.required_member("type").signed_number(),
                                  node.required_member("detail").signed_number())) {
-    node.fail("no such kind of system trace");
+    node.fail("there is no such kind of system trace");
   }
 }
 
@@ -223,8 +152,7 @@ DeviceDescription parse_device_description(std::string_view text, const std::str
   read_information(root, description);
   read_device(root, *description.device);
   for (const auto& [name, node] : members_of(root, "settings")) {
-    if (!is_setting_name(name)) node.fail("no name that a settings file can hold");
-    description.settings.emplace(name, read_setting(node));
+    description.settings.emplace(name, read_described_setting(name, node));
   }
   return description;
 }

@@ -22,7 +22,7 @@ bool SessionSettings::ReadSetting(const std::string& name, std::string& value, s
 bool SessionSettings::WriteSetting(const std::string& name, const std::string& value,
                                    std::string& error) {
   if (name.empty()) {
-    error = "A setting without a name cannot be written";
+    error = "A setting needs a name";
     return false;
   }
   error.clear();

@@ -10,13 +10,13 @@
 #include "interfaces/device_session_if.h"
 #include "platforms/source/device/device_identifier.h"
 
-/// The reference host's device session: what a configuration manager asks of the device it works
-/// on. There is no live device behind it. Its settings are those of the description, covered by
-/// those written since (a manager writes every setting that it loads from a file). Used by one
-/// thread at a time; must outlive the managers and decoder units that were given it.
+/// The reference host's device session: a configuration manager's view of its device, without a
+/// live device. Its settings are those of the description, overridden by those written since (a
+/// manager writes every setting that it loads from a file). Used by one thread at a time; must
+/// outlive the managers and decoder units that use it.
 namespace qbt2 {
 
-/// The settings of one device. Reading and writing is what the manager's accessor does.
+/// The settings of one device, read and written through the manager's accessor.
 class SessionSettings final : public EktTrace::IConfigAccessor_t {
  public:
   explicit SessionSettings(std::map<std::string, DescribedSetting> described)
@@ -24,14 +24,14 @@ class SessionSettings final : public EktTrace::IConfigAccessor_t {
 
   /// False with `error` filled, and `value` unchanged, for a setting neither described nor written.
   bool ReadSetting(const std::string& name, std::string& value, std::string& error) override;
-  /// Refuses only an empty name. A value that does not suit the described kind is kept: the manager
-  /// answers it with the kind and without a number.
+  /// Refuses an empty name only. A value that is not of the described kind is kept: the manager
+  /// returns it with the kind and without a number.
   bool WriteSetting(const std::string& name, const std::string& value, std::string& error) override;
 
-  /// False when the setting is not known. The kind is the described one; a setting that was only
-  /// written is text.
+  /// False when the setting is not known. The kind is the described one, or text for a setting
+  /// that was only written.
   bool find(const std::string& name, DescribedSetting& setting) const;
-  /// Every known setting with its present value, in byte order of the names.
+  /// All settings with their current values, in byte order of the names.
   std::map<std::string, std::string> values() const;
 
  private:
@@ -53,19 +53,19 @@ class DeviceSession final : public EktTrace::IDeviceSession_t {
   /// Writes each setting, as a manager does with those that it loads from a file. Throws
   /// Error(kInput) at an empty name.
   void write_settings(const std::map<std::string, std::string>& settings);
-  /// The master ids that have a setting QBT2_<id>, in rising order. Names other than the decoder
-  /// asks for (leading zeros, hexadecimal, more than 32 bits) have none.
+  /// The master ids with a setting QBT2_<id>, in ascending order. Names that the decoder never
+  /// reads (leading zeros, hexadecimal, more than 32 bits) do not count.
   std::vector<std::uint32_t> master_ids() const;
 
-  // EktTrace::IDeviceSession_t. The second name changes nothing: a session has one set of settings
-  // for a device. A device of another name is refused with an error text.
+  // EktTrace::IDeviceSession_t. The second name is ignored: a session has one set of settings. A
+  // device of another name is refused with an error text.
   Kz::Dvt::Trace::CDeviceIdentifier* GetDeviceIdentifier() override;
   EktTrace::IConfigAccessor_t* GetConfigAccessor(const std::string& device,
                                                  const std::string& second,
                                                  std::string& error) override;
-  /// An empty path when there is no such device or no object file.
+  /// Empty when there is no such device or no object file.
   void GetObjectFile(const std::string& device, std::string& path) override;
-  /// The description's two numbers and the device's name: the decoder looks the device up by it.
+  /// The description's two numbers and the device's name, by which the decoder finds the device.
   bool GetDeviceInformation(const std::string& device, EktTrace::DeviceInformation_t& information,
                             std::string& error) override;
   bool GetProperty(const std::string& device, const std::string& second, const std::string& name,

@@ -199,7 +199,7 @@ TEST_F(TdfCommandTest, AFailedRunChangesNoFile) {
     std::vector<std::string> arguments;
     const char* reason;
   } kCases[] = {
-      {{"create", tdf}, "is there already"},
+      {{"create", tdf}, "already exists: --force replaces it"},
       {{"create", at("fresh.bin")}, "ends in .tdf"},
       {{"create", at("none/fresh.tdf")}, "No such file or directory"},
       {{"create", fresh, "--settings", at("none.cfg")}, "none.cfg: cannot open"},
@@ -210,12 +210,13 @@ TEST_F(TdfCommandTest, AFailedRunChangesNoFile) {
       {{"create", fresh, "--header", at("bad.dec")}, "'ATBID' is not a field of the trace header"},
       {{"create", fresh, "--header", at("large.hdr")}, "larger than 10240 bytes"},
       {{"create", fresh, "--section", "A:1"}, "is not NAME:VERSION=FILE"},
-      {{"create", fresh, "--section", "A:1=" + blob, "--section", "A:1=" + blob}, "A 1 already"},
+      {{"create", fresh, "--section", "A:1=" + blob, "--section", "A:1=" + blob},
+       "already has a section A 1"},
       {{"create", fresh, "--section", "A:1=" + at("none")}, "cannot open"},
       {{"create", fresh, "--section", "A:1=" + huge}, "would be 134217729 bytes long"},
       {{"create", fresh, "--section", "=" + blob}, "is not NAME:VERSION=FILE"},
       {{"add", tdf}, "nothing to add"},
-      {{"add", tdf, "--decoder-info", decoder}, "has a section KZDecode 1 already"},
+      {{"add", tdf, "--decoder-info", decoder}, "already has a section KZDecode 1"},
       {{"add", tdf, "--section", "A:1=" + blob, "--section", "B:1=" + at("none")}, "cannot open"},
       {{"add", tdf, "--section", ":1=" + blob}, "a section needs a name"},
       {{"add", blob, "--section", "A:1=" + blob}, "ends in .tdf"},

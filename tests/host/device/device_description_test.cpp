@@ -1,4 +1,4 @@
-// Device descriptions: the example file means what it says, and every kind of bad file is refused
+// Device descriptions: the example file is read completely, and every kind of bad file is refused
 // with the file, the place and the reason.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -26,7 +26,7 @@ std::string error_of(const std::string& text) {
   return "accepted";
 }
 
-/// A description with `members` beside the two that must be there.
+/// A description with `members` in addition to the two required ones.
 std::string with(const std::string& members) {
   return R"({"version":1,"name":"SOC",)" + members + "}";
 }
@@ -99,7 +99,7 @@ TEST(DeviceDescription, ErrorsNamePlaceAndReason) {
       {with(R"("information":{"first":-2147483649,"second":2})"), "$.information.first: must be a"},
       {with(R"("information":{"first":18446744073709551615,"second":2})"),
        "$.information.first: mu"},
-      {with(R"("system_trace":{"type":5,"detail":0})"), "$.system_trace: no such kind"},
+      {with(R"("system_trace":{"type":5,"detail":0})"), "$.system_trace: there is no such kind"},
       {with(R"("components":{})"), "$.components: must be an array, is object"},
       {with(R"("components":[{"name":"A"},{"name":"A"}])"), "$.components[1]: the name is taken"},
       {with(R"("components":[{"name":"A","type":"tracer"}])"),
@@ -123,16 +123,17 @@ TEST(DeviceDescription, ErrorsNamePlaceAndReason) {
       {with(R"("module_maps":[{"name":"M","modules":[{"name":"a","base":0,"size_bytes":0}]}])"),
        "$.module_maps[0].modules[0]: the size is 0"},
       {with(R"("targets":[{"name":"T"},{"name":"T"}])"), "$.targets[1]: the name is taken"},
-      {with(R"("settings":{"#A":"1"})"), R"($.settings["#A"]: no name)"},
+      {with(R"("settings":{"#A":"1"})"), R"($.settings["#A"]: a settings file cannot hold)"},
       {with(R"("settings":{"A":"1\n2"})"), "$.settings.A: has a control character"},
       {with(R"("settings":{"A":1.0})"), "$.settings.A: must be a text, a whole number"},
       {with(R"("settings":{"A":{"value":"1","kind":"int"}})"),
        "$.settings.A.kind: must be boolean"},
       {with(R"("settings":{"A":{"value":"yes","kind":"boolean"}})"),
-       "$.settings.A.value: does not"},
-      {with(R"("settings":{"A":{"value":"0x10","kind":"unsigned32"}})"), "A.value: does not suit"},
+       "$.settings.A.value: is not a value of"},
+      {with(R"("settings":{"A":{"value":"0x10","kind":"unsigned32"}})"),
+       "A.value: is not a value of"},
       {with(R"("settings":{"A":{"value":4294967296,"kind":"unsigned32"}})"),
-       "A.value: does not suit"},
+       "A.value: is not a value of"},
       // broken JSON
       {"", "soc.json: is empty"},
       {"{", "unexpected end of input"},

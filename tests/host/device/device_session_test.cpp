@@ -20,7 +20,7 @@ DeviceSession described() {
       "board.json"));
 }
 
-TEST(DeviceSession, AnswersForItsDeviceOnly) {
+TEST(DeviceSession, KnowsOnlyItsOwnDevice) {
   DeviceSession session = described();
   EktTrace::DeviceInformation_t information;
   std::string text = "old";
@@ -48,7 +48,7 @@ TEST(DeviceSession, AnswersForItsDeviceOnly) {
   EXPECT_EQ(kind, 77U);
 }
 
-TEST(DeviceSession, WrittenSettingsCoverDescribedOnesAndKeepTheirKind) {
+TEST(DeviceSession, WrittenSettingsOverrideDescribedOnesAndKeepTheirKind) {
   DeviceSession session = described();
   std::string text;
   std::string error;
@@ -75,7 +75,7 @@ TEST(DeviceSession, WrittenSettingsCoverDescribedOnesAndKeepTheirKind) {
   EXPECT_EQ(error, "");
 }
 
-TEST(DeviceSession, MasterIdsAreThoseTheDecoderCanAskFor) {
+TEST(DeviceSession, MasterIdsAreThoseTheDecoderReads) {
   DeviceSession session = described();
   std::string error;
   EktTrace::IConfigAccessor_t* accessor = session.GetConfigAccessor("BOARD", "", error);
@@ -86,7 +86,7 @@ TEST(DeviceSession, MasterIdsAreThoseTheDecoderCanAskFor) {
   EXPECT_THAT(session.master_ids(), ElementsAre(0U, 7U, 131U, 4294967295U));
 }
 
-TEST(DeviceSession, WithoutADescriptionThereIsADeviceWithAnEmptyMasterList) {
+TEST(DeviceSession, TheDefaultDeviceHasAnEmptyMasterList) {
   DeviceSession session;
   EXPECT_EQ(session.device_name(), "SOC");
   const auto* device = session.GetDeviceIdentifier()->GetDeviceByName("SOC");

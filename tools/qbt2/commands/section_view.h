@@ -7,7 +7,6 @@
 
 #include "host/tdf/trace_file.h"
 #include "host/tdf/trace_header.h"
-#include "platforms/source/trace/tdf_helper.h"
 #include "tools/qbt2/cli/printer.h"
 #include "tools/qbt2/commands/json_list.h"
 

@@ -1,11 +1,13 @@
 #include <array>
 #include <cstdio>
+#include <filesystem>
 #include <memory>
 #include <string>
 #include <string_view>
 #include <vector>
 
 #include "host/base/error.h"
+#include "host/tdf/section_sources.h"
 #include "host/tdf/trace_file_writer.h"
 #include "tools/qbt2/cli/numbers.h"
 #include "tools/qbt2/cli/printer.h"
@@ -66,6 +68,10 @@ TraceFileContents contents_of(const BuildArguments& arguments) {
 }
 
 int run_create(const BuildArguments& arguments) {
+  if (!arguments.force &&
+      std::filesystem::exists(std::filesystem::symlink_status(arguments.file))) {
+    throw Error(ErrorCode::kUsage, arguments.file, "already exists: --force replaces it");
+  }
   create_trace_file(arguments.file, contents_of(arguments), arguments.force);
   return kExitOk;
 }
@@ -101,7 +107,7 @@ Command add_tdf_create(CLI::App& tdf) {
   app->add_option("--header", arguments->header,
                   "Trace header: lines of KEY=VALUE (default: all texts empty, all numbers 0)");
   add_section_options(*app, *arguments);
-  app->add_flag("--force", arguments->force, "Replace a file that is there already");
+  app->add_flag("--force", arguments->force, "Replace an existing file");
   refuse_empty_values(*app);
   return {app, [arguments] { return run_create(*arguments); }};
 }
