@@ -1,5 +1,5 @@
-// Device descriptions over arbitrary text: taken whole, or refused with an error that names the
-// file; never a crash.
+// Device descriptions from arbitrary text: accepted, or refused with an error that names the file;
+// never a crash.
 #include <cstdint>
 #include <cstdlib>
 #include <string>

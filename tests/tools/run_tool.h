@@ -6,15 +6,14 @@
 #include <string>
 #include <vector>
 
-/// Runs the real qbt2 program as a user's shell would, with pipes for its three streams, and says
-/// what came out. Any thread; each call is a process of its own, which is gone when the call
-/// returns.
+/// Runs the real qbt2 program as a user's shell would, with pipes for its three streams, and returns
+/// its output. Any thread; the process has ended when the call returns.
 namespace qbt2::test {
 
 struct ToolRun {
   std::vector<std::string> arguments;
   std::string input;  ///< on standard input, which then ends
-  /// "NAME=VALUE" beside what this process has; a variable named here replaces one it has.
+  /// "NAME=VALUE", added to this process's variables or replacing them.
   std::vector<std::string> environment;
   /// Stop reading standard output after this many bytes, as `| head` does.
   std::optional<std::size_t> close_output_after;
@@ -23,7 +22,7 @@ struct ToolRun {
 
 struct ToolResult {
   int status = -1;         ///< exit status; 128 + N when signal N ended it
-  bool timed_out = false;  ///< it ran beyond the limit and was ended
+  bool timed_out = false;  ///< it ran past the limit and was killed
   std::string out;
   std::string err;
 };

@@ -66,7 +66,7 @@ int run_columns(const ColumnsArguments& arguments) {
   const DecoderLibrary::Unit unit = library.create_unit();
   const ColumnCatalogue catalogue = read_catalogue(*unit);
   OutputFile output("-");
-  // A reader that has gone wants no more: that is no failure.
+  // A closed pipe is not a failure.
   if (output.write(arguments.format == "jsonl" ? as_jsonl(catalogue) : as_table(catalogue))) {
     output.commit();
   }
@@ -77,9 +77,9 @@ int run_columns(const ColumnsArguments& arguments) {
 
 Command add_columns_command(CLI::App& root) {
   CLI::App* const app =
-      root.add_subcommand("columns", "List the columns that rows can have, as the plug-in tells");
+      root.add_subcommand("columns", "List the columns of the plug-in's rows");
   const auto arguments = std::make_shared<ColumnsArguments>();
-  app->add_option("--format", arguments->format, "How to print: table or jsonl")
+  app->add_option("--format", arguments->format, "Output format: table or jsonl")
       ->check(CLI::IsMember({"table", "jsonl"}))
       ->capture_default_str();
   app->add_option("--plugin", arguments->plugin, "The decoder plug-in to load")

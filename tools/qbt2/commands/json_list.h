@@ -15,8 +15,8 @@ inline std::string json_text(const Json& value, int indent = -1) {
   return value.dump(indent, ' ', false, Json::error_handler_t::replace);
 }
 
-/// One JSON object with the file's name, one array that is written item by item, one a line, and
-/// what is known only after the items.
+/// One JSON object: the file's name, an array written item by item, one per line, and members that
+/// are known only after the items.
 class JsonList {
  public:
   JsonList(Printer& printer, std::string_view file, std::string_view list) : printer_(printer) {
@@ -26,7 +26,7 @@ class JsonList {
     begin_item();
     printer_.print(json_text(value));
   }
-  /// The line break before an item that the caller prints himself.
+  /// The line break before an item that the caller prints.
   void begin_item() {
     printer_.print(is_first_ ? "\n" : ",\n");
     is_first_ = false;

@@ -6,8 +6,8 @@
 
 namespace qbt2::tool {
 
-/// An object as indented lines of `name: value`, for people. Numbers that follow one another are
-/// drawn together (0-3, 7); objects without objects in them take one line each in a list.
+/// An object as indented lines of `name: value`, for people. Consecutive numbers are
+/// joined (0-3, 7); in a list, an object without nested objects takes one line.
 std::string outline(const Json& object);
 
 }  // namespace qbt2::tool

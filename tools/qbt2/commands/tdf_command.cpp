@@ -68,7 +68,7 @@ Command add_list(CLI::App& tdf) {
   CLI::App* const app = tdf.add_subcommand("list", "List the sections of a trace data file");
   const auto arguments = std::make_shared<ListArguments>();
   app->add_option("FILE", arguments->file, "The trace data file")->required();
-  app->add_option("--format", arguments->format, "How to print: table or json")
+  app->add_option("--format", arguments->format, "Output format: table or json")
       ->check(CLI::IsMember({"table", "json"}))
       ->capture_default_str();
   refuse_empty_values(*app);
@@ -93,11 +93,11 @@ int run_extract(const ExtractArguments& arguments) {
 }
 
 Command add_extract(CLI::App& tdf) {
-  CLI::App* const app = tdf.add_subcommand("extract", "Write out the payload of a section");
+  CLI::App* const app = tdf.add_subcommand("extract", "Write the payload of a section to a file");
   const auto arguments = std::make_shared<ExtractArguments>();
   app->add_option("FILE", arguments->file, "The trace data file")->required();
   app->add_option("SECTION", arguments->section.name, "The section's name")->required();
-  app->add_option("-o,--output", arguments->output, "Where to; - is standard output")
+  app->add_option("-o,--output", arguments->output, "Output file; - is standard output")
       ->capture_default_str();
   arguments->section.add_version_option(*app);
   refuse_empty_values(*app);
@@ -122,7 +122,7 @@ std::string summary(const TraceFile& file, std::uint64_t faults, std::uint64_t n
          (notes == 0 ? "" : ", " + count(notes, "note"));
 }
 
-/// What is wrong is what was asked for, so it goes to standard output.
+/// The findings are the result, so they go to standard output.
 int run_verify(const VerifyArguments& arguments) {
   const TraceFile file(arguments.file);
   Printer printer("-");
@@ -151,10 +151,10 @@ int run_verify(const VerifyArguments& arguments) {
 
 Command add_verify(CLI::App& tdf) {
   CLI::App* const app =
-      tdf.add_subcommand("verify", "Check a trace data file and what is in its sections");
+      tdf.add_subcommand("verify", "Check a trace data file and the content of its sections");
   const auto arguments = std::make_shared<VerifyArguments>();
   app->add_option("FILE", arguments->file, "The trace data file")->required();
-  app->add_option("--format", arguments->format, "How to print: text or json")
+  app->add_option("--format", arguments->format, "Output format: text or json")
       ->check(CLI::IsMember({"text", "json"}))
       ->capture_default_str();
   refuse_empty_values(*app);
@@ -174,7 +174,7 @@ int run_chosen(const std::vector<Command>& commands) try {
 
 void SectionChoice::add_version_option(CLI::App& app) {
   app.add_option("--section-version", version,
-                 "The section's version, where the file has several of that name");
+                 "The section's version, if the file has several of that name");
 }
 
 const TraceSection& SectionChoice::find_in(const TraceFile& file) const {
@@ -212,7 +212,7 @@ int report_fault(const TraceFile& file) {
 
 Command add_tdf_command(CLI::App& root) {
   CLI::App* const app =
-      root.add_subcommand("tdf", "Look into trace data files (.tdf) and make them");
+      root.add_subcommand("tdf", "Inspect and create trace data files (.tdf)");
   app->require_subcommand(1);
   const std::vector<Command> commands = {add_list(*app),   add_tdf_show(*app),   add_extract(*app),
                                          add_verify(*app), add_tdf_create(*app), add_tdf_add(*app)};

@@ -27,7 +27,7 @@ struct BuildArguments {
   bool force = false;
 };
 
-/// The numbers of the configuration types are their places here.
+/// The names of the configuration types, by number.
 constexpr std::array<std::string_view, 3> kConfigTypes = {"arm", "dsp", "stm"};
 
 /// NAME:VERSION=FILE. The file's name may hold '=' and ':', the section's name ':'.
@@ -79,7 +79,7 @@ int run_create(const BuildArguments& arguments) {
 int run_add(const BuildArguments& arguments) {
   const TraceFileContents contents = contents_of(arguments);
   if (!contents.decoder && !contents.device && !contents.settings && contents.others.empty()) {
-    throw Error(ErrorCode::kUsage, "tdf add: nothing to add; name a section");
+    throw Error(ErrorCode::kUsage, "tdf add: nothing to add: give --settings, --decoder-info, --device-id or --section");
   }
   add_to_trace_file(arguments.file, contents);
   return kExitOk;
@@ -87,12 +87,12 @@ int run_add(const BuildArguments& arguments) {
 
 void add_section_options(CLI::App& app, BuildArguments& arguments) {
   app.add_option("--settings", arguments.settings, "Settings: lines of NAME=VALUE");
-  app.add_option("--config-type", arguments.config_type, "Whose settings: arm, dsp or stm")
+  app.add_option("--config-type", arguments.config_type, "Kind of settings: arm, dsp or stm")
       ->check(CLI::IsMember({"arm", "dsp", "stm"}))
       ->capture_default_str();
   app.add_option("--decoder-info", arguments.decoder,
                  "Decoder information: DECODER, DATA_TYPE, DATA_FORMAT and ATBID lines");
-  app.add_option("--device-id", arguments.device, "Device identifier: its lines EMU to PROCMAP");
+  app.add_option("--device-id", arguments.device, "Device identifier: the lines EMU to PROCMAP");
   app.add_option("--section", arguments.sections,
                  "Any other section, as NAME:VERSION=FILE; may be repeated")
       ->allow_extra_args(false);
@@ -101,9 +101,9 @@ void add_section_options(CLI::App& app, BuildArguments& arguments) {
 }  // namespace
 
 Command add_tdf_create(CLI::App& tdf) {
-  CLI::App* const app = tdf.add_subcommand("create", "Make a trace data file from plain files");
+  CLI::App* const app = tdf.add_subcommand("create", "Create a trace data file from plain files");
   const auto arguments = std::make_shared<BuildArguments>();
-  app->add_option("FILE", arguments->file, "The trace data file to make (.tdf)")->required();
+  app->add_option("FILE", arguments->file, "The trace data file to create (.tdf)")->required();
   app->add_option("--header", arguments->header,
                   "Trace header: lines of KEY=VALUE (default: all texts empty, all numbers 0)");
   add_section_options(*app, *arguments);

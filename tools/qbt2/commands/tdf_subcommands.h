@@ -8,7 +8,7 @@
 #include "tools/qbt2/cli/command.h"
 #include "tools/qbt2/commands/json_list.h"
 
-/// The sub-commands of qbt2 tdf, one file each, and what they share.
+/// The sub-commands of qbt2 tdf and what they share.
 namespace qbt2::tool {
 
 Command add_tdf_show(CLI::App& tdf);
@@ -18,7 +18,7 @@ Command add_tdf_add(CLI::App& tdf);
 /// A section chosen on the command line, as typed.
 struct SectionChoice {
   std::string name;
-  std::string version;  ///< empty: the only one there is
+  std::string version;  ///< empty: the only one of that name
 
   /// Adds --section-version; SECTION itself is each sub-command's own.
   void add_version_option(CLI::App& app);
@@ -27,10 +27,10 @@ struct SectionChoice {
 
 /// name, version, offset, length and payload_length.
 Json section_as_json(const TraceSection& section);
-/// {"fault": null}, or the offset and the reason of what ended the walk.
+/// {"fault": null}, or the offset and reason of the fault.
 Json fault_as_json(const TraceFile& file);
 
-/// Tells a fault of the file on standard error. The exit status that it means.
+/// Reports a fault of the file on standard error and returns the exit status.
 int report_fault(const TraceFile& file);
 /// "qbt2: FILE: byte N: reason" on standard error.
 void report(const std::string& file, std::uint64_t offset, const std::string& reason);
