@@ -6,8 +6,8 @@
 #include <string>
 #include <vector>
 
-/// Runs the real qbt2 program as a user's shell would, with pipes for its three streams, and returns
-/// its output. Any thread; the process has ended when the call returns.
+/// Runs the real qbt2 program as a user's shell would, with pipes for its three streams, and
+/// returns its output. Any thread; the process has ended when the call returns.
 namespace qbt2::test {
 
 struct ToolRun {

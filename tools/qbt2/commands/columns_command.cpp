@@ -76,8 +76,7 @@ int run_columns(const ColumnsArguments& arguments) {
 }  // namespace
 
 Command add_columns_command(CLI::App& root) {
-  CLI::App* const app =
-      root.add_subcommand("columns", "List the columns of the plug-in's rows");
+  CLI::App* const app = root.add_subcommand("columns", "List the columns of the plug-in's rows");
   const auto arguments = std::make_shared<ColumnsArguments>();
   app->add_option("--format", arguments->format, "Output format: table or jsonl")
       ->check(CLI::IsMember({"table", "jsonl"}))

@@ -211,8 +211,7 @@ int report_fault(const TraceFile& file) {
 }
 
 Command add_tdf_command(CLI::App& root) {
-  CLI::App* const app =
-      root.add_subcommand("tdf", "Inspect and create trace data files (.tdf)");
+  CLI::App* const app = root.add_subcommand("tdf", "Inspect and create trace data files (.tdf)");
   app->require_subcommand(1);
   const std::vector<Command> commands = {add_list(*app),   add_tdf_show(*app),   add_extract(*app),
                                          add_verify(*app), add_tdf_create(*app), add_tdf_add(*app)};

@@ -79,7 +79,9 @@ int run_create(const BuildArguments& arguments) {
 int run_add(const BuildArguments& arguments) {
   const TraceFileContents contents = contents_of(arguments);
   if (!contents.decoder && !contents.device && !contents.settings && contents.others.empty()) {
-    throw Error(ErrorCode::kUsage, "tdf add: nothing to add: give --settings, --decoder-info, --device-id or --section");
+    throw Error(
+        ErrorCode::kUsage,
+        "tdf add: nothing to add: give --settings, --decoder-info, --device-id or --section");
   }
   add_to_trace_file(arguments.file, contents);
   return kExitOk;
