@@ -89,4 +89,19 @@ void OutputFile::fail(int error) const {
   throw Error(ErrorCode::kOutput, shown_path_, std::generic_category().message(error));
 }
 
+void refuse_to_replace_inputs(const std::string& output, const std::vector<std::string>& inputs) {
+  struct stat target {};
+  const auto named = descriptor_named_by(output);
+  const bool exists = named ? ::fstat(*named, &target) == 0 : ::stat(output.c_str(), &target) == 0;
+  if (!exists || !S_ISREG(target.st_mode)) return;
+  for (const std::string& input : inputs) {
+    struct stat source {};
+    const bool found =
+        input == "-" ? ::fstat(STDIN_FILENO, &source) == 0 : ::stat(input.c_str(), &source) == 0;
+    if (found && source.st_dev == target.st_dev && source.st_ino == target.st_ino) {
+      throw Error(ErrorCode::kUsage, output, "is also read in this run; choose another output");
+    }
+  }
+}
+
 }  // namespace qbt2

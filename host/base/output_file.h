@@ -3,6 +3,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "host/base/replacement_file.h"
 
@@ -44,5 +45,10 @@ class OutputFile {
   int descriptor_ = -1;                  ///< the file's, or the stream's own
   bool reader_gone_ = false;
 };
+
+/// Throws Error(kUsage) where `output` is one of the inputs, under whatever name or link: writing
+/// it would destroy what is being read. "-" is standard input among the inputs, standard output
+/// else.
+void refuse_to_replace_inputs(const std::string& output, const std::vector<std::string>& inputs);
 
 }  // namespace qbt2

@@ -9,7 +9,5 @@ namespace qbt2 {
 inline constexpr std::uint8_t kNullTraceId = 0;  ///< padding of the formatter, never a source
 inline constexpr std::uint8_t kLargestTraceId = 0x6F;
 inline constexpr std::uint8_t kFirstReservedTraceId = kLargestTraceId + 1;
-/// Options and settings are checked against the width alone: a reserved ID is accepted.
-inline constexpr std::uint8_t kLargestAcceptedTraceId = 0x7F;
 
 }  // namespace qbt2

@@ -35,6 +35,18 @@ CaptureOptions options_for(const InputFile& file, const DecodeRequest& request,
   return options;
 }
 
+/// Options that belong to another format than the one that was detected.
+void note_unused_options(const InputFile& file, CaptureFormat format, const DecodeRequest& request,
+                         RunObserver& observer) {
+  if (request.source_id && format != CaptureFormat::kFrames) {
+    observer.on_notice(file.name(), "has no formatter frames: --atb-id is not used");
+  }
+  if (request.framing && format == CaptureFormat::kSamples) {
+    observer.on_notice(file.name(),
+                       "contains samples, which are whole messages: --framing is not used");
+  }
+}
+
 }  // namespace
 
 std::vector<OpenCapture> open_captures(const DecodeRequest& request,
@@ -48,6 +60,7 @@ std::vector<OpenCapture> open_captures(const DecodeRequest& request,
   for (OpenCapture& capture : captures) {
     InputFile& file = *capture.file;
     capture.format = format_of(file, request);
+    if (observer != nullptr) note_unused_options(file, capture.format, request, *observer);
     capture.reader = make_capture_reader(file, capture.format,
                                          options_for(file, request, settings_source, observer));
   }

@@ -7,7 +7,7 @@
 #include "host/base/input_file.h"
 #include "host/base/parse_number.h"
 #include "host/base/trace_id.h"
-#include "host/device/settings_text.h"
+#include "host/device/settings_file.h"
 #include "host/tdf/trace_file.h"
 #include "host/tdf/usecase_check.h"
 #include "platforms/source/trace/device_config_manager_stm.h"
@@ -27,11 +27,13 @@ void refuse_pipe(const std::string& path) {
   }
 }
 
-std::string read_all(InputFile& file) {
+/// As much as settings may be long, and a little more, so that too much shows.
+std::string read_text(InputFile& file) {
   std::string text;
   std::array<std::uint8_t, std::size_t{64} << 10> piece{};
   while (const std::size_t got = file.read(piece)) {
     text.append(reinterpret_cast<const char*>(piece.data()), got);
+    if (text.size() > kMaxSettingsBytes) break;
   }
   return text;
 }
@@ -65,7 +67,9 @@ void DecoderSetup::load_settings(const std::string& path) {
   // Never "-", which would be taken for standard input.
   InputFile file(std::filesystem::absolute(path).string());
   if (!is_trace_data(file.peek(sizeof(std::uint32_t)))) {
-    session_.write_settings(read_plain_settings(read_all(file)));
+    SettingsFile plain = parse_settings_file(read_text(file), path);
+    session_.write_settings(plain.settings);
+    notices_ = std::move(plain.notices);
   } else if (!manager_->LoadConfiguration(path, Kz::Dvt::Trace::eTraceDataFileTdf)) {
     throw Error(ErrorCode::kInput, path, "no settings: " + manager_->GetLastError());
   }
@@ -83,13 +87,16 @@ void DecoderSetup::apply(Kz::Dvt::Trace::CDecoderUnitIF& unit) {
 std::optional<std::uint8_t> DecoderSetup::atb_id() const {
   DescribedSetting setting;
   if (!session_.settings().find("ATBID", setting)) return std::nullopt;
-  const auto id = parse_c_number(setting.value, kLargestAcceptedTraceId);
+  const auto id = parse_c_number(setting.value, kLargestTraceId);
   if (!id || *id == 0) return std::nullopt;
   return static_cast<std::uint8_t>(*id);
 }
 
 std::vector<std::string> DecoderSetup::warnings() const {
-  return check_usecase_settings(session_.settings().values());
+  std::vector<std::string> lines = notices_;
+  const auto faults = check_usecase_settings(session_.settings().values());
+  lines.insert(lines.end(), faults.begin(), faults.end());
+  return lines;
 }
 
 }  // namespace qbt2

@@ -33,7 +33,7 @@ class DecoderSetup {
   const std::vector<std::uint32_t>& master_ids() const { return master_ids_; }
   /// The setting ATBID; empty where it is missing, 0 or not a number.
   std::optional<std::uint8_t> atb_id() const;
-  /// A line for each use-case setting that the decoder cannot use.
+  /// A line for each use-case setting that the decoder cannot use, and for what is odd in the file.
   std::vector<std::string> warnings() const;
 
  private:
@@ -44,6 +44,7 @@ class DecoderSetup {
   DeviceSession session_;
   std::unique_ptr<Kz::Dvt::Trace::CDeviceConfigManager> manager_;
   std::vector<std::uint32_t> master_ids_;
+  std::vector<std::string> notices_;  ///< about the settings file
 };
 
 }  // namespace qbt2

@@ -68,7 +68,7 @@ std::string quoted(std::string_view text) {
 std::string decoder_value_fault(std::string_view key, std::string_view value) {
   if (key == "DECODER") return {};  // may be empty
   const bool is_id = key == "ATBID";
-  const std::uint64_t limit = is_id ? kLargestAcceptedTraceId : kLargestKind;
+  const std::uint64_t limit = is_id ? kLargestTraceId : kLargestKind;
   if (parse_decimal(value, limit)) return {};
   return std::string(key)
       .append(" is not a decimal number from 0 to ")

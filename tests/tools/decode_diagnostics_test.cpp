@@ -27,6 +27,20 @@ class DecodeDiagnostics : public ToolTest {
   }
 };
 
+/// Runs a command under a shell, which can close streams; $QBT2 is the program.
+ToolResult run_in_shell(const std::string& command) {
+  ::setenv("QBT2", QBT2_TOOL_PATH, 1);
+  FILE* const pipe = ::popen(("(" + command + ") 2>/dev/null").c_str(), "r");
+  ToolResult result;
+  std::array<char, 4096> piece;
+  while (const std::size_t got = std::fread(piece.data(), 1, piece.size(), pipe)) {
+    result.out.append(piece.data(), got);
+  }
+  const int status = ::pclose(pipe);
+  result.status = WIFEXITED(status) ? WEXITSTATUS(status) : 128;
+  return result;
+}
+
 // ---- damage ----
 
 /// Offset of the first byte of each row.
@@ -272,7 +286,7 @@ TEST_F(DecodeDiagnostics, FailuresTakeOneLineAndLeaveNoFile) {
       {{good, "--limit", "18446744073709551616"},
        "qbt2: --limit: 18446744073709551616 is too large"},
       {{good, "--master", "0x10000"}, "qbt2: --master: 0x10000 is too large (at most 65535)"},
-      {{good, "--atb-id", "128"}, "qbt2: --atb-id: 128 is too large (at most 127)"},
+      {{good, "--atb-id", "0x70"}, "qbt2: --atb-id: 0x70 is too large (at most 111)"},
       {{good, "--atb-id", "0"}, "qbt2: --atb-id: 0 is the null trace ID"},
       {{good, "--clock-hz", "0"}, "qbt2: --clock-hz: at least 1"},
       {{good, "--threads", "0"}, "qbt2: --threads: at least 1"},
@@ -301,6 +315,23 @@ TEST_F(DecodeDiagnostics, FailuresTakeOneLineAndLeaveNoFile) {
   }
   EXPECT_EQ(decode({good, "--format", "none", "--columns", "Bytes"}).err,
             "qbt2: --columns contradicts --format none, which writes nothing\n");
+}
+
+TEST_F(DecodeDiagnostics, AnInputIsNeverReplaced) {
+  const std::string capture = small_capture();
+  const std::string before = get("small.stp");
+  const std::string config = put("soc.cfg", "A=1\n");
+  ::link(capture.c_str(), at("hard").c_str());
+  ::symlink("small.stp", at("soft").c_str());
+  for (const std::string& output : {capture, at("hard"), at("soft"), at("./small.stp"), config}) {
+    const ToolResult result = decode({capture, "--config", config, "-o", output});
+    EXPECT_EQ(result.status, 2) << output;
+    EXPECT_EQ(result.err,
+              "qbt2: " + output + ": is also read in this run; choose another output\n");
+  }
+  EXPECT_EQ(run_in_shell("$QBT2 decode - < " + capture + " >> " + capture).status, 2);
+  EXPECT_EQ(get("small.stp"), before);
+  EXPECT_EQ(get("soc.cfg"), "A=1\n");
 }
 
 TEST_F(DecodeDiagnostics, OutputsThatCannotBeWritten) {
@@ -349,20 +380,6 @@ TEST_F(DecodeDiagnostics, AClosedPipeEndsTheRunQuietly) {
   columns.arguments = {"columns"};
   columns.close_output_after = 0;
   EXPECT_EQ(run_tool(columns).status, 0);
-}
-
-/// Runs a command under a shell, which can close streams; $QBT2 is the program.
-ToolResult run_in_shell(const std::string& command) {
-  ::setenv("QBT2", QBT2_TOOL_PATH, 1);
-  FILE* const pipe = ::popen(("(" + command + ") 2>/dev/null").c_str(), "r");
-  ToolResult result;
-  std::array<char, 4096> piece;
-  while (const std::size_t got = std::fread(piece.data(), 1, piece.size(), pipe)) {
-    result.out.append(piece.data(), got);
-  }
-  const int status = ::pclose(pipe);
-  result.status = WIFEXITED(status) ? WEXITSTATUS(status) : 128;
-  return result;
 }
 
 TEST_F(DecodeDiagnostics, ClosedStreams) {

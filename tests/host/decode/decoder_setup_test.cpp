@@ -93,7 +93,7 @@ TEST(DecoderSetup, TakesTheSourceIdFromTheSettings) {
     const char* value;
     std::optional<int> expected;
   } cases[] = {{"16", 16},          {"0x10", 16},          {"020", 16},  // octal
-               {"127", 127},        {"128", std::nullopt}, {"0", std::nullopt},
+               {"0x6F", 0x6F},      {"112", std::nullopt}, {"0", std::nullopt},
                {"x", std::nullopt}, {"-1", std::nullopt},  {"18446744073709551633", std::nullopt}};
   for (const auto& c : cases) {
     const DecoderSetup setup(folder.put("cfg", std::string("ATBID=") + c.value + "\n"), "");
@@ -101,6 +101,49 @@ TEST(DecoderSetup, TakesTheSourceIdFromTheSettings) {
     EXPECT_EQ(setup.atb_id().value_or(0), c.expected.value_or(0)) << c.value;
   }
   EXPECT_FALSE(DecoderSetup(folder.put("cfg", "OTHER=1\n"), "").atb_id());
+}
+
+TEST(DecoderSetup, RefusesFilesThatAreNotSettings) {
+  const test::TestFolder folder;
+  const struct {
+    std::string bytes;
+    const char* reason;
+  } refused[] = {
+      {"TDF1" + std::string(40, '\x01'), "trace data file of a kind that is not known"},
+      {std::string("\xFF\xFE"
+                   "A\0=\0",
+                   6),
+       "is UTF-16"},
+      {std::string("A\0=\0"
+                   "1\0\n\0",
+                   8),
+       "is UTF-16"},
+      {"A=1\nB=\xFF\n", "byte 6: neither a trace data file nor text in UTF-8"},
+      {"A=1\nB=\x01\n", "byte 6: neither"},
+      {"{\"QBT2_5\": \"DMA=1\"}", "is JSON"},
+      {"# comment\nSWITCH\n", "has no line KEY=VALUE"},
+      {"# A=1\n", "has no line KEY=VALUE"},
+      {"A=" + std::string(std::size_t{16} << 20, 'x'), "larger than 16 MiB"},
+  };
+  for (const auto& c : refused) {
+    try {
+      const DecoderSetup setup(folder.put("cfg", c.bytes), "");
+      ADD_FAILURE() << c.reason;
+    } catch (const Error& error) {
+      EXPECT_NE(std::strstr(error.what(), c.reason), nullptr) << error.what();
+      EXPECT_EQ(error.code(), ErrorCode::kInput);
+    }
+  }
+  const DecoderSetup empty(folder.put("cfg", "\r\n \n"), "");
+  EXPECT_THAT(empty.warnings(), ElementsAre("is empty: no settings"));
+  const DecoderSetup marked(folder.put("cfg",
+                                       "\xEF\xBB\xBF"
+                                       "ATBID=1\r\nX=1\nATBID=2\n"),
+                            "");
+  EXPECT_THAT(marked.warnings(),
+              ElementsAre("the byte order mark at the beginning is skipped",
+                          "ATBID is set in line 1 and again in line 3, which counts"));
+  EXPECT_EQ(marked.atb_id(), 2);
 }
 
 TEST(DecoderSetup, RefusesWhatHoldsNoSettings) {

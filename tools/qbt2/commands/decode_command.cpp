@@ -3,7 +3,9 @@
 #include <cstdio>
 #include <memory>
 #include <string>
+#include <vector>
 
+#include "host/base/output_file.h"
 #include "host/base/standard_output.h"
 #include "host/decode/pipeline.h"
 #include "host/decode/text_sink.h"
@@ -43,6 +45,9 @@ int exit_status(const RunReport& report) {
 
 int run_decode(const DecodeArguments& arguments) {
   const DecodeRequest request = request_from(arguments);
+  std::vector<std::string> inputs = request.captures;
+  inputs.insert(inputs.end(), {request.config, request.device});
+  refuse_to_replace_inputs(arguments.output, inputs);
   separate_standard_output();  // the plug-in may print
   const bool rows_on_terminal =
       arguments.output == "-" && arguments.format != "none" && standard_output_is_terminal();

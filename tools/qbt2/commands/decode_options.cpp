@@ -107,8 +107,8 @@ DecodeRequest request_from(const DecodeArguments& arguments) {
   request.input = by_name<CaptureFormat, kCaptureFormatCount>(arguments.input, capture_format_name);
   request.framing = by_name<Framing, kFramingCount>(arguments.framing, framing_name);
   if (!arguments.atb_id.empty()) {
-    request.source_id = static_cast<std::uint8_t>(
-        parse_number("--atb-id", arguments.atb_id, kLargestAcceptedTraceId));
+    request.source_id =
+        static_cast<std::uint8_t>(parse_number("--atb-id", arguments.atb_id, kLargestTraceId));
     refuse(request.source_id == 0, "--atb-id: 0 is the null trace ID (padding), not a source");
   }
   if (!arguments.clock_hz.empty()) {
