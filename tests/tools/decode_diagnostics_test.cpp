@@ -156,7 +156,7 @@ TEST_F(DecodeDiagnostics, ReportsRejectedAndCutSamplesAndGoesOn) {
       {good + short_pair + good, 1, 2, {"byte 18: " + rejected}},
       {good + good.substr(0, 17), 1, 1, {"byte 18: the last sample is cut short\n"}},
       {good + good.substr(0, 7), 1, 1, {"byte 18: the last sample is cut short\n"}},
-      {good + std::string(7, '\xFF') + good, 1, 1, {"byte 18: a sample claims "}},
+      {good + std::string(7, '\xFF') + good, 1, 1, {"byte 18: the sample header gives "}},
       // No row is not damage: an empty message, one of three words, a length byte other than 4.
       {good + sample(5, {}) + sample(5, {1, 2, 3}) + good, 0, 2, {}},
   };
