@@ -34,8 +34,9 @@ Overlap find_overlap(std::span<const std::uint8_t> data, std::size_t packet, std
   std::size_t run_begin = at;
   while (run_begin > packet && nibble_at(data, run_begin - 1) == kNibbleF) --run_begin;
   std::size_t run_end = at + 1;
-  while (run_end < end && run_end <= at + kAsyncRun && nibble_at(data, run_end) == kNibbleF)
+  while (run_end < end && run_end <= at + kAsyncRun && nibble_at(data, run_end) == kNibbleF) {
     ++run_end;
+  }
   if (run_end > at + kAsyncRun) return Overlap::kNone;
   if (run_end == end) return Overlap::kUnknown;
   const bool is_async = run_end - run_begin >= kAsyncRun && nibble_at(data, run_end) == 0;
