@@ -13,7 +13,7 @@
 /// fits most captures.
 namespace qbt2 {
 
-/// Rows with from <= time < to. A message without the time asked about is left out.
+/// Rows with from <= time < to. A message without that time is left out.
 struct TimeRange {
   enum class Unit : std::uint8_t {
     kTicks,        ///< SampleHead::timestamp

@@ -8,8 +8,8 @@ namespace {
 constexpr std::size_t kRowsInBatch = 2048;
 constexpr std::size_t kRejectionsKept = 20;
 
-// The decoder checks for room only before it writes a field, so a row can run past the capacity it
-// was told by a field's position and length bytes, a text's terminator, a value and the row's end.
+// The decoder checks for room only before it writes a field, so a row can exceed the capacity by
+// a field's position and length bytes, a text's terminator, a value and the row's end.
 constexpr std::size_t kOutputSlackBytes = 64;
 constexpr std::size_t kFirstOutputBytes = std::size_t{64} << 10;
 // A master's name may be as long as its settings line; beyond this a row is not worth having.
@@ -67,7 +67,7 @@ void DecodeWorker::run(DecodeJob& job) {
   if (use_ != RowUse::kKeep) flush(job);
 }
 
-/// Runs the plug-in over one sample, with a larger output buffer where it asks for one.
+/// Runs the plug-in over one sample, with a larger output buffer if it needs one.
 std::size_t DecodeWorker::process(std::uint8_t* sample) {
   for (;;) {
     try {

@@ -17,8 +17,8 @@ std::string loader_reason() {
   return reason != nullptr ? reason : "no reason given";
 }
 
-/// The loader would wait for the writer of a pipe. A name without a slash is searched for, and what
-/// is found on the way is not looked at.
+/// The loader would wait for the writer of a pipe. A name without a slash is searched for by the
+/// loader and not checked.
 void refuse_special_file(const std::string& path) {
   struct stat status {};
   if (path.find('/') == std::string::npos || ::stat(path.c_str(), &status) != 0) return;

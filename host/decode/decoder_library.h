@@ -20,8 +20,8 @@ inline constexpr const char* kDefaultPluginPath = "libqbt2decoder.so";
 /// catalogue of up to 153 columns, of the markers 0xFD and 0xFE.
 inline constexpr std::uint32_t kFirstColumnId = 100;
 
-/// Calls into the plug-in, which is foreign code: whatever comes out of it but a DecodeError
-/// becomes Error(kPlugin) that names the library.
+/// Calls into the plug-in, which is foreign code: any exception other than DecodeError becomes
+/// Error(kPlugin) that names the library.
 template <typename Call>
 auto call_plugin(const std::string& path, const Call& call) {
   try {
@@ -34,7 +34,8 @@ auto call_plugin(const std::string& path, const Call& call) {
     throw Error(ErrorCode::kPlugin, path,
                 std::string("the decoder plug-in failed: ") + error.what());
   } catch (...) {
-    throw Error(ErrorCode::kPlugin, path, "the decoder plug-in threw what is not an exception");
+    throw Error(ErrorCode::kPlugin, path,
+                "the decoder plug-in threw an object that is not an exception");
   }
 }
 

@@ -8,8 +8,8 @@
 /// Where a pipeline's rows go. A new output is one sink and one stage.
 ///
 /// Rows are turned into chunks on the worker threads, each with a stage of its own; the sink takes
-/// the chunks on the thread that runs the pipeline, in the order of the input whatever the number
-/// of threads.
+/// the chunks on the thread that runs the pipeline, in the order of the input for any number of
+/// threads.
 namespace qbt2 {
 
 struct RunReport;

@@ -18,7 +18,7 @@ struct TextSinkOptions {
   std::string fields;                ///< names separated by commas; empty: the format's own choice
   std::size_t terminal_columns = 0;  ///< table: width to fit into, 0 for no limit
   std::string output = "-";          ///< as OutputFile takes it
-  /// Called before text is written, for whoever shares the terminal. May be empty.
+  /// Called before text is written, so that a progress bar can make room. May be empty.
   std::function<void()> before_write;
 };
 

@@ -52,7 +52,7 @@ void refuse_other_files(std::string_view text, const std::string& file) {
   if (text.starts_with("TDF")) refuse("is a trace data file of a kind that is not known");
   if (const auto at = first_binary_byte(text)) {
     throw Error(ErrorCode::kInput, file, *at,
-                "neither a trace data file nor text in UTF-8, so it holds no settings");
+                "neither a trace data file nor UTF-8 text, so not settings");
   }
   if (is_json(text)) refuse("is JSON, not settings; a device description is given with --device");
 }

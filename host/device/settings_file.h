@@ -6,9 +6,9 @@
 #include <string_view>
 #include <vector>
 
-/// A plain settings file as somebody hands it to the host: read as read_plain_settings() reads it,
-/// but only where it can be settings. The library itself takes any bytes; a capture or a JSON
-/// document given by mistake would leave all masters without a name, and say nothing. Pure
+/// A plain settings file that a user names: read as read_plain_settings() reads it, after a check
+/// that it can be settings at all. The library itself accepts any bytes; a capture or a JSON
+/// document given by mistake would silently leave all masters without a name. Pure
 /// functions, any thread.
 namespace qbt2 {
 

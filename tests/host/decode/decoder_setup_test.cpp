@@ -118,7 +118,7 @@ TEST(DecoderSetup, RefusesFilesThatAreNotSettings) {
                    "1\0\n\0",
                    8),
        "is UTF-16"},
-      {"A=1\nB=\xFF\n", "byte 6: neither a trace data file nor text in UTF-8"},
+      {"A=1\nB=\xFF\n", "byte 6: neither a trace data file nor UTF-8 text"},
       {"A=1\nB=\x01\n", "byte 6: neither"},
       {"{\"QBT2_5\": \"DMA=1\"}", "is JSON"},
       {"# comment\nSWITCH\n", "has no line KEY=VALUE"},

@@ -2,11 +2,11 @@
 
 #include <string>
 
-/// A plug-in is foreign code in this process: it may end it. Of a run that is under way that must
-/// not look like success.
+/// A plug-in is foreign code in this process and may end it. That must not look like a successful
+/// run.
 namespace qbt2::tool {
 
-/// While it lives, exit() by whoever calls it prints a line that names the plug-in, removes
+/// While it lives, any call of exit() prints a line that names the plug-in, removes
 /// temporary files and ends with status 2. At most one at a time.
 class PluginGuard {
  public:

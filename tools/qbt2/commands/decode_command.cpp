@@ -38,7 +38,7 @@ std::unique_ptr<RowSink> make_sink(const DecodeArguments& arguments, bool rows_o
   return std::make_unique<TextSink>(options);
 }
 
-/// A reader that closes the pipe ends the run quietly, whatever had been found by then.
+/// A closed pipe ends the run quietly, even if damage was found before.
 int exit_status(const RunReport& report) {
   return report.damaged() && report.end != RunEnd::kSinkClosed ? kExitDamaged : kExitOk;
 }
