@@ -98,7 +98,7 @@ TEST(StpReader, ReadsEachPacketKind) {
     // In both halves of a byte, at the end of a stream and far from it. The D16 after it shows
     // that its length is right.
     for (const std::string& before : {std::string(), std::string("0")}) {
-      for (const std::size_t more : {0, 100}) {
+      for (const std::size_t more : {0U, 100U}) {
         const Reading reading(
             stream({kAsync, before, c.nibbles, "5 ABCD", std::string(more, '0')}));
         const std::vector<StpPacket> packets = reading.packets();
