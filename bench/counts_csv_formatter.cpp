@@ -3,7 +3,7 @@
 #include <cstdio>
 
 #include "bench/traffic.h"
-#include "host/format/row_formatter.h"
+#include "host/format/formatter_factory.h"
 #include "host/rows/row_reader.h"
 
 using qbt2::RowBatch;

@@ -1,11 +1,11 @@
-// What reading record streams back and writing rows costs, by kind of row and by format.
+// The cost of reading record streams and of formatting rows, by kind of row and by format.
 
 #include <benchmark/benchmark.h>
 
 #include <string>
 #include <vector>
 
-#include "host/format/row_formatter.h"
+#include "host/format/formatter_factory.h"
 #include "host/rows/row_reader.h"
 
 namespace qbt2 {

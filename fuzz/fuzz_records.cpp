@@ -1,15 +1,15 @@
 // The row reader over arbitrary record streams, and every formatter over the rows that come out.
 //
-// The input is a run of streams, each behind its 16-bit length, so that one input can lead a reader
-// through remembered shapes. Aborts when a reader that remembers and one that does not disagree, or
-// when a JSON line is no JSON.
+// The input is a sequence of streams, each after its 16-bit length, so that one input can make a
+// reader use remembered shapes. Aborts when a reader with remembered shapes and a new one disagree,
+// or when a JSON line is not JSON.
 #include <cstdint>
 #include <cstdlib>
 #include <nlohmann/json.hpp>
 #include <span>
 #include <string>
 
-#include "host/format/row_formatter.h"
+#include "host/format/formatter_factory.h"
 #include "host/rows/row_reader.h"
 
 namespace {

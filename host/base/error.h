@@ -5,9 +5,9 @@
 #include <stdexcept>
 #include <string>
 
-/// What the host library throws for what ends a run: a usage mistake, or an input or output that
-/// cannot be opened, read or written. Damage inside a capture is not an error; it is counted and
-/// reported through DamageReport-like events, and the run goes on.
+/// What the host library throws when a run cannot go on: a usage mistake, or an input or output
+/// that cannot be opened, read or written. Damage inside a capture is not an error: it is counted
+/// and reported through callbacks, and the run continues.
 namespace qbt2 {
 
 enum class ErrorCode {
@@ -29,7 +29,7 @@ class Error : public std::runtime_error {
         offset_(offset) {}
 
   ErrorCode code() const { return code_; }
-  /// Byte of the input at which the trouble lies, where there is one.
+  /// Byte of the input at which the error is, if it has a place.
   std::optional<std::uint64_t> offset() const { return offset_; }
 
  private:

@@ -41,7 +41,8 @@ InputFile::InputFile(std::string path) : name_(std::move(path)) {
     if (owned_) ::close(descriptor_);
     throw Error(ErrorCode::kInput, name_, "is a directory");
   }
-  // Standard input may be a regular file that somebody has read part of: it counts as a stream.
+  // Standard input may be a regular file that another process has read part of: treat it as a
+  // stream.
   is_regular_ = owned_ && S_ISREG(status.st_mode);
   if (is_regular_) size_bytes_ = static_cast<std::uint64_t>(status.st_size);
 }

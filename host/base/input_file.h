@@ -6,13 +6,13 @@
 #include <string>
 #include <vector>
 
-/// An input that is read once from front to back: a file, a pipe or standard input ("-"). The first
-/// bytes can be looked at before they are read. One thread.
+/// An input that is read once from start to end: a file, a pipe or standard input ("-"). Bytes can
+/// be looked at before they are read. One thread.
 namespace qbt2 {
 
 class InputFile {
  public:
-  /// Opens `path`; throws Error(kInput) with the system's reason, also for a directory.
+  /// Opens `path`. Throws Error(kInput) with the system's reason, also for a directory.
   explicit InputFile(std::string path);
   ~InputFile();
   InputFile(const InputFile&) = delete;
@@ -25,11 +25,12 @@ class InputFile {
   std::uint64_t size_bytes() const { return size_bytes_; }
 
   /// The next bytes, up to `bytes` of them (fewer only at the end of the input), without taking
-  /// them. Valid until the next call.
+  /// them. Valid until the next call. Throws Error(kInput) when reading fails.
   std::span<const std::uint8_t> peek(std::size_t bytes);
-  /// Takes up to buffer.size() bytes; 0 means the end. Throws Error(kInput) where reading fails.
+  /// Takes up to buffer.size() bytes; 0 means the end. Throws Error(kInput) with the offset when
+  /// reading fails.
   std::size_t read(std::span<std::uint8_t> buffer);
-  /// Back to the first byte; for regular files only.
+  /// Back to the first byte; only for regular files. Throws Error(kInput).
   void rewind();
 
  private:
@@ -41,7 +42,7 @@ class InputFile {
   bool is_regular_ = false;
   std::uint64_t size_bytes_ = 0;
   std::uint64_t position_ = 0;
-  std::vector<std::uint8_t> ahead_;  // peeked and not yet taken
+  std::vector<std::uint8_t> ahead_;  ///< peeked and not yet taken
   std::size_t ahead_taken_ = 0;
 };
 

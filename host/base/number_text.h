@@ -7,12 +7,13 @@
 #include <cstring>
 #include <string>
 
-/// Numbers as digits, written straight into a caller's characters: what formatters spend most of
-/// their time on, so without locale, allocation or a division for each digit. Any thread.
+/// Numbers to text (parse_number.h goes the other way). write_decimal and write_hex write straight
+/// into a caller's characters: formatters spend most of their time on it, so there is no locale, no
+/// allocation and no division for each digit. Any thread.
 namespace qbt2 {
 
-/// Room that write_decimal and write_hex may use at `at`, whatever the number: they may write past
-/// the end they return, but not past this.
+/// Characters that must be writable at `at` for any number: write_decimal and write_hex may write
+/// past the end that they return, but never more than this.
 inline constexpr std::size_t kMaxNumberChars = 20;
 
 namespace detail {
@@ -50,7 +51,7 @@ constexpr std::uint64_t eight_digits(std::uint32_t value) {
 static_assert(eight_digits(12'345'678) == 0x08'07'06'05'04'03'02'01);
 static_assert(eight_digits(99'999'999) == 0x09'09'09'09'09'09'09'09);
 
-/// Stores the characters of digits that lie as eight_digits gives them.
+/// Stores the characters of digits in the order of eight_digits.
 inline void store_digits(char* at, std::uint64_t digits) {
   digits += 0x3030'3030'3030'3030;
   if constexpr (std::endian::native == std::endian::big) digits = __builtin_bswap64(digits);
@@ -60,7 +61,7 @@ inline void store_digits(char* at, std::uint64_t digits) {
 /// Writes 1 to 99999999 without leading zeros; stores eight characters.
 inline char* write_up_to_eight(char* at, std::uint32_t value) {
   const std::uint64_t digits = eight_digits(value);
-  constexpr std::uint64_t kLastDigit = std::uint64_t{1} << 56;  // stays, whatever it is
+  constexpr std::uint64_t kLastDigit = std::uint64_t{1} << 56;  // kept even if it is 0
   const int leading_bits = std::countr_zero(digits | kLastDigit) & ~7;
   store_digits(at, digits >> leading_bits);
   return at + (64 - leading_bits) / 8;
@@ -88,8 +89,8 @@ inline std::size_t decimal_length(std::uint64_t value) {
   return guess + 1 - static_cast<std::size_t>(value < detail::kPowersOfTen[guess]);
 }
 
-/// Writes the decimal digits and returns the end. There is no loop and no branch for each digit:
-/// how many a value has is what a processor guesses worst.
+/// Writes the decimal digits and returns the end. No loop and no branch for each digit: the number
+/// of digits is what a processor predicts worst.
 inline char* write_decimal(char* at, std::uint64_t value) {
   if (value < detail::kByteDigits.size()) {
     const detail::ByteDigits& entry = detail::kByteDigits[value];

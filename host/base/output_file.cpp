@@ -17,8 +17,8 @@
 namespace qbt2 {
 namespace {
 
-/// The descriptor that a path of the form /dev/stdout or /dev/fd/N stands for. Opening such a path
-/// would open the file behind it anew, with a position of its own; replacing it would be worse.
+/// The descriptor that a path of the form /dev/stdout or /dev/fd/N means. Opening such a path would
+/// open its file a second time, with a position of its own; replacing it would be worse.
 std::optional<int> descriptor_named_by(const std::string& path) {
   if (path == "-" || path == "/dev/stdout") return standard_output_descriptor();
   if (path == "/dev/stderr") return STDERR_FILENO;

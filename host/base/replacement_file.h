@@ -22,7 +22,7 @@ class ReplacementFile {
   /// Creates the temporary. A symbolic link is followed, and stays a link; its target is replaced.
   /// The temporary's name ends like `path` (".tdf"), for writers that insist on an extension.
   ///
-  /// Throws Error: kUsage with kRefuse when `path` exists, as whatever kind of file; kOutput when
+  /// Throws Error: kUsage with kRefuse when `path` exists, as any kind of file; kOutput when
   /// it exists and is not a regular file, is write-protected, or the temporary cannot be created.
   /// Messages name `path`.
   explicit ReplacementFile(const std::string& path, ExistingFile existing = ExistingFile::kReplace);

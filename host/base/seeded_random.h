@@ -2,11 +2,11 @@
 
 #include <cstdint>
 
-/// Random numbers whose sequence is ours: the same seed gives the same numbers with every standard
-/// library, which its own distributions do not promise. One thread.
+/// Random numbers that do not depend on the standard library: the same seed gives the same numbers
+/// everywhere, which its distributions do not guarantee. One thread.
 namespace qbt2 {
 
-/// SplitMix64: a counter behind a mixing function. Fast, and any seed is a good seed.
+/// SplitMix64: a counter and a mixing function. Fast, and every seed is as good as another.
 class SeededRandom {
  public:
   explicit SeededRandom(std::uint64_t seed) : state_(seed) {}
@@ -18,7 +18,8 @@ class SeededRandom {
     mixed = (mixed ^ (mixed >> 27)) * 0x94D049BB133111EB;
     return mixed ^ (mixed >> 31);
   }
-  /// A number from 0 to limit - 1; 0 for the limit 0. Scaled, not divided, so without a loop.
+  /// A number from 0 to limit - 1; 0 for the limit 0. Scaled instead of divided, so there is no
+  /// loop.
   std::uint32_t below(std::uint32_t limit) {
     return static_cast<std::uint32_t>((next() >> 32) * limit >> 32);
   }

@@ -29,8 +29,8 @@ std::string element_path(const std::string& parent, std::size_t index) {
   return parent + "[" + std::to_string(index) + "]";
 }
 
-/// The parser's own words without its bracketed code, with every byte that is not printable ASCII
-/// replaced: they quote the input, which may hold anything.
+/// The parser's message without its bracketed code. It quotes the input, so every byte that is not
+/// printable ASCII is replaced.
 std::string parser_reason(const std::string& what) {
   const std::size_t code_end = what.find("] ");
   std::string reason = code_end == std::string::npos ? what : what.substr(code_end + 2);
@@ -39,7 +39,7 @@ std::string parser_reason(const std::string& what) {
   return reason;
 }
 
-/// First pass over a document, without building it: finds the first thing that is wrong.
+/// First pass over a document, without building it: finds the first error.
 class StrictChecker final : public nlohmann::json_sax<Json> {
  public:
   const std::string& reason() const { return reason_; }
@@ -61,7 +61,7 @@ class StrictChecker final : public nlohmann::json_sax<Json> {
     Level& level = levels_.back();
     level.key = name;
     if (level.keys.insert(name).second) return true;
-    reason_ = path() + ": this member is there twice";
+    reason_ = path() + ": this member appears twice";
     return false;
   }
 
@@ -92,7 +92,7 @@ class StrictChecker final : public nlohmann::json_sax<Json> {
     levels_.pop_back();
     return next();
   }
-  /// A value has ended: the array around it, if any, goes on with its next element.
+  /// A value has ended: the array around it, if any, continues with its next element.
   bool next() {
     if (!levels_.empty()) ++levels_.back().index;
     return true;

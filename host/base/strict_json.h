@@ -8,25 +8,25 @@
 #include <utility>
 #include <vector>
 
-/// JSON files read strictly: what the parser alone would let pass in silence (two members of one
-/// name, deep nesting) is an error, and every error names the file, the place and the reason. The
-/// same place names serve who checks the content afterwards. Internal to the host library. Nothing
-/// here is shared between threads.
+/// JSON files read strictly: what the parser alone accepts silently (two members of one name, deep
+/// nesting) is an error, and every error names the file, the place and the reason. Checks of the
+/// content name places the same way. Internal to the host library. Nothing here is shared between
+/// threads.
 namespace qbt2 {
 
 constexpr std::size_t kMaxJsonBytes = std::size_t{16} << 20;
 constexpr std::size_t kMaxJsonDepth = 32;
 
-/// The whole file. Throws Error (kInput) when it cannot be read, is no file that ends, or is larger
-/// than kMaxJsonBytes.
+/// The whole file. Throws Error(kInput) when it cannot be read, is a directory, or is larger than
+/// kMaxJsonBytes.
 std::string read_json_file(const std::string& path);
 
-/// Throws Error (kInput) for what is not UTF-8, not JSON, nested deeper than kMaxJsonDepth, or has
-/// two members of one name. `file` stands in the messages.
+/// Throws Error(kInput) for what is not UTF-8, not JSON, nested deeper than kMaxJsonDepth, or has
+/// two members of one name. `file` is the name for messages.
 nlohmann::json parse_strict_json(std::string_view text, const std::string& file);
 
 /// One value of a document together with its place, for example `$.components[2].name`. The typed
-/// readers throw Error (kInput) with file, place and reason. Borrows the document and the file
+/// readers throw Error(kInput) with file, place and reason. Borrows the document and the file
 /// name.
 class JsonNode {
  public:
@@ -36,14 +36,15 @@ class JsonNode {
   const std::string& path() const { return path_; }
   [[noreturn]] void fail(const std::string& reason) const;
 
-  /// A value of an object; required_member fails when it is not there, has_member asks before.
+  /// A value of an object; required_member fails when it is missing, has_member tells whether it
+  /// exists.
   bool has_member(const std::string& key) const;
   JsonNode required_member(const std::string& key) const;
   /// Members in byte order of their names; elements in the document's order.
   std::vector<std::pair<std::string, JsonNode>> members() const;
   std::vector<JsonNode> elements() const;
-  /// Fails for an object with a member of another name: a misspelt key must not go unseen. A member
-  /// "comment" is always allowed and never read.
+  /// Fails for an object with a member of another name: a misspelt key must not go unnoticed. A
+  /// member "comment" is always allowed and never read.
   void check_members(std::initializer_list<std::string_view> allowed) const;
 
   /// A text without control characters.
@@ -53,7 +54,7 @@ class JsonNode {
   /// A whole number from 0 to `max`, or a text that holds one in decimal or 0x hexadecimal, because
   /// JSON has no hexadecimal numbers.
   std::uint64_t number(std::uint64_t max = UINT64_MAX) const;
-  /// A whole number of a signed 32-bit integer.
+  /// A whole number that fits a signed 32-bit integer.
   int signed_number() const;
 
  private:

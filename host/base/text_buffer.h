@@ -5,19 +5,19 @@
 #include <memory>
 #include <string_view>
 
-/// A growing run of characters that formatters write into: room is asked for once for a whole row,
-/// then filled through a plain pointer. Memory is kept by clear() and never zeroed. One thread.
+/// A growing array of characters for formatters: space is reserved once for a whole row and filled
+/// through a plain pointer. clear() keeps the memory; it is never zeroed. One thread.
 namespace qbt2 {
 
 class TextBuffer {
  public:
-  /// A pointer to at least `bytes` writable characters behind what is there; end the write with
-  /// commit(). Earlier pointers become invalid.
+  /// A pointer to at least `bytes` writable characters after the text so far; end the write with
+  /// commit(). Invalidates earlier pointers and views.
   char* reserve(std::size_t bytes) {
     if (capacity_ - size_ < bytes) grow(bytes);
     return data_.get() + size_;
   }
-  /// `end` points behind the last character written since reserve().
+  /// `end` points past the last character written since reserve().
   void commit(const char* end) { size_ = static_cast<std::size_t>(end - data_.get()); }
   void append(std::string_view text) {
     char* at = reserve(text.size());

@@ -5,8 +5,8 @@
 namespace qbt2 {
 namespace {
 
-/// Which first bytes begin a sequence of several bytes, and what the second byte may be: narrower
-/// than 80 to BF where that shuts out overlong forms, surrogates and what lies above U+10FFFF.
+/// First bytes of sequences of several bytes, and what the second byte may be: a narrower range
+/// than 80 to BF excludes overlong forms, surrogates and code points above U+10FFFF.
 struct LeadRange {
   std::uint8_t first, last;
   std::uint8_t bytes;

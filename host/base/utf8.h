@@ -8,7 +8,7 @@
 /// nothing above U+10FFFF. Any thread.
 namespace qbt2 {
 
-/// U+FFFD in UTF-8: what stands for each part of a text that is broken.
+/// U+FFFD in UTF-8: replaces each malformed part of a text.
 inline constexpr std::string_view kReplacementCharacter = "\xEF\xBF\xBD";
 
 struct Utf8Character {
@@ -17,13 +17,13 @@ struct Utf8Character {
   bool valid = false;
 };
 
-/// The character at the start of `text`, which is not empty. A broken sequence counts as one for as
-/// many bytes as a well-formed one could have begun with, so that all decoders that follow the
-/// standard's advice put the same number of U+FFFD.
+/// The character at the start of `text`, which must not be empty. A malformed sequence is one
+/// character as long as it could still have become well-formed: the practice that the standard
+/// recommends, so that all decoders replace it by the same number of U+FFFD.
 Utf8Character first_character(std::string_view text);
 
-/// Code points that a terminal shows, or broken parts, up to `limit` of them: how many columns the
-/// text takes, near enough (wide and combining characters are not told apart).
+/// Code points or malformed parts, up to `limit` of them: roughly the columns that the text takes
+/// on a terminal (wide and combining characters count as one).
 struct TextExtent {
   std::size_t characters = 0;
   std::size_t bytes = 0;  ///< of these characters

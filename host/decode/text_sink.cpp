@@ -3,6 +3,7 @@
 #include "host/base/error.h"
 #include "host/base/text_buffer.h"
 #include "host/decode/run_report.h"
+#include "host/format/formatter_factory.h"
 #include "host/rows/row_fields.h"
 
 namespace qbt2 {

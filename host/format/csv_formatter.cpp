@@ -7,8 +7,8 @@
 namespace qbt2 {
 namespace {
 
-// A line feed alone, as line tools and every reader of CSV on this system take it; quoting is RFC
-// 4180's.
+// A line feed alone, as line tools expect and every CSV reader on this system accepts; quoting
+// follows RFC 4180.
 constexpr std::string_view kRecordEnd = "\n";
 
 bool needs_quotes(std::string_view text) {

@@ -9,7 +9,7 @@
 namespace qbt2 {
 namespace {
 
-// More combinations of fields than a decoder has kinds of rows; past them the oldest is replaced.
+// More combinations of fields than a decoder has kinds of rows; beyond them the oldest is replaced.
 constexpr std::size_t kMaxShapes = 16;
 constexpr std::size_t kCopyBytes = 16;  // most fragments are a key of at most this length
 
@@ -23,7 +23,7 @@ enum PresenceFlag : std::uint8_t {
   kHasAddress = 64,
 };
 
-/// Copies kCopyBytes at least: source and destination have that much room.
+/// Copies at least kCopyBytes: source and destination have that much room.
 char* copy_fragment(char* at, const char* fragment, std::size_t size) {
   std::memcpy(at, fragment, kCopyBytes);
   if (size > kCopyBytes) std::memcpy(at + kCopyBytes, fragment + kCopyBytes, size - kCopyBytes);
@@ -136,7 +136,7 @@ FragmentFormatter::Shape FragmentFormatter::make_shape(const Presence& presence)
     text += labels_[n];
     if (fields_[n] == static_cast<FieldIndex>(BuiltinField::kKind)) {
       text += rendered(style_.render,
-                       kind_name(presence.kind));  // as constant as what stands around it
+                       kind_name(presence.kind));  // as constant as the text around it
       continue;
     }
     const auto [from, size] = end_fragment();
@@ -156,7 +156,7 @@ FragmentFormatter::Shape FragmentFormatter::make_shape(const Presence& presence)
   return shape;
 }
 
-/// Renders the row's texts, so that writing it cannot move them, and tells their length.
+/// The length of the row's texts. Renders them, so that writing the row cannot move them.
 std::size_t FragmentFormatter::text_bytes(const RowHead& head) {
   return (head.has_master ? texts_.get(head.master_text).size() : 0) +
          (head.has_type ? texts_.get(head.type_text).size() : 0) +
@@ -178,7 +178,7 @@ char* FragmentFormatter::write_value(char* at, FieldIndex field, const RowHead& 
     case BuiltinField::kType:
       return copy_text(at, texts_.get(head.type_text));
     case BuiltinField::kKind:
-      return at;  // stands in the fragments
+      return at;  // part of the fragments
     case BuiltinField::kDescription:
       return copy_text(at, texts_.get(head.description_text));
     case BuiltinField::kAddress:

@@ -8,13 +8,13 @@
 #include "host/format/row_formatter.h"
 #include "host/rows/rendered_texts.h"
 
-/// What CSV and JSON lines have in common: a row is a run of constant fragments with values between
-/// them, and the fragments depend only on which fields the row has. So each combination of fields
-/// (a shape; a capture has three or so) gets its fragments once, and writing a row is copying them
-/// and turning numbers into digits. One thread.
+/// What CSV and JSON lines have in common: a row is a sequence of constant fragments with values
+/// between them, and the fragments depend only on which fields the row has. Each combination of
+/// fields (a shape; a capture has about three) gets its fragments once; to write a row is to copy
+/// them and turn numbers into digits. One thread.
 namespace qbt2 {
 
-/// What stands around the values of a row.
+/// The constant text around the values of a row.
 struct RowStyle {
   std::string_view open;
   std::string_view separator;
@@ -47,17 +47,17 @@ class FragmentFormatter : public RowFormatter {
     std::uint8_t flags = 0;
     bool operator==(const Presence&) const = default;
   };
-  /// One fragment and the value behind it.
+  /// One fragment and the value after it.
   struct Step {
     std::uint32_t fragment_begin = 0;
     std::uint32_t fragment_size = 0;
     FieldIndex field = 0;
-    std::uint16_t column = 0;      ///< of the catalogue, where the field is one
-    std::uint8_t value_bytes = 0;  ///< of the column; 0: the field is none
+    std::uint16_t column = 0;      ///< of the catalogue, if the field is one
+    std::uint8_t value_bytes = 0;  ///< of the column; 0: the field is not a column
   };
   struct Shape {
     Presence presence;
-    std::string fragments;  ///< with room behind, so that copies may read past a fragment's end
+    std::string fragments;  ///< padded, so that copies may read past a fragment's end
     std::vector<Step> steps;
     std::uint32_t close_begin = 0;
     std::uint32_t close_size = 0;
@@ -79,7 +79,7 @@ class FragmentFormatter : public RowFormatter {
   RenderedTexts texts_;
   std::vector<Shape> shapes_;
   std::size_t last_shape_ = 0;
-  std::vector<const std::uint8_t*> cells_;  // by column: its first cell in the batch at hand
+  std::vector<const std::uint8_t*> cells_;  ///< by column: its first cell in the current batch
 };
 
 }  // namespace qbt2

@@ -2,8 +2,8 @@
 
 #include "host/format/fragment_formatter.h"
 
-/// Rows as JSON lines: one object a row, fields in their fixed order (or the user's), those that a
-/// row does not have left out, numbers as numbers in all their digits. One thread.
+/// Rows as JSON lines: one object a row, fields in their fixed order (or the user's), without
+/// those that a row does not have; numbers as JSON numbers with all digits. One thread.
 namespace qbt2 {
 
 class JsonlFormatter final : public FragmentFormatter {
@@ -12,7 +12,7 @@ class JsonlFormatter final : public FragmentFormatter {
 };
 
 /// Appends a JSON string with its quotes (RFC 8259): quote, backslash and control characters are
-/// escaped, broken UTF-8 becomes U+FFFD, all else stands as it is.
+/// escaped, malformed UTF-8 becomes U+FFFD, everything else is copied.
 void append_json_text(std::string_view text, TextBuffer& out);
 
 }  // namespace qbt2

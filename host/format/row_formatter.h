@@ -1,17 +1,16 @@
 #pragma once
 
-#include <memory>
-#include <string>
-#include <string_view>
+#include <cstddef>
 #include <vector>
 
 #include "host/base/text_buffer.h"
 #include "host/rows/row_batch.h"
 #include "host/rows/row_fields.h"
 
-/// Turns row batches into text. A formatter keeps caches of its own (quoted texts), so each thread
-/// makes one; all formatters made from equal options give equal bytes for equal rows, whatever
-/// batches the rows come in, so that the pieces of several threads can be put together in order.
+/// Turns row batches into text; formatter_factory.h makes the formatters. A formatter caches texts
+/// as its format writes them and belongs to one thread. All formatters made from equal options
+/// write equal bytes for equal rows, however the rows are split into batches: the output of several
+/// threads can be joined in order.
 namespace qbt2 {
 
 struct FormatOptions {
@@ -22,16 +21,12 @@ struct FormatOptions {
 class RowFormatter {
  public:
   virtual ~RowFormatter() = default;
-  /// What stands before the first row, once for an output.
+  /// Appends what comes before the first row. Call it once an output.
   virtual void header(TextBuffer& out) = 0;
+  /// Appends all rows of a batch, which was made for the formatter's catalogue.
   virtual void append(const RowBatch& rows, TextBuffer& out) = 0;
-  /// What stands behind the last row, once for an output.
+  /// Appends what comes after the last row. Call it once an output.
   virtual void footer(TextBuffer& out) = 0;
 };
-
-/// Format names: "table", "csv", "jsonl". Null for a name that is none of them.
-std::unique_ptr<RowFormatter> make_row_formatter(std::string_view format,
-                                                 const ColumnCatalogue& catalogue,
-                                                 const FormatOptions& options);
 
 }  // namespace qbt2

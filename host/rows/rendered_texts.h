@@ -8,18 +8,19 @@
 #include "host/base/text_buffer.h"
 #include "host/rows/row_batch.h"
 
-/// The texts of a batch as a format writes them (quoted, escaped, made safe), each rendered once
-/// and then copied, since rows repeat a few names. One thread.
+/// The texts of a batch as a format writes them (quoted, escaped), each rendered once and then
+/// copied, since rows repeat a few names. One thread.
 namespace qbt2 {
 
-/// Appends `text` to `out` in the way of a format.
+/// Appends `text` to `out` as a format writes it.
 using TextRenderer = void (*)(std::string_view text, TextBuffer& out);
 
 class RenderedTexts {
  public:
   explicit RenderedTexts(TextRenderer render) : render_(render) {}
 
-  /// To be called before the texts of a batch are asked for: forgets those of another pool.
+  /// Call it before get() for each batch; drops the texts of another pool. Borrows the pool until
+  /// the next use().
   void use(const TextPool& pool);
   /// Text `id` of the pool in use; valid until the next call.
   std::string_view get(std::uint32_t id);

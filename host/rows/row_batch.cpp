@@ -11,8 +11,8 @@ constexpr std::size_t kMaxColumns = 256;
 constexpr std::size_t kCacheLineBytes = 64;
 constexpr std::size_t kGapBytes = sizeof(std::uint64_t);  // what value() may read past a cell
 
-// Names and descriptions of some hundred probes stay far below; a decoder that writes a new text
-// into every row meets these once a batch.
+// Names and descriptions of some hundred probes stay far below these limits; a decoder that writes
+// a new text into every row reaches them with every batch.
 constexpr std::size_t kKeptTexts = 16384;
 constexpr std::size_t kKeptTextBytes = 4U << 20;
 
@@ -82,8 +82,8 @@ void RowBatch::clear() {
 }
 
 void RowBatch::allocate_cells() {
-  // The gap also keeps the columns of a batch whose capacity is a power of two from beginning in
-  // the same set of the cache, where the forty cells of one row would drive each other out.
+  // The gap also keeps the columns of a batch whose capacity is a power of two from starting in the
+  // same cache set, where the forty cells of one row would evict each other.
   std::size_t end = 0;
   for (Column& column : columns_) {
     column.begin = end;

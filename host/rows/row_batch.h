@@ -14,7 +14,7 @@
 /// its text pool belong to one thread at a time.
 namespace qbt2 {
 
-/// What GetColumnInfo told of one column of the decoder.
+/// One column of the decoder, as GetColumnInfo describes it.
 struct ColumnDescription {
   std::string name;             ///< shown to people: "Route ID"
   std::string key;              ///< used by machines: "RouteID"
@@ -31,11 +31,11 @@ struct ColumnCatalogue {
 
 enum class RowKind : std::uint8_t { kUnknown, kThroughput, kLatency, kTransaction };
 
-/// Throws Error(kPlugin) when the catalogue has more columns than a position byte can name, or a
-/// column whose values are not 1, 2, 4 or 8 bytes.
+/// Throws Error(kPlugin) when the catalogue has more columns than there are position bytes, or a
+/// column whose values are not 1, 2, 4 or 8 bytes long.
 void check_catalogue(const ColumnCatalogue& catalogue);
 
-/// Texts that rows repeat (master names, descriptions), each kept once and named by a number.
+/// Texts that rows repeat (master names, descriptions), each stored once under a number.
 class TextPool {
  public:
   TextPool();
@@ -45,11 +45,11 @@ class TextPool {
   std::size_t size() const { return texts_.size(); }
   /// Bytes of all texts together.
   std::size_t size_bytes() const { return size_bytes_; }
-  /// Forgets all texts, so that a decoder that never repeats one cannot fill the memory. Numbers
-  /// given out before become invalid; `generation` tells caches so.
+  /// Drops all texts, so that a decoder that never repeats one cannot fill the memory. All numbers
+  /// become invalid; caches see that by `generation`.
   void clear();
-  /// Differs between any two pools of the process and changes with clear(): whoever remembers a
-  /// text's number remembers this with it, and needs no pointer to the pool.
+  /// Differs between any two pools of the process and changes with clear(). A cache that keeps it
+  /// with a text's number needs no pointer to the pool.
   std::uint64_t generation() const { return generation_; }
 
  private:
@@ -83,10 +83,10 @@ class ColumnMask {
   }
 
  private:
-  std::array<std::uint64_t, 4> words_{};  // a position byte names at most 256 columns
+  std::array<std::uint64_t, 4> words_{};  ///< as many columns as position bytes
 };
 
-/// Fields that rows have beside the catalogue's columns.
+/// Fields that rows have besides the catalogue's columns.
 struct RowHead {
   std::uint64_t offset = 0;
   std::uint64_t timestamp = 0;
@@ -110,8 +110,8 @@ struct RowHead {
 
 inline constexpr std::size_t kDefaultBatchRows = 4096;
 
-/// At most `capacity` rows. Numbers are stored per column, little-endian in the column's own width;
-/// where a row has no value the cell's content means nothing.
+/// At most `capacity` rows. Numbers are stored column by column, little-endian in the column's own
+/// width. A cell is undefined where its row has no value (see RowHead::columns).
 class RowBatch {
  public:
   /// The catalogue must outlive the batch. Throws what check_catalogue throws.
@@ -121,7 +121,7 @@ class RowBatch {
   std::size_t capacity() const { return capacity_; }
   std::size_t size() const { return size_; }
   bool full() const { return size_ == capacity_; }
-  /// Drops the rows, keeps the memory; the text pool is emptied only when it has grown past reason.
+  /// Drops the rows and keeps the memory. Texts are kept too unless the pool has grown too large.
   void clear();
 
   /// The head of row `row`; the row being filled is row size().
@@ -135,13 +135,13 @@ class RowBatch {
     return cells_.get() + columns_[k].begin + row * columns_[k].width;
   }
   std::uint64_t value(std::size_t k, std::size_t row) const {
-    // Always eight bytes, then the column's own kept: the gap behind each column makes that safe,
-    // and a copy of known length is one load where one of variable length is a call.
+    // Always loads eight bytes and masks the column's own: the gap after each column makes that
+    // safe, and a copy of constant size is one load where one of variable size is a call.
     std::uint64_t v;
     std::memcpy(&v, cells_.get() + columns_[k].begin + row * columns_[k].width, sizeof v);
     return v & columns_[k].mask;
   }
-  /// Makes the row being filled count.
+  /// Adds the row that was being filled.
   void commit_row() { ++size_; }
   /// Keeps only the first `rows` rows.
   void truncate(std::size_t rows) { size_ = rows < size_ ? rows : size_; }

@@ -19,12 +19,12 @@ char lower(char c) {
   return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
 }
 
-bool equal_but_case(std::string_view a, std::string_view b) {
+bool equal_ignoring_case(std::string_view a, std::string_view b) {
   return std::equal(a.begin(), a.end(), b.begin(), b.end(),
                     [](char x, char y) { return lower(x) == lower(y); });
 }
 
-/// Single-character changes that turn one name into the other, whatever the case.
+/// Single-character edits that turn one name into the other, ignoring case.
 std::size_t edit_distance(std::string_view a, std::string_view b) {
   std::vector<std::size_t> line(b.size() + 1);
   std::iota(line.begin(), line.end(), std::size_t{0});
@@ -40,7 +40,7 @@ std::size_t edit_distance(std::string_view a, std::string_view b) {
 }
 
 [[noreturn]] void throw_unknown(const ColumnCatalogue& catalogue, std::string_view name) {
-  constexpr std::size_t kLongestName = 64;  // a longer one is no slip of the finger
+  constexpr std::size_t kLongestName = 64;  // a longer one is not a typing error
   std::string text = "unknown column '" + std::string(name) + "'";
   if (name.size() <= kLongestName) {
     const std::vector<FieldIndex> fields = all_fields(catalogue);
@@ -62,7 +62,7 @@ FieldIndex find_field(const ColumnCatalogue& catalogue, std::string_view name) {
                             [&](FieldIndex f) { return field_name(catalogue, f) == name; });
   if (found == fields.end()) {
     found = std::find_if(fields.begin(), fields.end(), [&](FieldIndex f) {
-      return equal_but_case(field_name(catalogue, f), name);
+      return equal_ignoring_case(field_name(catalogue, f), name);
     });
   }
   if (found == fields.end()) throw_unknown(catalogue, name);

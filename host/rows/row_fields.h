@@ -7,7 +7,8 @@
 
 #include "host/rows/row_batch.h"
 
-/// The fields of a row as machines name them, and the choice of fields that a user makes.
+/// The names of a row's fields in machine-readable outputs, and a user's choice among them. Pure
+/// functions, any thread.
 namespace qbt2 {
 
 /// The fields before the catalogue's columns, in their fixed order.
@@ -29,14 +30,14 @@ std::string_view field_name(BuiltinField field);
 /// "throughput", "latency", "transaction"; empty for kUnknown.
 std::string_view kind_name(RowKind kind);
 
-/// Field number f: below kBuiltinFieldCount a BuiltinField, from there on catalogue column
+/// A number f below kBuiltinFieldCount is that BuiltinField, any other is the catalogue column
 /// f - kBuiltinFieldCount.
 using FieldIndex = std::size_t;
 std::string_view field_name(const ColumnCatalogue& catalogue, FieldIndex field);
 /// All fields in their fixed order.
 std::vector<FieldIndex> all_fields(const ColumnCatalogue& catalogue);
 /// The fields that a comma-separated list names, in the list's order. Throws Error(kUsage) naming
-/// what is unknown, and the nearest known name.
+/// the unknown name and the nearest known one.
 std::vector<FieldIndex> parse_field_list(const ColumnCatalogue& catalogue, std::string_view list);
 /// The catalogue columns among the fields that the list names; all for an empty list. Throws as
 /// parse_field_list does.

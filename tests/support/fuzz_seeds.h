@@ -8,8 +8,8 @@
 #include <iterator>
 #include <vector>
 
-/// Runs a fuzz target, which aborts on what it objects to, over its seeds: whole, cut at every byte
-/// and with every byte changed.
+/// Runs a fuzz target, which aborts on a fault, over its seeds: whole, cut at every byte and with
+/// every byte changed.
 namespace qbt2::test {
 
 using FuzzTarget = int (*)(const std::uint8_t* data, std::size_t size);

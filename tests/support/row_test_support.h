@@ -5,11 +5,11 @@
 #include <string_view>
 #include <vector>
 
-#include "host/format/row_formatter.h"
+#include "host/format/formatter_factory.h"
 #include "host/rows/row_reader.h"
 
-/// A small catalogue with a telling column of each kind and a column of each width, and record
-/// streams put together field by field for it.
+/// A small catalogue with the column that identifies each kind of row and a column of each width,
+/// and record streams for it, built field by field.
 namespace qbt2::test {
 
 inline constexpr std::uint8_t kFirst = 0x40;  // position byte of the first column

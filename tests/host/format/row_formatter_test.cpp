@@ -1,4 +1,4 @@
-#include "host/format/row_formatter.h"
+#include "host/format/formatter_factory.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

@@ -1,4 +1,4 @@
-#include "host/format/row_formatter.h"
+#include "host/format/formatter_factory.h"
 
 #include "host/format/csv_formatter.h"
 #include "host/format/jsonl_formatter.h"
