@@ -21,7 +21,7 @@ std::string text(std::span<const std::uint8_t> bytes) {
   return {bytes.begin(), bytes.end()};
 }
 
-/// Everything that is left, taken in pieces of `piece` bytes.
+/// The rest of the file, read in pieces of `piece` bytes.
 std::string rest(InputFile& file, std::size_t piece) {
   std::string all;
   std::vector<std::uint8_t> buffer(piece);
@@ -29,7 +29,7 @@ std::string rest(InputFile& file, std::size_t piece) {
   return all;
 }
 
-/// A pipe whose other end a thread feeds in pieces of 1 to 61 bytes.
+/// A pipe that a thread fills in pieces of 1 to 61 bytes.
 class SlowPipe {
  public:
   explicit SlowPipe(std::string bytes) : bytes_(std::move(bytes)) {

@@ -141,8 +141,9 @@ TEST(DeviceDescription, ErrorsNamePlaceAndReason) {
       // broken JSON
       {"", "soc.json: is empty"},
       {"{", "unexpected end of input"},
-      {R"({"version":1,"name":"A","name":"B"})", "soc.json: $.name: this member is there twice"},
-      {with(R"("components":[{},{"a":{"x":1,"x":2}}])"), "$.components[1].a.x: this member is"},
+      {R"({"version":1,"name":"A","name":"B"})", "soc.json: $.name: this member appears twice"},
+      {with(R"("components":[{},{"a":{"x":1,"x":2}}])"),
+       "$.components[1].a.x: this member appears twice"},
       {with("\"a\":" + deep), "nested deeper than 32 levels"},
       {with("\"a\":\"\xC3\x28\""), "soc.json: byte 32: "},
       {std::string("\xFF\xFE{\0", 4), "soc.json: byte 0: "},

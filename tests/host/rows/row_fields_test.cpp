@@ -34,12 +34,12 @@ TEST(RowFields, ListsThatNameFields) {
   for (const auto& c : cases) EXPECT_EQ(parse_field_list(catalogue, c.list), c.fields) << c.list;
 }
 
-TEST(RowFields, AnExactNameGoesBeforeOneThatDiffersByCase) {
+TEST(RowFields, AnExactNameIsPreferredToOneThatDiffersByCase) {
   const ColumnCatalogue catalogue{0x40, {{"", "MODE", "", 1}, {"", "Mode", "", 1}}};
   EXPECT_EQ(parse_field_list(catalogue, "Mode"), std::vector<FieldIndex>{10});
 }
 
-TEST(RowFields, ListsThatAreRejectedTellWhy) {
+TEST(RowFields, RejectedListsNameTheReason) {
   const ColumnCatalogue catalogue = small_catalogue();
   const std::string far(10000, 'x');
   const struct {
