@@ -108,7 +108,7 @@ class TraceFileTest : public ::testing::Test, public TestFolder {
 
   const std::vector<std::string> sections = {
       section("KZTrace", 20, header_with_lists()),
-      section("KZDecode", 1, "# note\nDECODER=\nDATA_TYPE=0\nDATA_FORMAT=7\nATBID=127\n"),
+      section("KZDecode", 1, "# note\nDECODER=\nDATA_TYPE=0\nDATA_FORMAT=7\nATBID=111\n"),
       section("DEVID", 1,
               "EMU=\nPORT=\nDEVICEID=\nDEVICEMAP=a$1~\nDEVINFO=\nOUTFILES=\nTRACEID=\n"
               "PROCMAP=p$7$~\n"),
@@ -166,7 +166,7 @@ TEST(SectionTextCheck, FindsTheLinesThatReadersMisunderstand) {
       {check_settings_text, "QBT2_0x5=a\n", 0, "QBT2_0x5: the decoder never reads it"},
       {check_decoder_text, " #\nDECODER=\nATBID = 5\n", 0, nullptr},
       {check_decoder_text, "DATA_TYPE=0x3\n", 0, "from 0 to 7"},
-      {check_decoder_text, "\nATBID=128\n", 1, "from 0 to 127"},
+      {check_decoder_text, "\nATBID=112\n", 1, "from 0 to 111"},
       {check_decoder_text, "decoder=X\n", 0, "'decoder' is not a key"},
       {check_decoder_text, "DECODER\n", 0, "is not KEY=VALUE"},
       {check_device_text, "EMU=$~\nDEVICEID= 0x1 ,2\nPROCMAP=a$1$~b$2$~\n", 0, nullptr},
