@@ -2,14 +2,17 @@
 //
 // The input is a sequence of streams, each after its 16-bit length, so that one input can make a
 // reader use remembered shapes. Aborts when a reader with remembered shapes and a new one disagree,
-// or when a JSON line is not JSON.
+// when a JSON line is not JSON, or when a CSV record read back does not have the same texts.
 #include <cstdint>
 #include <cstdlib>
 #include <nlohmann/json.hpp>
 #include <span>
 #include <string>
+#include <string_view>
+#include <vector>
 
 #include "host/format/formatter_factory.h"
+#include "host/rows/row_fields.h"
 #include "host/rows/row_reader.h"
 
 namespace {
@@ -38,8 +41,55 @@ std::string formatted(const char* format, const RowBatch& rows, std::size_t term
   return std::string(out.view());
 }
 
+/// RFC 4180, written for this check: the cells of the record at the start of `text`, which moves
+/// on.
+std::vector<std::string> take_record(std::string_view& text) {
+  std::vector<std::string> cells(1);
+  bool quoted = false;
+  for (;;) {
+    require(!text.empty());
+    const char c = text.front();
+    text.remove_prefix(1);
+    if (quoted) {
+      if (c != '"') {
+        cells.back() += c;
+      } else if (!text.empty() && text.front() == '"') {
+        cells.back() += '"';
+        text.remove_prefix(1);
+      } else {
+        quoted = false;
+        require(!text.empty() && (text.front() == ',' || text.front() == '\n'));
+      }
+    } else if (c == '"') {
+      require(cells.back().empty());
+      quoted = true;
+    } else if (c == ',') {
+      cells.emplace_back();
+    } else if (c == '\n') {
+      return cells;
+    } else {
+      cells.back() += c;
+    }
+  }
+}
+
+void check_same_texts(std::string_view& csv, const nlohmann::json& row) {
+  const std::vector<std::string> cells = take_record(csv);
+  const std::vector<FieldIndex> fields = all_fields(catalogue());
+  require(cells.size() == fields.size());
+  for (std::size_t i = 0; i < fields.size(); ++i) {
+    const auto value = row.find(std::string(field_name(catalogue(), fields[i])));
+    if (value == row.end()) {
+      require(cells[i].empty());
+    } else {
+      require(cells[i] == (value->is_string() ? value->get<std::string>() : value->dump()));
+    }
+  }
+}
+
 void check_formats(const RowBatch& rows) {
-  formatted("csv", rows, 0);
+  const std::string records = formatted("csv", rows, 0);
+  std::string_view csv = records;
   formatted("table", rows, 0);
   formatted("table", rows, 80);
   const std::string lines = formatted("jsonl", rows, 0);
@@ -47,10 +97,12 @@ void check_formats(const RowBatch& rows) {
   for (std::size_t begin = 0; begin < lines.size(); ++count) {
     const std::size_t end = lines.find('\n', begin);
     require(end != std::string::npos);
-    require(nlohmann::json::accept(lines.substr(begin, end - begin)));
+    const auto row = nlohmann::json::parse(lines.substr(begin, end - begin), nullptr, false);
+    require(row.is_object());
+    check_same_texts(csv, row);
     begin = end + 1;
   }
-  require(count == rows.size());
+  require(count == rows.size() && csv.empty());
 }
 
 }  // namespace

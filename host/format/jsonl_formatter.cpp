@@ -24,18 +24,20 @@ RowStyle json_style() {
           .label = append_label};
 }
 
-char* write_escape(char* at, char character) {
+char* write_escape(char* at, char32_t character) {
   *at++ = '\\';
   if (character == '"' || character == '\\') {
-    *at++ = character;
+    *at++ = static_cast<char>(character);
     return at;
   }
   *at++ = 'u';
-  return write_hex(at, static_cast<unsigned char>(character), 4);
+  return write_hex(at, character, 4);
 }
 
-bool needs_escape(std::string_view text) {
-  return text[0] == '"' || text[0] == '\\' || static_cast<unsigned char>(text[0]) < 0x20;
+/// JSON asks for quotes, backslashes and C0; DEL and C1 are escaped too, since a terminal that
+/// shows the line would act upon them.
+bool needs_escape(char32_t c) {
+  return c == '"' || c == '\\' || c < 0x20 || (c >= 0x7F && c <= 0x9F);
 }
 
 }  // namespace
@@ -48,8 +50,8 @@ void append_json_text(std::string_view text, TextBuffer& out) {
   *at++ = '"';
   while (!text.empty()) {
     const Utf8Character character = first_character(text);
-    if (needs_escape(text)) {
-      at = write_escape(at, text[0]);
+    if (needs_escape(character.code_point)) {
+      at = write_escape(at, character.code_point);
     } else {
       const std::string_view written =
           character.valid ? text.substr(0, character.bytes) : kReplacementCharacter;

@@ -158,6 +158,8 @@ TEST_F(RowFormatterTest, HostileTextsAreQuotedInCsvAndComeBackFromJson) {
       {"a\r\nb\nc\r", "a\r\nb\nc\r", "\"a\r\nb\nc\r\""},
       {"back\\slash/\\u0041", "back\\slash/\\u0041", "back\\slash/\\u0041"},
       {control, control, "\"" + control + "\""},
+      {"\x7F\xC2\x80\xC2\x9F\xC2\xA0", "\x7F\xC2\x80\xC2\x9F\xC2\xA0",
+       "\x7F\xC2\x80\xC2\x9F\xC2\xA0"},
       {"\xC3\xA9\xF0\x9F\x98\x80", "\xC3\xA9\xF0\x9F\x98\x80", "\xC3\xA9\xF0\x9F\x98\x80"},
       {"\xFF|\xC3|\xED\xA0\x80|\xF0\x9F\x98", broken, broken},
       {huge, huge, "\"" + huge + huge + "\""},
@@ -172,7 +174,13 @@ TEST_F(RowFormatterTest, HostileTextsAreQuotedInCsvAndComeBackFromJson) {
     const std::string shown = c.text.substr(0, 32);
     const std::string record = c.csv + ",5," + c.csv + "\n";
     EXPECT_TRUE(formatted("csv", rows, options) == "master,Bytes,description\n" + record) << shown;
-    const auto json = nlohmann::json::parse(formatted("jsonl", rows, options));
+    const std::string line = formatted("jsonl", rows, options);
+    EXPECT_TRUE(std::none_of(line.begin(), line.end() - 1, [](char byte) {
+      return (byte >= 0 && byte < 0x20) || byte == 0x7F;
+    })) << shown;
+    EXPECT_EQ(line.find("\xC2\x80"), std::string::npos);
+    EXPECT_EQ(line.find("\xC2\x9F"), std::string::npos);
+    const auto json = nlohmann::json::parse(line);
     EXPECT_TRUE(json["master"] == c.read_back && json["description"] == c.read_back) << shown;
     EXPECT_EQ(json["Bytes"], 5) << shown;
   }

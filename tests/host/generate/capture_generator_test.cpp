@@ -344,7 +344,8 @@ TEST(DamageInjector, DamagesExactlyAsManyPlacesAsRequestedAndNotTheBeginning) {
     Bytes first;
     for (int i = 0; i < 50; ++i) {
       Bytes piece(10'000, 0x5A);
-      damage.apply(piece, static_cast<std::uint64_t>(i) * 10'000, static_cast<unsigned>(i) + 1U, 50);
+      damage.apply(piece, static_cast<std::uint64_t>(i) * 10'000, static_cast<unsigned>(i) + 1U,
+                   50);
       if (i == 0) first.assign(piece.begin(), piece.begin() + kUndamagedBytes);
     }
     EXPECT_EQ(damage.places_done(), places);

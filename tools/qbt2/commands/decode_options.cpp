@@ -70,7 +70,9 @@ void DecodeArguments::add_to(CLI::App& app) {
   app.add_option("--input", input, "What the captures are: auto, samples, stp or frames")
       ->check(CLI::IsMember({"auto", "samples", "stp", "frames"}))
       ->capture_default_str();
-  app.add_option("--atb-id", atb_id, "Frames: the source to decode (default: the only one there)");
+  app.add_option(
+      "--atb-id", atb_id,
+      "Frames: the source to decode, 1 to 0x6F (default: the setting ATBID, else the only one)");
   app.add_option("--framing", framing,
                  "How a message ends: auto, flag, marker-first, marker-last or timestamp-last")
       ->check(CLI::IsMember({"auto", "flag", "marker-first", "marker-last", "timestamp-last"}))
