@@ -1,18 +1,20 @@
 #pragma once
 
+#include <array>
+#include <charconv>
 #include <cstdint>
-#include <sstream>
 #include <string>
 
 #include "decoder/probe_data.h"
 
 /// The texts of a row, for the row writers and the prepared rows. Pure functions.
 
-/// Lowercase hexadecimal digits without prefix or leading zeros; "0" for zero.
+/// Lowercase hexadecimal digits without prefix or leading zeros; "0" for zero. Not through a
+/// stream: that would group them as the host's locale says.
 inline std::string HexDigits(std::uint32_t value) {
-  std::ostringstream text;
-  text << std::hex << value;
-  return text.str();
+  std::array<char, 8> digits;
+  return {digits.data(),
+          std::to_chars(digits.data(), digits.data() + digits.size(), value, 16).ptr};
 }
 
 inline constexpr const char* kTransactionDescription = "Transaction logging";

@@ -1,6 +1,7 @@
 // Rows of the three message kinds, assembled by hand.
 
 #include <algorithm>
+#include <locale>
 
 #include "tests/decoder/decoder_test_support.h"
 
@@ -37,6 +38,23 @@ TEST_F(RowsTest, Throughput) {
   EXPECT_EQ(Decode(Sample(9, {0, 0})),
             Head(9, "Unknown", "Throughput statistics: sampling period unknown") +
                 Hex("64 00000000  65 00000000  66 00000000  8B 00000000  8C 00000000  FE"));
+}
+
+/// Digits in threes, as a host's locale may have them.
+struct Grouping : std::numpunct<char> {
+  [[nodiscard]] std::string do_grouping() const override { return "\3"; }
+};
+
+TEST_F(RowsTest, DigitsAreNotGroupedByTheHostsLocale) {
+  const std::locale before = std::locale::global(std::locale(std::locale::classic(), new Grouping));
+  Load({{"QBT2_1234567", UsecaseLine("DMA1", "0x12345678")}}, {1234567});
+  const Bytes prepared = Decode(Sample(0x87, {0, 0}));
+  Peer().ClearPreparedRows();
+  const Bytes checked = Decode(Sample(0x87, {0, 0}));
+  std::locale::global(before);
+  const Bytes head = Head(0x87, "DMA1", "Throughput statistics per 0x12345678 clock cycles");
+  EXPECT_EQ(Bytes(prepared.begin(), prepared.begin() + 70), Bytes(head.begin(), head.begin() + 70));
+  EXPECT_EQ(checked, prepared);
 }
 
 TEST_F(RowsTest, Latency) {
