@@ -21,6 +21,8 @@ struct GroupFrame {
   BooleanProperty* node;
   BooleanList children;
   std::size_t next = 0;
+  bool reports = false;         ///< whether its parent is updated once its children are set
+  bool childrenReport = false;  ///< whether all its children's parents are
 };
 
 BooleanProperty* AsBoolean(IProperty* property) {
@@ -129,16 +131,24 @@ void BooleanProperty::SetValue(bool value) {
 /// So they are left out: with them, a wide or a deep tree would take quadratic time. Only a node of
 /// a host's class, at the root or above, could notice, as it may override UpdateSelf; then every
 /// call is made.
+///
+/// All this holds for a child whose parent is the group that lists it. Another child (two groups
+/// list it, or SetParent was called) is the root of a tree of its own, with a call at its end.
 void BooleanProperty::SetTree(bool value) {
+  const auto enter = [value](BooleanProperty& node) {
+    GroupFrame group{&node, BooleanChildren(node)};
+    group.childrenReport = !value && !group.children.empty() && HostClassAtOrAbove(node);
+    return group;
+  };
   std::vector<GroupFrame> path;
-  path.push_back({this, BooleanChildren(*this)});
-  const bool reportAll = !value && !path.back().children.empty() && HostClassAtOrAbove(*this);
+  path.push_back(enter(*this));
   while (!path.empty()) {
     GroupFrame& group = path.back();
     if (group.next == group.children.size()) {
-      const BooleanProperty& done = *group.node;
-      if (reportAll && path.size() > 1) done.UpdateParent();
+      const BooleanHandle done = ReferenceCounting::Share(group.node);
+      const bool reports = group.reports;
       path.pop_back();
+      if (reports) done->UpdateParent();
       continue;
     }
     BooleanProperty& child = *group.children[group.next++];
@@ -146,7 +156,14 @@ void BooleanProperty::SetTree(bool value) {
       child.SetValue(value);
     } else if (child.m_value != value) {
       child.m_value = value;
-      path.push_back({&child, BooleanChildren(child)});
+      if (PropertyTree::Parent(child) == group.node) {
+        GroupFrame below{&child, BooleanChildren(child)};
+        below.reports = below.childrenReport = group.childrenReport;
+        path.push_back(std::move(below));
+      } else {
+        path.push_back(enter(child));
+        path.back().reports = !value;
+      }
     }
   }
 }

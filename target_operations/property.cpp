@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstring>
+#include <utility>
 
 #include "target_operations/reference_handle.h"
 #include "target_operations/text.h"
@@ -181,11 +182,17 @@ void Property::SetParent(Property* parent) {
   m_parent = parent;
 }
 
+// A host's node that is destroyed here may call back: it may add a child, which is released too, or
+// remove all, which is being done already. A released child leaves a null entry until the end.
 void Property::RemoveAllSubProperties() {
-  for (IProperty* const child : m_children) {
+  if (m_removingChildren) return;
+  m_removingChildren = true;
+  for (std::size_t i = 0; i < m_children.size(); ++i) {
+    IProperty* const child = std::exchange(m_children[i], nullptr);
     if (child != nullptr) child->Release();
   }
   m_children.clear();
+  m_removingChildren = false;
 }
 
 void Property::RemoveAllKeys() {

@@ -77,7 +77,8 @@ class QBT2_API Property : public ReferenceCount, public virtual IAttachablePrope
   /// Appends the children to `out`; the caller releases each.
   virtual void GetSubProperties(std::vector<IProperty*>& out) const;
   /// Releases every child in order. Their parent pointers deliberately stay: the owner of another
-  /// reference to a child that outlives this node calls SetParent(nullptr) on it.
+  /// reference to a child that outlives this node calls SetParent(nullptr) on it. A call from the
+  /// destructor of such a child does nothing; a child that is added there is released too.
   virtual void RemoveAllSubProperties();
   virtual void RemoveAllKeys();
   virtual void SetName(const char* name);
@@ -122,6 +123,7 @@ class QBT2_API Property : public ReferenceCount, public virtual IAttachablePrope
   bool m_editable = true;
   bool m_disabled = false;
   bool m_haltCpu = false;
+  bool m_removingChildren = false;
   eREPLACABLE m_replacable = eReplacableDefault;
   std::vector<IProperty*> m_children;  ///< with a reference each; may contain null
   Property* m_parent = nullptr;        ///< not owned

@@ -24,6 +24,8 @@ class PropertyTree {
   [[nodiscard]] static const std::vector<IProperty*>& Children(const Property& node) {
     return node.m_children;
   }
+  /// The parent without a reference, or null.
+  [[nodiscard]] static const Property* Parent(const Property& node) { return node.m_parent; }
 
  private:
   friend class Property;

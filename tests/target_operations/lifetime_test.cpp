@@ -99,6 +99,34 @@ TEST_F(PropertyLifetime, NodesAreDestroyedParentFirstAndInOrder) {
             "1 1.1 2.1 2.2 3 1 1.1 2.1 2.2 3 ");
 }
 
+/// While it is destroyed, it adds a child to its former parent and removes all.
+struct MeddlingNode : LoggingNode {
+  MeddlingNode(Property& parent, std::string& log)
+      : LoggingNode("meddler", log), m_parent(parent) {}
+  ~MeddlingNode() override {
+    for (int child = 0; child < 20; ++child) m_parent.AddChild(new LoggingNode("late", m_log));
+    m_parent.RemoveAllSubProperties();
+    m_log += std::to_string(m_parent.GetNumSubProperties()) + ' ';
+  }
+  Property& m_parent;
+};
+
+TEST_F(PropertyLifetime, RemovedChildrenAreReleasedInOrderWhateverTheyDo) {
+  std::string log;
+  const auto parent = Node("parent");
+  parent->AddChild(new LoggingNode("1", log));
+  parent->AddChild(new MeddlingNode(*parent, log));
+  parent->AddChild(new LoggingNode("3", log));
+  parent->RemoveAllSubProperties();
+  EXPECT_EQ(log.substr(0, 23), "1 23 meddler 3 late lat");
+  EXPECT_EQ(log.size(), 15U + 20 * 5);
+  EXPECT_EQ(parent->GetNumSubProperties(), 0U);
+  parent->AddChild(new LoggingNode("again", log));
+  parent->RemoveAllSubProperties();
+  EXPECT_EQ(log.substr(115), "again ");
+  std::string().swap(log);
+}
+
 TEST_F(PropertyLifetime, DisablingReachesAllLevelsThroughAHostsOperation) {
   std::string log;
   const auto root = Node("root");
