@@ -6,14 +6,27 @@
 
 using Kz::Dvt::Trace::DecodeError;
 
+namespace {
+
+/// Without memory the record is lost: nothing but DecodeError leaves ProcessSamples.
+void LogFailure(const char* text) noexcept {
+  try {
+    QBT2_LOG(kLogAboveTwo, KZ_DVT::uLogKindError, kDecoderLogStyle, "%s", text);
+  } catch (...) {  // NOLINT(bugprone-empty-catch): see above
+  }
+}
+
+[[noreturn]] void FailUnknown() {
+  LogFailure("StpQBTracer2Decoder: unknown error");
+  throw DecodeError{2, 0};
+}
+
+}  // namespace
+
 void StpQBTracer2Decoder::ProcessSamples(std::uint32_t /*unused*/, std::uint8_t* input,
                                          std::uint32_t capacity, std::uint8_t* output,
                                          std::uint32_t& bytesProduced) {
-  if (input == nullptr || output == nullptr) {
-    QBT2_LOG(kLogAboveTwo, KZ_DVT::uLogKindError, kDecoderLogStyle,
-             "StpQBTracer2Decoder: unknown error");
-    throw DecodeError{2, 0};
-  }
+  if (input == nullptr || output == nullptr) FailUnknown();
   inputBuffer = input;
   currentProbeId = input[SampleFormat::kProbeIdOffset];
   outputCursor = output;
@@ -25,13 +38,10 @@ void StpQBTracer2Decoder::ProcessSamples(std::uint32_t /*unused*/, std::uint8_t*
   try {
     DecodeSample();
   } catch (const DecodeError&) {
-    QBT2_LOG(kLogAboveTwo, KZ_DVT::uLogKindError, kDecoderLogStyle,
-             "StpQBTracer2Decoder: Decode error");
+    LogFailure("StpQBTracer2Decoder: Decode error");
     throw;
   } catch (...) {
-    QBT2_LOG(kLogAboveTwo, KZ_DVT::uLogKindError, kDecoderLogStyle,
-             "StpQBTracer2Decoder: unknown error");
-    throw DecodeError{2, 0};
+    FailUnknown();
   }
   if (bytesWritten == 0) {
     // Deliberately without a room check: a host has to leave room for this byte.

@@ -2,34 +2,10 @@
 // after the row), errors and final state.
 
 #include <array>
-#include <cstdlib>
-#include <new>
 #include <random>
 
 #include "tests/decoder/decoder_test_support.h"
-
-// The sanitizers bring their own operator new, which checks more than this one counts.
-#if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
-#define QBT2_COUNTS_ALLOCATIONS
-
-namespace {
-std::size_t g_allocations = 0;
-}  // namespace
-
-[[gnu::noinline]] void* operator new(std::size_t size) {
-  ++g_allocations;
-  void* memory = std::malloc(size);
-  if (memory == nullptr) throw std::bad_alloc();
-  return memory;
-}
-// Neither is inlined, or the compiler takes malloc() and free() for a mismatch.
-[[gnu::noinline]] void operator delete(void* memory) noexcept {
-  std::free(memory);
-}
-[[gnu::noinline]] void operator delete(void* memory, std::size_t /*size*/) noexcept {
-  std::free(memory);
-}
-#endif
+#include "tests/support/live_blocks.h"
 
 namespace decoder_test {
 namespace {
@@ -174,20 +150,20 @@ TEST_F(PreparedRowsTest, WhatTakesTheFastPath) {
   EXPECT_FALSE(Peer().TakesPreparedRow(zeros.data(), output.data(), 400));
 }
 
-#if defined(QBT2_COUNTS_ALLOCATIONS)
 TEST_F(PreparedRowsTest, NoAllocationPerSample) {
   for (const std::size_t words : {2U, 4U, 6U}) {
     for (const std::uint8_t probe : Bytes{1, 99}) {
       Bytes sample = Sample(probe, Words(words, 7));
       Bytes output(kOutputBytes);
       std::uint32_t produced = 0;
-      const std::size_t before = g_allocations;
-      unit_->ProcessSamples(0, sample.data(), 400, output.data(), produced);
-      EXPECT_EQ(g_allocations, before) << words << " words, probe " << int{probe};
+      const std::string error = ErrorOf([&] {
+        const qbt2::test::FailingAllocations failing(0);
+        unit_->ProcessSamples(0, sample.data(), 400, output.data(), produced);
+      });
+      EXPECT_EQ(error, "none") << words << " words, probe " << int{probe};
     }
   }
 }
-#endif
 
 // A new load and new column ids reach rows that were prepared before.
 TEST_F(PreparedRowsTest, FollowsChangedSettings) {

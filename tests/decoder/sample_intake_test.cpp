@@ -4,6 +4,7 @@
 
 #include "gmock/gmock.h"
 #include "tests/decoder/decoder_test_support.h"
+#include "tests/support/live_blocks.h"
 
 namespace decoder_test {
 namespace {
@@ -69,6 +70,63 @@ TEST_F(SampleIntakeTest, NullPointersAreRefused) {
   EXPECT_EQ(ErrorOf([&] { unit_->ProcessSamples(0, sample.data(), 400, nullptr, produced); }),
             "{2, 0}");
   EXPECT_EQ(produced, 77U);
+}
+
+/// The kind of each record.
+std::string Kinds(const std::string& log) {
+  std::string kinds;
+  for (std::size_t line = 0; line < log.size(); line = log.find('\n', line) + 1) {
+    kinds += log[log.find_first_not_of(' ', line)];
+  }
+  return kinds;
+}
+
+TEST_F(SampleIntakeTest, OnlyAFullOutputIsLoggedBelowLevelSix) {
+  if (RanInFreshProcess()) return;
+  const Bytes pair{4, 1, 2, 3, 4};
+  Bytes output(64);
+  std::uint32_t produced = 0;
+  for (const int level : {1, 5, 6}) {
+    KZ_DVT::uLogSystem::GetLogSystem()->SetLoggingLevel(level);
+    const std::size_t logged = home_.Log().size();
+    const StpQBTracer2Decoder created;
+    ErrorOf([&] { unit_->ProcessSamples(0, nullptr, 64, output.data(), produced); });
+    ErrorOf([&] { Decode(RawSample(9, 7, pair + Bytes{4, 9})); });
+    Decode(RawSample(9, 8, pair + Bytes{2, 9, 9}));
+    Peer().StartOutput(output.data(), 64);
+    ErrorOf([&] { Peer().OutputData(3, 1, 7, true); });
+    ErrorOf([&] { Decode(Sample(9, {1, 2}), 1); });
+    const std::string log = home_.Log().substr(logged);
+    EXPECT_THAT(log, HasSubstr("output datasize is too small")) << level;
+    if (level < 6) {
+      EXPECT_EQ(Kinds(log), "E") << log;
+      continue;
+    }
+    // Unit created; null pointer; short payload, decode error; wrong length; wrong size; low
+    // capacity, full output, decode error.
+    EXPECT_EQ(Kinds(log), "MEEEEWWEE") << log;
+    EXPECT_THAT(log, ContainsRegex("\n    E [^\n]*\\| StpQBTracer2Decoder: unknown error\n"));
+  }
+}
+
+// The name is too long for a prepared row, so that every sample takes memory.
+TEST_F(SampleIntakeTest, WithoutMemoryOnlyDecodeErrorsLeave) {
+  if (RanInFreshProcess()) return;
+  Load({{"QBT2_9", UsecaseLine(std::string(2000, 'n'), "1")}}, {9});
+  Bytes sample = Sample(9, {1, 2});
+  Bytes output(3000);
+  std::uint32_t produced = 0;
+  for (const std::uint32_t capacity : {3000U, 20U}) {
+    std::string error;
+    std::size_t successes = 0;
+    do {
+      const qbt2::test::FailingAllocations failing(successes);
+      error = ErrorOf(
+          [&] { unit_->ProcessSamples(0, sample.data(), capacity, output.data(), produced); });
+    } while (error == "{2, 0}" && ++successes < 100);
+    EXPECT_EQ(error, capacity == 20 ? "{0, 2002}" : "none");
+    EXPECT_GT(successes, 2U);
+  }
 }
 
 TEST_F(SampleIntakeTest, LowCapacityIsLogged) {

@@ -3,7 +3,7 @@
 #include <limits>
 #include <new>
 
-#include "tests/target_operations/property_fixtures.h"
+#include "tests/support/live_blocks.h"
 
 namespace {
 
@@ -31,7 +31,7 @@ void operator delete(void* block, std::size_t /*size*/) noexcept {
   operator delete(block);
 }
 
-namespace property_tests {
+namespace qbt2::test {
 
 std::size_t LiveBlocks() {
   return live_blocks;
@@ -45,4 +45,4 @@ FailingAllocations::~FailingAllocations() {
   successes_left = kUnlimited;
 }
 
-}  // namespace property_tests
+}  // namespace qbt2::test

@@ -1,13 +1,14 @@
 #pragma once
 
-#include <cstddef>
-
 #include "target_operations/operations.h"
+#include "tests/support/live_blocks.h"
 
 /// Shared by the tests of the property tree.
 namespace property_tests {
 
 using namespace TargetOperations;
+using qbt2::test::FailingAllocations;
+using qbt2::test::LiveBlocks;
 using ReferenceCounting::Adopt;
 using ReferenceCounting::ReferenceHandle;
 using ReferenceCounting::Share;
@@ -48,18 +49,6 @@ class HostProperty : public ReferenceCount, public virtual IProperty {
   unsigned int GetNumSubProperties() const override { return 0; }
   void GetSubProperties(IProperty** /*out*/) const override {}
   IProperty* GetParentProperty() const override { return nullptr; }
-};
-
-/// Blocks from operator new that are not freed yet; see live_blocks.cpp.
-std::size_t LiveBlocks();
-
-/// During its life only `successes` allocations succeed; the others throw std::bad_alloc.
-class FailingAllocations {
- public:
-  explicit FailingAllocations(std::size_t successes);
-  ~FailingAllocations();
-  FailingAllocations(const FailingAllocations&) = delete;
-  FailingAllocations& operator=(const FailingAllocations&) = delete;
 };
 
 }  // namespace property_tests

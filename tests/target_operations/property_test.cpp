@@ -121,6 +121,8 @@ TEST(Property, CloneCopiesEveryFieldAndLevel) {
   const auto copy = Adopt(source->Clone());
   source->SetParent(nullptr);
   EXPECT_EQ(copy->GetParentProperty(), nullptr);
+  EXPECT_STREQ(copy->GetName(), "root");
+  EXPECT_STREQ(copy->GetDescription(), "description");
   std::vector<IProperty*> children;
   Property::GetSubProperties(copy.Get(), children);
   ASSERT_EQ(children.size(), 4U);

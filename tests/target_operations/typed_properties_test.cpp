@@ -104,6 +104,25 @@ TEST(StringProperty, TheChosenValueBringsItsAttributes) {
   EXPECT_STREQ(node->GetValue(), "");
 }
 
+/// A host's string, which notes what is set.
+struct NotingString : StringProperty {
+  explicit NotingString(const std::vector<ValueAttribute>& attributes)
+      : StringProperty(Named("n"), "", {}, attributes) {}
+  void SetChildKey(const char* key) override { m_log += std::string("child ") + key; }
+  void SetCategory(unsigned int category) override { m_log += " category " + Text(category); }
+  void SetEnumValue(int value) override { m_log += " enum " + Text(value); }
+  void SetHaltCPU(bool halt) override { m_log += " halt " + Text(halt); }
+  void SetSameLevelKey(const char* key) override { m_log += std::string(" level ") + key; }
+  static std::string Text(long number) { return std::to_string(number); }
+  std::string m_log;
+};
+
+TEST(StringProperty, AttributesAreSetThroughAHostsOperations) {
+  const auto node = Adopt(new NotingString({ValueAttribute("k", 1, 2, true, "l")}));
+  node->AddAllowedValues("first");
+  EXPECT_EQ(node->m_log, "child k category 2 enum 1 halt 1 level l");
+}
+
 TEST(StringProperty, ListsGrowWithoutRepeating) {
   const auto node = Adopt(new StringProperty(Named("n"), "old", {}, {}));
   node->AddAllowedValues(node->GetValue() + 1);
@@ -140,6 +159,15 @@ TEST(StringProperty, DisableAllowedTakesEnabled) {
   EXPECT_FALSE(node->IsDisabledAllowed(nullptr));
   node->DisableAllowed("B", true);
   EXPECT_FALSE(node->IsDisabledAllowed("B"));
+  // Every allowed value of that text; only the constructor repeats one.
+  const ValueAttribute attribute("k", 1, 2, true, "l");
+  const auto twice =
+      Adopt(new StringProperty(Named("n"), "", {"A", "B", "A"}, {attribute, attribute, attribute}));
+  twice->DisableAllowed("A", false);
+  std::vector<ValueAttribute> attributes;
+  twice->GetAllowedAttributes(attributes);
+  EXPECT_TRUE(attributes[0].IsDisabled() && attributes[2].IsDisabled());
+  EXPECT_FALSE(attributes[1].IsDisabled());
 }
 
 TEST(StringProperty, CopyOfANodeThatIsNotEditableHasNoAllowedValues) {
