@@ -39,15 +39,21 @@ TraceEnvironment& Environment() {
   return *environment;
 }
 
-/// All tools started from one debug client share its id; the id of a process that no longer exists
-/// is replaced by that of this process.
+/// A text that is not wholly a number is the id of no process.
+bool IsProcess(const std::string& pid) {
+  try {
+    return KZ_DVT::uProcess::LookupProcess(KZ_DVT::uString::ToNumeric<std::uint32_t>(pid.c_str()));
+  } catch (const KZ_DVT::uString::error&) {
+    return false;
+  }
+}
+
+/// All tools started from one debug client share its id; the id of a process that does not exist is
+/// replaced by that of this process.
 void SettleDebugClient(TraceEnvironment& environment) {
   std::string& pid = environment.debugClientPid;
   pid = uEnvironment::GetVar(kDebugClientVariable);
-  if (!pid.empty() &&
-      !KZ_DVT::uProcess::LookupProcess(KZ_DVT::uString::ToNumeric<std::uint32_t>(pid.c_str()))) {
-    pid.clear();
-  }
+  if (!pid.empty() && !IsProcess(pid)) pid.clear();
   if (pid.empty()) {
     pid = std::to_string(KZ_DVT::uProcess::GetPid());
     uEnvironment::SetVar(kDebugClientVariable, pid.c_str());
