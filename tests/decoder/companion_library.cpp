@@ -37,6 +37,12 @@ extern "C" QBT2_API void* CreateDeviceDataBaseUtility() {
   return static_cast<Kz::Dvt::Trace::CDeviceDataBaseUtility*>(&g_utility);
 }
 
+/// KZ_DVT::uLogSystem::GetLogSystem(), which the plug-in exports and calls.
+extern "C" QBT2_API void* _ZN6KZ_DVT10uLogSystem12GetLogSystemEv() {
+  Record("GetLogSystem");
+  return nullptr;
+}
+
 extern "C" QBT2_API void DestroyDeviceDataBaseUtility(void* /*utility*/) {
   Record("Destroy");
 }

@@ -10,7 +10,8 @@ namespace {
 
 class PluginTest : public testing::Test {
  protected:
-  PluginTest() : library_(dlopen(QBT2_PLUGIN_PATH, RTLD_NOW | RTLD_LOCAL)) {}
+  explicit PluginTest(void* /*loaded before*/ = nullptr)
+      : library_(dlopen(QBT2_PLUGIN_PATH, RTLD_NOW | RTLD_LOCAL)) {}
 
   template <typename Function>
   Function Find(const char* name) {
@@ -38,6 +39,29 @@ TEST_F(PluginTest, DecodesThroughTheEntryPoints) {
             "{0, 1}");
   destroy(handle);
   destroy(nullptr);
+}
+
+TEST_F(PluginTest, StaysLoaded) {
+  if (RanInFreshProcess()) return;
+  ASSERT_NE(library_, nullptr) << dlerror();
+  dlclose(library_);
+  EXPECT_NE(dlopen(QBT2_PLUGIN_PATH, RTLD_NOW | RTLD_NOLOAD), nullptr);
+}
+
+/// With a library in the process that has a function of the plug-in's.
+class PluginBesideOthersTest : public PluginTest {
+ protected:
+  PluginBesideOthersTest()
+      : PluginTest(InFreshProcess() ? dlopen(QBT2_TEST_COMPANION_PATH, RTLD_NOW | RTLD_GLOBAL)
+                                    : nullptr) {}
+};
+
+TEST_F(PluginBesideOthersTest, CallsItsOwnFunctions) {
+  if (RanInFreshProcess()) return;
+  ASSERT_NE(library_, nullptr) << dlerror();
+  Find<void* (*)()>("CreateDecoderUnit")();
+  const char* calls = std::getenv("COMPANION_CALLS");
+  EXPECT_EQ(std::string(calls != nullptr ? calls : ""), "Create;");
 }
 
 TEST_F(PluginTest, ExportedAndHiddenSymbols) {

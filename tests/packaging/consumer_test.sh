@@ -12,6 +12,10 @@ export HOME=$work/home  # the decoder makes its trace folders there
 cmake --install "$build" --prefix "$work/root" >"$work/install.log"
 libdir=$(dirname "$(find "$work/root" -name 'libqbt2decoder.so')")
 
+# The plain name, by which hosts load it, is a link to the versioned one.
+test -L "$libdir/libqbt2decoder.so"
+readelf -d "$libdir/libqbt2decoder.so" | grep -Eq 'SONAME.*libqbt2decoder\.so\.[0-9]'
+
 cmake -S "$here/consumer" -B "$work/cmake" -DCMAKE_PREFIX_PATH="$work/root" \
   -DCMAKE_CXX_FLAGS="$flags" >"$work/cmake.log"
 cmake --build "$work/cmake" >>"$work/cmake.log"
