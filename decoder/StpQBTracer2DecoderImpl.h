@@ -48,6 +48,9 @@ class StpQBTracer2Decoder : public Kz::Dvt::Trace::CDecoderUnitIF {
                       std::uint8_t* output, std::uint32_t& bytesProduced) override;
   void DataReset() override;
 
+  /// Frees their memory; samples take the checked path until the next DataReset.
+  void FreePreparedRows() noexcept { preparedRows.Free(); }
+
   /// In the slots after those of the interface. DestroyDecoderUnit does not run it.
   virtual ~StpQBTracer2Decoder();
 

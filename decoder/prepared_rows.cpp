@@ -109,6 +109,11 @@ void PreparedRows::ClearProbes() noexcept {
   headsOfProbe_.fill(ProbeHeads{});
 }
 
+void PreparedRows::Free() noexcept {
+  ClearProbes();
+  std::vector<std::uint8_t>().swap(heads_);
+}
+
 void PreparedRows::SetProbes(const std::vector<Qbt2ProbeData_t>& probes) {
   ClearProbes();
   heads_.clear();

@@ -70,6 +70,8 @@ class PreparedRows {
   void SetProbes(const std::vector<Qbt2ProbeData_t>& probes);
   /// Write refuses every sample until SetProbes is called.
   void ClearProbes() noexcept;
+  /// The same, and frees the memory of the heads.
+  void Free() noexcept;
 
   /// Writes the row of a sample with `payloadBytes` of payload and returns its size in bytes; 0,
   /// with nothing written, when the sample is left to the checked path.

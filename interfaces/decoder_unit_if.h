@@ -16,6 +16,8 @@
 ///
 /// A unit is used by one thread at a time; separate units are independent. Units are created one at
 /// a time, as the first one sets up the trace environment of the process.
+///
+/// The library is never unloaded: dlclose leaves it in the process, with its logs.
 namespace Kz::Dvt::Trace {
 
 class CDeviceIdentifier;
@@ -80,18 +82,29 @@ class CDecoderUnitIF {
                              std::string& name, std::string& key,
                              std::string& description) const = 0;
 
-  /// Sets the enabled flag of the column; an unknown id is ignored. Only GetColumnInfo reports the
-  /// flag: rows always hold all columns of their kind.
+  /// Sets the enabled flag of every column of this id; an unknown id is ignored. Only GetColumnInfo
+  /// reports the flag: rows always hold all columns of their kind.
   virtual void AddColumn(std::uint32_t id, bool enable) = 0;
 
   /// Decodes one sample (interfaces/sample_format.h) at `input` into one row, or the no-row marker,
-  /// at `output` (interfaces/record_format.h). `capacity` is the size of the output in bytes, to
-  /// which the host adds RecordFormat::kSlackBytes that it does not announce. Sets `bytesProduced`,
-  /// which is at least 1. The first argument is not used.
+  /// at `output` (interfaces/record_format.h). Sets `bytesProduced`, which is at least 1. The first
+  /// argument is not used.
   ///
-  /// Throws DecodeError and nothing else: kind 2 for a malformed sample or a null pointer, kind 0
-  /// for an output that is too small. Then `bytesProduced` is unchanged, the output holds the part
-  /// of the row that was written, and the unit can decode the next sample.
+  /// Writes up to RecordFormat::kSlackBytes (8) past `capacity`, whatever it is and also when it
+  /// throws; `bytesProduced` may then be greater than `capacity`. So announce 8 bytes less than
+  /// allocated:
+  ///
+  ///   std::vector<std::uint8_t> output(capacity + RecordFormat::kSlackBytes);
+  ///   unit->ProcessSamples(0, sample, capacity, output.data(), produced);
+  ///
+  /// A row takes at most 146 bytes plus the name of its master. A capacity below
+  /// RecordFormat::kLowCapacity is logged. Of the sample, the header and as many bytes as its
+  /// payload size says are read; nothing of it is kept.
+  ///
+  /// Throws DecodeError and nothing else: kind 2 for a malformed sample, a null pointer or
+  /// exhausted memory, kind 0 for an output that is too small. Then `bytesProduced` is unchanged,
+  /// the output holds the part of the row that was written, and the unit can decode the next
+  /// sample.
   virtual void ProcessSamples(std::uint32_t unused, std::uint8_t* input, std::uint32_t capacity,
                               std::uint8_t* output, std::uint32_t& bytesProduced) = 0;
 

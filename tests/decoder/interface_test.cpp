@@ -2,6 +2,7 @@
 
 #include "tests/decoder/decoder_test_support.h"
 #include "tests/support/golden_columns.h"
+#include "tests/support/live_blocks.h"
 #include "tests/support/virtual_slots.h"
 
 namespace decoder_test {
@@ -65,8 +66,11 @@ TEST_F(InterfaceTest, UnknownAndUnnumberedColumns) {
   const ColumnAnswer unnumbered = Ask(0xBAD0BAD0);
   EXPECT_EQ(unnumbered.name, "Byte Transactions");
   EXPECT_EQ(unnumbered.bits, 32U);
+  unit_->AddColumn(0xBAD0BAD0, true);
   EXPECT_EQ(Decode(Sample(1, {1, 2}))[74], 'n') << "the description's last character";
   EXPECT_EQ(Decode(Sample(1, {1, 2}))[75], 0xD0) << "the low byte of its id";
+  NumberColumns(100);
+  EXPECT_TRUE(Ask(100).enabled && Ask(144).enabled) << "they all had the id";
 }
 
 TEST_F(InterfaceTest, MasterIds) {
@@ -77,6 +81,44 @@ TEST_F(InterfaceTest, MasterIds) {
   unit_->SetMasterIds(Peer().MasterIds());
   unit_->GetMasterIds(ids);
   EXPECT_TRUE(ids.empty()) << "the decoder's own list is emptied before the copy";
+}
+
+TEST_F(InterfaceTest, FixedAnswers) {
+  CDecoderUnitIF& unit = *unit_;
+  auto type = static_cast<Kz::Dvt::Trace::eFunctionType>(7);
+  unit.GetFunctionInformation(type);
+  EXPECT_EQ(static_cast<int>(type), 0);
+  ConfigPropertyValue value;
+  value.type = Kz::Dvt::Trace::eConfigPropertyText;
+  value.text = "mine";
+  value.value.unsignedValue = 7;
+  unit.GetInfo("ClockRate", value);
+  EXPECT_EQ(value.type, Kz::Dvt::Trace::eConfigPropertyText);
+  EXPECT_EQ(value.text, "mine");
+  EXPECT_EQ(value.value.unsignedValue, 7U);
+  bool needed = true;
+  unit.GetTimestampAdjustmentNeeded(needed);
+  EXPECT_FALSE(needed);
+  std::uint32_t adjusted = 7;
+  unit.AdjustTimestamp(nullptr, adjusted);
+  EXPECT_EQ(adjusted, 0U);
+}
+
+/// Its members are not to be destroyed with it.
+struct ObservedUnit : StpQBTracer2Decoder {
+  explicit ObservedUnit(bool& destroyed) : destroyed_(destroyed) {}
+  ~ObservedUnit() override { destroyed_ = true; }
+  bool& destroyed_;
+};
+
+TEST_F(InterfaceTest, DestroyingAUnitFreesItsStorageOnly) {
+  bool destroyed = false;
+  const std::size_t before = qbt2::test::LiveBlocks();
+  auto* unit = new ObservedUnit(destroyed);
+  const std::size_t members = qbt2::test::LiveBlocks() - before - 1;
+  DestroyDecoderUnit(static_cast<CDecoderUnitIF*>(unit));
+  EXPECT_FALSE(destroyed);
+  EXPECT_EQ(qbt2::test::LiveBlocks() - before, members - 1) << "all but the prepared rows";
 }
 
 TEST_F(InterfaceTest, SlotOrder) {
