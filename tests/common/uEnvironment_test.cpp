@@ -1,5 +1,7 @@
 #include "common/source/source_utilities/uEnvironment.h"
 
+#include <sys/stat.h>
+
 #include <filesystem>
 
 #include "tests/support/child_process.h"
@@ -60,12 +62,17 @@ TEST_F(UEnvironment, Paths) {
     std::string out = "old";
     EXPECT_EQ(uEnvironment::GetParentDir(out, of), parent) << of;
   }
+  EXPECT_EQ(uEnvironment::GetCurrentExecutablePath(path),
+            std::filesystem::read_symlink("/proc/self/exe"));
 }
 
 TEST_F(UEnvironment, MakeDirectoryReturnsTheResultOfTheDeepestLevel) {
   const std::string deep = folder_.at("x/y");
+  const mode_t mask = ::umask(0002);
   EXPECT_EQ(uEnvironment::MakeDirectory(deep.c_str()), 0U);
+  ::umask(mask);
   EXPECT_TRUE(std::filesystem::is_directory(deep));
+  EXPECT_EQ(std::filesystem::status(deep).permissions(), std::filesystem::perms(0775));
   EXPECT_EQ(uEnvironment::MakeDirectory(deep.c_str()), 0xFFFFFFFFU) << "exists";
   EXPECT_EQ(uEnvironment::MakeDirectory((deep + "/z/").c_str()), 0U);
   EXPECT_EQ(uEnvironment::MakeDirectory("/"), 0xFFFFFFFFU);

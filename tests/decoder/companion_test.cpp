@@ -47,6 +47,8 @@ TEST_F(CompanionTest, CreatedOnceAndCalledBeforeTheFirstQuery) {
     EXPECT_EQ(Calls(), "Create;SetDeviceIdentifier(null);ZeroSupress;ClockRate;");
   }
   EXPECT_EQ(Calls().find("Destroy;"), std::string::npos) << "deliberately not called";
+  dlclose(library_);
+  EXPECT_NE(dlopen(QBT2_TEST_COMPANION_PATH, RTLD_NOW | RTLD_NOLOAD), nullptr) << "not unloaded";
 }
 
 TEST_F(CompanionTest, FailureIsTolerated) {

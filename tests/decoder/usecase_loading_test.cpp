@@ -130,13 +130,16 @@ TEST_F(UsecaseLoadingTest, AnswersAboutSuppressionAndClockAreNotUsed) {
 }
 
 TEST_F(UsecaseLoadingTest, WithoutAManagerNothingIsFound) {
+  Load({{"QBT2_1", UsecaseLine("One", "5")}}, {1, 2});
+  EXPECT_TRUE(Peer().Probes()[0].recordFound);
+  manager_.asked.clear();
   unit_->SetDeviceConfigManager(nullptr);
-  unit_->SetMasterIds({1, 2});
   unit_->DataReset();
   unit_->DataReset();
   ASSERT_EQ(Peer().Probes().size(), 2U);
   EXPECT_FALSE(Peer().Probes()[0].recordFound);
   EXPECT_FALSE(Peer().Probes()[1].recordFound);
+  EXPECT_TRUE(manager_.asked.empty());
 }
 
 TEST_F(UsecaseLoadingTest, StateBitsAreTheLastProbesUpperBits) {
@@ -148,10 +151,12 @@ TEST_F(UsecaseLoadingTest, StateBitsAreTheLastProbesUpperBits) {
 }
 
 TEST_F(UsecaseLoadingTest, MasterNames) {
-  const FakeEntry entries[] = {
-      {"CPU", "1"}, {"GPU", "0x11"}, {"LATE", "17"}, {"BAD", "none"}, {"AFTER", "30"}};
+  const FakeEntry entries[] = {{"NOT 1", "0x101"}, {"CPU", "1"},   {"DSP", "0x100000002"},
+                               {"GPU", "0x11"},    {"LATE", "17"}, {"BAD", "none"},
+                               {"AFTER", "30"}};
   FakeDeviceModel model;
-  model.masters = {&entries[0], nullptr, &entries[1], &entries[2], &entries[3], &entries[4]};
+  for (const FakeEntry& entry : entries)
+    model.masters.insert(model.masters.end(), {nullptr, &entry});
   struct {
     const char* what;
     FakeDeviceModel::Missing missing;
@@ -160,6 +165,7 @@ TEST_F(UsecaseLoadingTest, MasterNames) {
     bool found;
   } const cases[] = {
       {"decimal", FakeDeviceModel::kNothing, 1, "CPU", true},
+      {"cut to 32 bits", FakeDeviceModel::kNothing, 2, "DSP", true},
       {"hexadecimal, first of two", FakeDeviceModel::kNothing, 17, "GPU", true},
       {"after a value that is not a number", FakeDeviceModel::kNothing, 30, "MASTERNAME", false},
       {"no device", FakeDeviceModel::kDevice, 1, "MASTERNAME", true},

@@ -121,6 +121,20 @@ TEST_F(UsecaseSystem, IntegersAreCutToTheWidth) {
   EXPECT_EQ(word, 0x9ABCDEF0U);
 }
 
+/// A host's integer, whose query finds nothing.
+struct UnqueriedInteger : IntegerProperty {
+  UnqueriedInteger() : IntegerProperty({"n", "d"}, 5, s_none, false) {}
+  void* QueryInterface(ReferenceCounting::_ClassID /*id*/) override { return nullptr; }
+  static inline std::vector<unsigned long> s_none;
+};
+
+TEST_F(UsecaseSystem, IntegersAreFoundWithoutAQuery) {
+  m_jobs.Put(1, new UnqueriedInteger);
+  unsigned int word = 1;
+  EktTrace::usecase_system_get_integer_32(*m_root, &m_jobs, &word, 1);
+  EXPECT_EQ(word, 5U);
+}
+
 TEST_F(UsecaseSystem, AbsentOrOtherKindsLeaveTheOutputAlone) {
   for (const unsigned int id : {2U, 99U}) {
     unsigned int word = 5;
