@@ -98,6 +98,9 @@ inline constexpr std::uint8_t kNibbleF = 0xF;
 /// F nibbles of an ASYNC; a 0 follows them.
 inline constexpr std::uint64_t kAsyncRun = 21;
 inline constexpr std::uint64_t kAsyncNibbles = kAsyncRun + 1;
+/// F nibbles before a 0 that still count as one ASYNC and surplus F. More are no trace: the ASYNC
+/// synchronizes, but what the memory held before it is lost.
+inline constexpr std::uint64_t kLongestAsyncRun = 64;
 
 /// Nibbles of a timestamp by its size nibble; 15 is reserved.
 inline constexpr std::uint8_t kReservedTimestampSize = 15;

@@ -25,6 +25,8 @@ std::string_view to_string(StpSyncLoss reason) {
       return "STP version 1 is not supported";
     case StpSyncLoss::kCutByAsync:
       return "packet cut short by an ASYNC";
+    case StpSyncLoss::kRunOfOnes:
+      return "run of ones too long for an ASYNC";
   }
   return "unknown";
 }

@@ -41,12 +41,13 @@ inline constexpr int kStpKindCount = static_cast<int>(StpKind::kAsync) + 1;
 /// Why synchronization was lost. Each is damage of the stream; bytes before the first ASYNC and a
 /// packet cut by the end of the stream are not.
 enum class StpSyncLoss : std::uint8_t {
-  kReservedOpcode,         ///< includes a run of F that is not an ASYNC
+  kReservedOpcode,         ///< includes a short run of F that is not an ASYNC
   kUnsettledPacket,        ///< TIME, TIME_TS, DIP: their length is not settled
   kReservedTimestampSize,  ///< size nibble 15
   kReservedVersion,        ///< VERSION with 5, 6 or 7 in its low three bits
   kStpVersion1,            ///< VERSION with 0 or 1: another protocol, not supported
   kCutByAsync,             ///< an ASYNC began before the packet was complete
+  kRunOfOnes,              ///< more F in a row than kLongestAsyncRun, as erased flash has
 };
 
 /// A packet. The reader passes it by reference for one call; copy it to keep it.

@@ -218,12 +218,15 @@ std::size_t StpReader::search(std::span<const std::uint8_t> data, std::size_t at
   }
   at = detail::skip_f_run(data, at, f_run_);
   if (at == end) return end;
-  if (f_run_ >= kAsyncRun && detail::nibble_at(data, at) == 0) {
-    accept_async(origin_ + at - kAsyncRun, sink);
-    return at + 1;
+  const bool is_async = f_run_ >= kAsyncRun && detail::nibble_at(data, at) == 0;
+  if (f_run_ > kLongestAsyncRun) {
+    lose_sync(gap_begin_, StpSyncLoss::kRunOfOnes, sink);
+  } else if (!is_async) {
+    lose_sync(gap_begin_, StpSyncLoss::kReservedOpcode, sink);
   }
-  lose_sync(gap_begin_, StpSyncLoss::kReservedOpcode, sink);
-  return at;
+  if (!is_async) return at;
+  accept_async(origin_ + at - kAsyncRun, sink);
+  return at + 1;
 }
 
 template <StpSink Sink>

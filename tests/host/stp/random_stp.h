@@ -131,7 +131,7 @@ class RandomStp {
         return writer.async();
       }
       case 2:  // a run of F of any length
-        for (std::uint64_t count = below(60); count > 0; --count) writer.nibbles(0xF, 1);
+        for (std::uint64_t count = below(100); count > 0; --count) writer.nibbles(0xF, 1);
         return writer.nibbles(below(3), 1);
       case 3:  // reserved or unsettled
         return writer.nibbles(0xF00 + below(16), 3);

@@ -64,6 +64,7 @@ class ReferenceStpReader {
         bool only_f = true;
         for (std::size_t i = start; i < end; ++i) only_f = only_f && nibbles_[i] == 0xF;
         if (!last && !only_f) lose(start, StpSyncLoss::kCutByAsync);
+        if (!last && only_f && end + 21 - start > 64) lose(start, StpSyncLoss::kRunOfOnes);
         return skip(start, end);
       } catch (const Loss& loss) {
         lose(start, loss.reason);
@@ -116,7 +117,7 @@ class ReferenceStpReader {
     do {
       opcode += "0123456789ABCDEF"[take()];
     } while (opcode == "F" || opcode == "F0" || opcode == "F0F");
-    if (opcode == "FF") return read_f_run();
+    if (opcode == "FF") return read_f_run(start);
     fresh_ = fresh_ && (opcode == "0" || opcode == "F00");
     if (opcode == "F00") return read_version(start);
     if (opcode == "F02" || opcode == "F03") {
@@ -145,10 +146,11 @@ class ReferenceStpReader {
     emit(start, StpKind::kVersion, value, first < 8 ? 1 : 3, false, false);
   }
 
-  void read_f_run() {
-    while (true) {
-      if (take() != 0xF) throw Loss{StpSyncLoss::kReservedOpcode};
+  void read_f_run(std::size_t start) {
+    while (take() == 0xF) {
     }
+    const bool is_long = at_ - 1 - start > 64;
+    throw Loss{is_long ? StpSyncLoss::kRunOfOnes : StpSyncLoss::kReservedOpcode};
   }
 
   void read(std::size_t start, StpKind kind, unsigned width, bool marked, bool timed) {

@@ -209,6 +209,12 @@ TEST(StpReader, ResynchronizesAtTheNextAsync) {
       {"", "", {}, 0},
       {"F", "", {}, 1},
       {f16 + f16, "", {}, 32},
+      // 64 F with those of the ASYNC are surplus, 65 are damage, whatever ends them.
+      {std::string(43, 'F'), "", {}, 43},
+      {std::string(44, 'F'), "", kRunOfOnes, 44},
+      {"FE" + std::string(400, 'F'), "FLAG ", kRunOfOnes, 400},
+      {std::string(64, 'F') + "1", "", kReservedOpcode, 65},
+      {std::string(65, 'F') + "1", "", kRunOfOnes, 66},
       {"6", "", kCutByAsync, 1},
       {"6FFFF", "", kCutByAsync, 5},
       {"4F", "", kCutByAsync, 2},
@@ -236,7 +242,9 @@ TEST(StpReader, ResynchronizesAtTheNextAsync) {
   };
   for (const Case& c : cases) {
     SCOPED_TRACE(c.nibbles);
-    const std::string lost = c.reason.value_or(kCutByAsync) == kCutByAsync ? "" : "600000001";
+    const bool async_follows =
+        !c.reason || c.reason == kCutByAsync || (c.reason == kRunOfOnes && c.nibbles.back() == 'F');
+    const std::string lost = async_follows ? "" : "600000001";
     const Reading reading(stream({kAsync, c.nibbles, lost, kAsync, "C5"}));
     std::string packets;
     for (const StpPacket& packet : reading.packets()) packets.append(name(packet)).append(" ");
@@ -269,8 +277,9 @@ TEST(StpReader, EndsAreNotDamage) {
       {"FFFFFFFFFFFFFFFFFFFF0F 0F30 16325476 08", 18, false},
       {kAsync + "6 1234567", 4, false},  // cut packet
       {kAsync + "FFFFFF", 3, false},     // cut ASYNC
-      {kAsync + "4F", 1, false},         //
-      {kAsync + "0 4FF", 0, true},       // complete: nothing follows that could cut it
+      {kAsync + std::string(200, 'F'), 100, false},
+      {kAsync + "4F", 1, false},    //
+      {kAsync + "0 4FF", 0, true},  // complete: nothing follows that could cut it
   };
   for (const Case& c : cases) {
     SCOPED_TRACE(c.nibbles);
