@@ -8,28 +8,21 @@
 #include "host/coresight/frame_detection.h"
 #include "host/coresight/frame_writer.h"
 #include "host/stp/stp_detection.h"
+#include "tests/host/coresight/reference_demultiplexer.h"
 #include "tests/host/stp/random_stp.h"
 
 namespace qbt2 {
 namespace {
 
+using test::PlacedByte;
 using test::RandomStp;
+using test::ReferenceDemultiplexer;
 using Bytes = std::vector<std::uint8_t>;
-
-struct Placed {
-  std::uint8_t byte;
-  std::uint64_t input_offset;
-
-  friend bool operator==(const Placed&, const Placed&) = default;
-  friend std::ostream& operator<<(std::ostream& out, const Placed& placed) {
-    return out << int{placed.byte} << '@' << placed.input_offset;
-  }
-};
 
 /// One source of an input that is demultiplexed in chunks of random sizes.
 struct Demultiplexed {
   FrameDemultiplexer frames;
-  std::vector<Placed> placed;
+  std::vector<PlacedByte> placed;
 
   Demultiplexed(const Bytes& input, std::uint8_t source, RandomStp& random) : frames(source) {
     random.in_chunks(input, [&](std::span<const std::uint8_t> chunk) {
@@ -48,7 +41,7 @@ struct Demultiplexed {
 
   Bytes bytes() const {
     Bytes all;
-    for (const Placed& one : placed) all.push_back(one.byte);
+    for (const PlacedByte& one : placed) all.push_back(one.byte);
     return all;
   }
 };
@@ -56,33 +49,6 @@ struct Demultiplexed {
 Bytes demultiplex(const Bytes& input, std::uint8_t source) {
   RandomStp random(1);
   return Demultiplexed(input, source, random).bytes();
-}
-
-/// Whole frames, with synchronization packets between them only, byte by byte as the format says.
-std::map<int, std::vector<Placed>> reference_sources(const Bytes& input) {
-  std::map<int, std::vector<Placed>> sources;
-  int current = -1;
-  for (std::size_t at = 0; at < input.size();) {
-    // No frame begins with FF: it would change to a reserved ID.
-    if (input[at] == 0xFF) {
-      at += input[at + 1] == 0xFF ? 4 : 2;
-      continue;
-    }
-    int late = -1;
-    for (std::size_t i = 0; i < 15; ++i) {
-      const int byte = input[at + i];
-      const int flag = input[at + 15] >> (i / 2) & 1;
-      if (i % 2 == 0 && byte % 2 == 1) {
-        (flag != 0 && i < 14 ? late : current) = byte / 2;
-        continue;
-      }
-      const int data = i % 2 == 0 ? byte + flag : byte;
-      sources[current].push_back({static_cast<std::uint8_t>(data), at + i});
-      if (late >= 0) current = std::exchange(late, -1);
-    }
-    at += 16;
-  }
-  return sources;
 }
 
 TEST(FrameDemultiplexer, TakesFramesApart) {
@@ -171,7 +137,7 @@ TEST(FrameDemultiplexer, ReadsWhatTheWriterWrote) {
     }
     writer.finish();
     const Bytes input = writer.take();
-    auto expected = reference_sources(input);
+    auto expected = ReferenceDemultiplexer(input).sources;
     for (const auto& [id, bytes] : written) {
       const Demultiplexed one(input, id, random);
       EXPECT_EQ(one.bytes(), bytes);
@@ -190,7 +156,7 @@ TEST(InputOffsets, KeepsTheLast64KiB) {
   }
   writer.finish();
   const Bytes input = writer.take();
-  const std::vector<Placed> placed = reference_sources(input)[1];
+  const std::vector<PlacedByte> placed = ReferenceDemultiplexer(input).sources.at(1);
   FrameDemultiplexer frames(1);
   std::uint64_t seen = 0;
   frames.push(input, [&](std::span<const std::uint8_t> block, std::uint64_t first) {
