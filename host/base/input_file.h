@@ -1,5 +1,6 @@
 #pragma once
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <span>
@@ -30,6 +31,10 @@ class InputFile {
   /// Takes up to buffer.size() bytes; 0 means the end. Throws Error(kInput) with the offset when
   /// reading fails.
   std::size_t read(std::span<std::uint8_t> buffer);
+  /// After read() returned 0: bytes that a regular file had when it was opened and lost since.
+  std::uint64_t missing_bytes() const { return size_bytes_ - std::min(size_bytes_, position_); }
+  /// Bytes taken so far.
+  std::uint64_t position() const { return position_; }
   /// Back to the first byte; only for regular files. Throws Error(kInput).
   void rewind();
 

@@ -90,6 +90,7 @@ void for_each_piece(InputFile& input, const InfoEvents& events, Pass pass, Take&
     bytes += got;
     if (events.on_progress) events.on_progress((pass.done_bytes + bytes) / pass.passes);
   }
+  report_if_cut(input, events.on_damage);
 }
 
 /// Extracts one source from the frames and counts its packets.

@@ -1,6 +1,17 @@
 #include "host/capture/capture_reader.h"
 
+#include <string>
+
 namespace qbt2 {
+
+bool report_if_cut(const InputFile& input, const OnDamage& on_damage) {
+  if (input.missing_bytes() == 0) return false;
+  if (on_damage) {
+    on_damage(input.position(), "the file became shorter while it was read: its last " +
+                                    std::to_string(input.missing_bytes()) + " bytes are missing");
+  }
+  return true;
+}
 
 CaptureCounts& CaptureCounts::operator+=(const CaptureCounts& other) {
   bytes += other.bytes;

@@ -31,11 +31,18 @@ struct CaptureCounts {
   std::uint64_t stp_async_packets = 0;
   std::uint64_t stp_sync_losses = 0;  ///< damage; not the bytes before the first ASYNC
   std::uint64_t bytes_skipped = 0;
-  std::uint64_t damages = 0;  ///< losses of synchronization, cut frames, a sample cut short
+  std::uint64_t damages = 0;  ///< losses of synchronization, cut frames, samples and files
   AssemblyCounts assembly;
 
   CaptureCounts& operator+=(const CaptureCounts& other);
 };
+
+/// Called for each damaged place, in order, with its offset in the input in bytes. May be empty.
+using OnDamage = std::function<void(std::uint64_t offset, std::string_view reason)>;
+
+/// To be called at the end of a capture: whether it is shorter than it was when it was opened,
+/// which is damage and reported as such.
+bool report_if_cut(const InputFile& input, const OnDamage& on_damage);
 
 struct CaptureOptions {
   std::optional<Framing> framing;         ///< empty: chosen from the first packets
@@ -44,8 +51,7 @@ struct CaptureOptions {
   std::uint64_t clock_hz = 0;
   /// Masters whose messages become samples, full STP ids; empty: all.
   std::vector<std::uint16_t> masters;
-  /// Called for each damaged place, in order, with its offset in the input in bytes. May be empty.
-  std::function<void(std::uint64_t offset, std::string_view reason)> on_damage;
+  OnDamage on_damage;
   /// Called with a line for the user about something that is not damage. May be empty.
   std::function<void(std::string_view text)> on_notice;
 };

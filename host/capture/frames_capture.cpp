@@ -81,6 +81,7 @@ bool FramesCaptureReader::next(SampleBatch& batch) {
 void FramesCaptureReader::finish(SampleBatch& batch) {
   ended_ = true;
   messages_.finish(batch);
+  is_cut_ = report_if_cut(input_, options_.on_damage);
   report_cut_frames();
   if (frames_.stream_bytes() != 0 || frames_.input_bytes() == 0 || !options_.on_notice) return;
   if (source_ == kNullTraceId) return options_.on_notice("the frames contain no trace source");
@@ -101,7 +102,7 @@ CaptureCounts FramesCaptureReader::counts() const {
   counts.bytes = frames_.input_bytes();
   counts.bytes_framing = frames_.bytes_framing();
   counts.bytes_other_sources = frames_.bytes_other_sources();
-  counts.damages = frames_.frames_cut();
+  counts.damages = frames_.frames_cut() + (is_cut_ ? 1 : 0);
   messages_.add_to(counts);
   return counts;
 }

@@ -43,6 +43,7 @@ class FramesCaptureReader : public CaptureReader {
   Offsets offsets_;
   StpMessageReader messages_;
   bool ended_ = false;
+  bool is_cut_ = false;
   std::vector<std::uint8_t> piece_;
 };
 

@@ -63,7 +63,11 @@ bool SampleFileReader::next(SampleBatch& batch) {
   counts_.bytes += got;
   if (got == 0) {
     ended_ = true;
-    if (!pending_.empty()) fail("the last sample is cut short");
+    if (!pending_.empty()) {
+      fail("the last sample is cut short");
+    } else if (report_if_cut(input_, options_.on_damage)) {
+      ++counts_.damages;
+    }
     return false;
   }
   const std::size_t taken = take_samples(batch);
@@ -126,6 +130,7 @@ void SampleFileReader::fail(std::string_view reason) {
     counts_.bytes += got;
     counts_.bytes_skipped += got;
   }
+  if (report_if_cut(input_, options_.on_damage)) ++counts_.damages;
 }
 
 }  // namespace qbt2

@@ -3,7 +3,10 @@
 namespace qbt2 {
 
 StpCaptureReader::StpCaptureReader(InputFile& input, const CaptureOptions& options)
-    : input_(input), messages_(options, nullptr), piece_(kCapturePieceBytes) {}
+    : input_(input),
+      on_damage_(options.on_damage),
+      messages_(options, nullptr),
+      piece_(kCapturePieceBytes) {}
 
 bool StpCaptureReader::next(SampleBatch& batch) {
   if (ended_) return false;
@@ -13,6 +16,7 @@ bool StpCaptureReader::next(SampleBatch& batch) {
     messages_.push(std::span(piece_).first(got), batch);
   } else {
     messages_.finish(batch);
+    is_cut_ = report_if_cut(input_, on_damage_);
     ended_ = true;
   }
   return true;
@@ -21,6 +25,7 @@ bool StpCaptureReader::next(SampleBatch& batch) {
 CaptureCounts StpCaptureReader::counts() const {
   CaptureCounts counts;
   counts.bytes = bytes_;
+  counts.damages = is_cut_ ? 1 : 0;
   messages_.add_to(counts);
   return counts;
 }

@@ -20,9 +20,11 @@ class StpCaptureReader : public CaptureReader {
 
  private:
   InputFile& input_;
+  OnDamage on_damage_;
   StpMessageReader messages_;
   std::uint64_t bytes_ = 0;
   bool ended_ = false;
+  bool is_cut_ = false;
   std::vector<std::uint8_t> piece_;
 };
 

@@ -6,10 +6,12 @@
 #include <unistd.h>
 
 #include <array>
+#include <filesystem>
 #include <string>
 #include <thread>
 
 #include "host/base/error.h"
+#include "host/capture/capture_info.h"
 #include "host/capture/open_capture.h"
 #include "host/generate/capture_generator.h"
 #include "tests/support/test_folder.h"
@@ -143,6 +145,55 @@ TEST(CaptureReaders, PiecesOfAPipeChangeNoSample) {
     InputFile slow(pipe.path());
     EXPECT_GT(expected.size(), 50'000U);
     EXPECT_TRUE(read(slow) == expected) << capture_format_name(format);
+  }
+}
+
+TEST(CaptureReaders, AFileThatShrinksIsDamageAtItsEnd) {
+  const test::TestFolder folder;
+  for (const CaptureFormat format :
+       {CaptureFormat::kStp, CaptureFormat::kFrames, CaptureFormat::kSamples}) {
+    GeneratorOptions options;
+    options.format = format;
+    options.messages = 20'000;
+    std::string bytes;
+    CaptureGenerator(options).run(
+        [&](std::span<const std::uint8_t> piece) { bytes += text(piece); });
+    std::vector<std::pair<std::uint64_t, std::string>> damages;
+    CaptureOptions reading;
+    reading.source_id = options.atb_id;
+    reading.on_damage = [&](std::uint64_t offset, std::string_view reason) {
+      damages.emplace_back(offset, reason);
+    };
+    const std::pair<std::uint64_t, std::string> expected(
+        100'000, "the file became shorter while it was read: its last " +
+                     std::to_string(bytes.size() - 100'000) + " bytes are missing");
+    const std::string path = folder.put("capture", bytes);
+    InputFile file(path);
+    const auto reader = make_capture_reader(file, format, reading);
+    SampleBatch batch;
+    ASSERT_TRUE(reader->next(batch));
+    std::filesystem::resize_file(path, 100'000);
+    while (reader->next(batch)) {
+    }
+    SCOPED_TRACE(capture_format_name(format));
+    ASSERT_FALSE(damages.empty());
+    EXPECT_EQ(damages.back(), expected);
+    EXPECT_EQ(reader->counts().damages, damages.size());
+    EXPECT_EQ(reader->counts().bytes, 100'000U);
+    EXPECT_GT(batch.heads.size(), 2500U);
+    if (format == CaptureFormat::kSamples) continue;
+
+    damages.clear();
+    InputFile whole(folder.put("capture", bytes));
+    InfoEvents events;
+    events.on_damage = reading.on_damage;
+    events.on_progress = [&](std::uint64_t) { std::filesystem::resize_file(path, 100'000); };
+    if (format == CaptureFormat::kStp) {
+      read_stp_info(whole, events);
+    } else {
+      read_frames_info(whole, events);
+    }
+    EXPECT_THAT(damages, testing::ElementsAre(expected));
   }
 }
 
