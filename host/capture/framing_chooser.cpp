@@ -62,8 +62,13 @@ void FramingChooser::hold(const StpPacket& packet) {
   if (options_.offsets != nullptr) {
     event.packet.nibble_offset = 2 * options_.offsets->input_offset(packet.byte_offset());
   }
-  if (is_word_packet(packet)) ++data_packets_;
+  if (is_word_packet(packet) && data_packets_++ == 0) first_data_offset_ = packet.byte_offset();
   if (data_packets_ == kPacketsTried || held_.size() >= kPacketsHeld) decide(false, false);
+}
+
+void FramingChooser::on_stream_position(std::uint64_t stream_bytes) {
+  if (assembler_ || data_packets_ == 0) return;
+  if (stream_bytes - first_data_offset_ >= kBytesTried) decide(false, false);
 }
 
 void FramingChooser::finish(bool on_packet_boundary) {

@@ -15,6 +15,12 @@ namespace qbt2 {
 inline constexpr std::size_t kPacketsTried = 4096;
 /// Packets of any kind held back at most, so that a stream without data is not kept whole.
 inline constexpr std::size_t kPacketsHeld = 65536;
+/// Bytes of the stream after the first word packet in which the others are awaited. It is so many
+/// that only padding or damage leaves the two limits above unreached.
+inline constexpr std::uint64_t kBytesTried = std::uint64_t{64} << 20;
+/// kBytesTried is checked at the multiples of so many bytes, which makes the choice independent of
+/// the pieces in which a stream is read.
+inline constexpr std::uint64_t kFramingCheckBytes = std::uint64_t{16} << 20;
 
 struct FramingChoice {
   Framing framing = Framing::kFlag;
@@ -38,6 +44,8 @@ class FramingChooser {
   }
   void on_sync_lost(std::uint64_t byte_offset, StpSyncLoss reason);
   void on_skipped(const StpSkippedRange& /*range*/) {}
+  /// To be called when `stream_bytes`, a multiple of kFramingCheckBytes, were read.
+  void on_stream_position(std::uint64_t stream_bytes);
   void finish(bool on_packet_boundary);
 
   /// The choice; empty when the framing was given, and before it is made.
@@ -63,6 +71,7 @@ class FramingChooser {
   std::optional<FramingChoice> choice_;
   std::vector<Event> held_;
   std::size_t data_packets_ = 0;
+  std::uint64_t first_data_offset_ = 0;  ///< in the stream; valid with the first data packet
 };
 
 }  // namespace qbt2

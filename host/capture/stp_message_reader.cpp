@@ -1,5 +1,6 @@
 #include "host/capture/stp_message_reader.h"
 
+#include <algorithm>
 #include <string>
 
 namespace qbt2 {
@@ -30,7 +31,13 @@ StpMessageReader::StpMessageReader(const CaptureOptions& options, StreamOffsets*
 
 void StpMessageReader::push(std::span<const std::uint8_t> stream_bytes, SampleBatch& batch) {
   sink_.chooser.set_batch(batch);
-  reader_.push(stream_bytes, sink_);
+  while (!stream_bytes.empty()) {
+    const std::uint64_t to_check = kFramingCheckBytes - reader_.stream_bytes() % kFramingCheckBytes;
+    const auto part = stream_bytes.first(std::min<std::size_t>(stream_bytes.size(), to_check));
+    reader_.push(part, sink_);
+    if (part.size() == to_check) sink_.chooser.on_stream_position(reader_.stream_bytes());
+    stream_bytes = stream_bytes.subspan(part.size());
+  }
   report_choice();
 }
 

@@ -175,6 +175,36 @@ TEST(MessageAssembler, TimeComesFromFreqThenFromTheGivenClock) {
   EXPECT_EQ(assemble(Framing::kFlag, "M1 1 Ft").samples, "1:1@10");
 }
 
+TEST(MessageAssembler, NanosecondsAreExactUpToTheLargestTimes) {
+  const struct {
+    std::uint64_t ticks;
+    std::uint64_t clock_hz;
+    const char* time;
+  } cases[] = {
+      // 1 s less one tick: ticks * 10^9 needs 64 bits at 2^34 Hz, and 70 at the largest FREQ_40.
+      {17'179'869'183, 17'179'869'184, "=999999999"},
+      {34'359'738'367, 34'359'738'368, "=999999999"},
+      {1'099'511'627'774, 1'099'511'627'775, "=999999999"},
+      {1'649'267'441'662, 1'099'511'627'775, "=1499999999"},
+      // Times of centuries; those that need more than 64 bits are left out.
+      {1ULL << 58, 19'200'000, "=15011998757901653333"},
+      {1ULL << 60, 19'200'000, ""},
+      {18'446'744'072'999'999'999U, 1'000'000'000, "=18446744072999999999"},
+      {~0ULL, 1'000, ""},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(std::to_string(c.ticks) + " at " + std::to_string(c.clock_hz));
+    AssemblerOptions options;
+    options.clock_hz = c.clock_hz;
+    MessageAssembler assembler(options);
+    SampleBatch batch;
+    assembler.set_batch(batch);
+    assembler.on_packet({.value = 1, .kind = StpKind::kD32});
+    assembler.on_packet({.timestamp = c.ticks, .kind = StpKind::kFlag, .has_timestamp = true});
+    EXPECT_EQ(to_text(batch), "0:1@" + std::to_string(c.ticks) + c.time);
+  }
+}
+
 TEST(MessageAssembler, UnwantedMastersAreCountedButGiveNoSamples) {
   const AssemblerOptions options{.masters = {258}};
   const Assembled got = assemble(Framing::kFlag, "M2 1 F M258 2 F", true, options);
@@ -245,6 +275,22 @@ TEST(FramingChooser, DecidesOnTheFirstPacketsAndLosesNoneOfThem) {
   EXPECT_EQ(framing_name(got.choice.framing), "marker-last");
   EXPECT_EQ(got.choice.good_messages, 2048U);
   EXPECT_EQ(got.batch.heads.size(), 3000U);
+}
+
+TEST(FramingChooser, WaitsForMorePacketsForALimitedNumberOfBytes) {
+  FramingChooser chooser({}, std::nullopt);
+  SampleBatch batch;
+  chooser.set_batch(batch);
+  Script script;
+  chooser.on_stream_position(10 * kBytesTried);  // nothing to choose from
+  EXPECT_FALSE(chooser.choice());
+  script.play("M1 1 2m 3 4m", chooser);  // the first word packet is in byte 8
+  chooser.on_stream_position(kBytesTried + 7);
+  EXPECT_FALSE(chooser.choice());
+  chooser.on_stream_position(kBytesTried + 8);
+  ASSERT_TRUE(chooser.choice());
+  EXPECT_EQ(framing_name(chooser.choice()->framing), "marker-last");
+  EXPECT_EQ(batch.heads.size(), 2U);
 }
 
 TEST(FramingChooser, HeldPacketsKeepTheirInputOffsets) {

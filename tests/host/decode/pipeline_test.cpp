@@ -215,6 +215,40 @@ std::vector<GeneratedMessage> generate(const std::string& path, const GeneratorO
   return truth;
 }
 
+TEST(Pipeline, ErasedFlashIsDamageAndTheTraceAfterItIsRead) {
+  const test::TestFolder folder;
+  GeneratorOptions options;
+  options.messages = 100;
+  generate(folder.at("part"), options);
+  const std::string part = test::read_file(folder.at("part"));
+  const std::string capture =
+      folder.put("a", part + std::string(5000, '\xFF') + part + std::string(5000, '\xFF'));
+  RecordingObserver observer;
+  CollectingSink sink(1);
+  DecodeRequest request = request_for({capture}, 1);
+  request.framing = Framing::kFlag;
+  const RunReport report = Pipeline(request, &observer).run(sink);
+  EXPECT_EQ(report.decode_totals().rows(), 200U);
+  EXPECT_THAT(observer.lines, ElementsAre(capture + " damage " + std::to_string(part.size()) +
+                                          " run of ones too long for an ASYNC"));
+  EXPECT_TRUE(report.damaged());
+}
+
+TEST(Pipeline, ALimitIsReachedWithoutReadingAllOfTheZerosAfterTheTrace) {
+  const test::TestFolder folder;
+  GeneratorOptions options;
+  options.messages = 100;
+  generate(folder.at("a"), options);
+  std::filesystem::resize_file(folder.at("a"), std::uint64_t{4} << 30);
+  DecodeRequest request = request_for({folder.at("a")}, 1);
+  request.limit = 5;
+  CollectingSink sink(1);
+  const RunReport report = Pipeline(request).run(sink);
+  EXPECT_EQ(report.end, RunEnd::kLimit);
+  EXPECT_EQ(report.decode_totals().rows(), 5U);
+  EXPECT_LT(report.captures[0].capture.bytes, std::uint64_t{100} << 20);
+}
+
 TEST(Pipeline, DecodesOnlyTheTimesAndFieldsAskedFor) {
   const test::TestFolder folder;
   GeneratorOptions options;
