@@ -5,6 +5,7 @@
 #include <functional>
 #include <memory>
 #include <stdexcept>
+#include <tuple>
 
 #include "platforms/source/trace/device_config_manager_stm.h"
 #include "tests/support/debug_log_records.h"
@@ -58,27 +59,24 @@ struct FakeSession : IDeviceSession_t, IConfigAccessor_t, FakeDeviceModel {
     MaybeThrow();
     path = device + ".elf";
   }
-  bool GetDeviceInformation(const std::string& /*device*/, DeviceInformation_t& information,
+  bool GetDeviceInformation(const std::string& device, DeviceInformation_t& information,
                             std::string& error) override {
     MaybeThrow();
-    error = "info text";
+    error = "info of " + device;
     information = {3, -4, "name"};
-    return true;
+    return hasInformation;
   }
-  bool GetProperty(const std::string& /*device*/, const std::string& /*second*/,
-                   const std::string& name, std::string& value, std::uint32_t& kind,
-                   std::string& error) override {
+  bool GetProperty(const std::string& device, const std::string& second, const std::string& name,
+                   std::string& value, std::uint32_t& kind, std::string& error) override {
     MaybeThrow();
-    if (name == "missing") {
-      error = "no such property";
-      return false;
-    }
+    error = device + "/" + second + "/" + name;
     value = propertyText;
     kind = propertyKind;
-    return true;
+    return name != "missing";
   }
 
   bool hasAccessor = true;
+  bool hasInformation = true;
   std::map<std::string, std::string> live;
   std::string readError, propertyText;
   std::uint32_t propertyKind = 5;
@@ -132,7 +130,8 @@ TEST_F(ConfigManager, PropertiesConvertByTheSessionsKind) {
   }
 }
 
-TEST_F(ConfigManager, PropertyThatIsMissingIsLoggedAndLeavesTheRecord) {
+// The session's text becomes the last error, whether the call failed or not.
+TEST_F(ConfigManager, FailedQuestionsLeaveTheirOutputs) {
   ConfigPropertyValue value;
   value.type = 99;
   value.text = "before";
@@ -140,17 +139,26 @@ TEST_F(ConfigManager, PropertyThatIsMissingIsLoggedAndLeavesTheRecord) {
   EXPECT_FALSE(m_manager.GetProperty("missing", value));
   EXPECT_EQ(value.type, 99u);
   EXPECT_EQ(value.text, "before");
-  EXPECT_EQ(m_manager.GetLastError(), "no such property");
-  EXPECT_THAT(log.take_with_functions(), ElementsAre("E GetProperty: no such property"));
+  EXPECT_EQ(m_manager.GetLastError(), "dev/second/missing");
+  EXPECT_THAT(log.take_with_functions(), ElementsAre("E GetProperty: dev/second/missing"));
   EXPECT_TRUE(m_manager.GetProperty("any", value));
-  EXPECT_EQ(m_manager.GetLastError(), "");
-  int first = 0;
-  int second = 0;
-  EXPECT_TRUE(m_manager.GetInfo(first, second, value.text));
-  EXPECT_EQ(first, 3);
-  EXPECT_EQ(second, -4);
-  EXPECT_EQ(value.text, "name");
-  EXPECT_EQ(m_manager.GetLastError(), "info text") << "what the session said, though it succeeded";
+  EXPECT_EQ(m_manager.GetLastError(), "dev/second/any");
+
+  using Info = std::tuple<int, int, std::string>;
+  Info info(1, 2, "before");
+  auto& [first, second, text] = info;
+  m_session.hasInformation = false;
+  EXPECT_FALSE(m_manager.GetInfo(first, second, text));
+  EXPECT_EQ(info, Info(1, 2, "before"));
+  EXPECT_EQ(m_manager.GetLastError(), "info of dev");
+  m_session.hasInformation = true;
+  m_manager.GetProperty("any", value);
+  EXPECT_TRUE(m_manager.GetInfo(first, second, text));
+  EXPECT_EQ(info, Info(3, -4, "name"));
+  EXPECT_EQ(m_manager.GetLastError(), "info of dev");
+
+  EXPECT_TRUE(m_manager.GetObjectFile("not used", text));
+  EXPECT_EQ(text, "dev.elf");
 }
 
 TEST_F(ConfigManager, LiveSettingsAreReadOrDefaulted) {
@@ -181,6 +189,8 @@ TEST_F(ConfigManager, ConfigurationIsLoadedAppliedAndSaved) {
   const TestFolder folder;
   set_variable("KZ_TRACE_SETTINGS_DIR", folder.path());
   folder.put("s.txt", "ok=1\nbad=2\n");
+  ConfigPropertyValue value;
+  EXPECT_FALSE(m_manager.GetProperty("missing", value));  // leaves an error
   DebugLogRecords log;
   EXPECT_TRUE(m_manager.LoadConfiguration("s.txt", eTraceDataFileText1));
   EXPECT_THAT(m_session.written, ElementsAre("bad=2", "ok=1"));
@@ -190,7 +200,9 @@ TEST_F(ConfigManager, ConfigurationIsLoadedAppliedAndSaved) {
   EXPECT_EQ(m_manager.GetLastError(), "");
 
   const std::string tdf = folder.put("a.tdf", "TDF2");
+  EXPECT_FALSE(m_manager.GetProperty("missing", value));
   EXPECT_TRUE(m_manager.SaveConfiguration(tdf, eTraceDataFileTdf));
+  EXPECT_EQ(m_manager.GetLastError(), "");
   EXPECT_EQ(read_file(tdf), "TDF2" + section("STMDECODERINFO", 1, "bad=2\nok=1\n"));
 
   log.take();
@@ -199,7 +211,8 @@ TEST_F(ConfigManager, ConfigurationIsLoadedAppliedAndSaved) {
   EXPECT_EQ(m_manager.GetLastError(), error);
   EXPECT_THAT(log.take(), ElementsAre("FE SaveConfiguration: ", "MP Saving config setting bad = 2",
                                       "MP Saving config setting ok = 1",
-                                      "MP Saving Device Config data to file " + folder.at("no/x"),
+                                      "MP Saving Device Config data to file " + folder.at("no/x") +
+                                          "\n: bad=2\nok=1\n ",
                                       "E " + error, "FX SaveConfiguration: returns failure"));
 
   EXPECT_FALSE(m_manager.LoadConfiguration("s.txt", eTraceDataFileText2));

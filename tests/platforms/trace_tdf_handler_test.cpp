@@ -1,7 +1,11 @@
 #include "platforms/source/trace/tdf_handler.h"
 
 #include <gmock/gmock.h>
+#include <sys/mman.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
+#include <algorithm>
 #include <functional>
 #include <tuple>
 
@@ -41,16 +45,16 @@ class TdfHandler : public testing::Test {
     return buffer.substr(0, got);
   }
 
-  static void Save(const std::string& path, const char* name, std::uint32_t version,
-                   const std::string& payload) {
-    std::uint32_t offset = 0;
-    std::uint32_t length = 0;
-    TDFHandler::SaveSectionHeader(path.c_str(), name, version, offset);
-    TDFHandler::SaveSectionData(path.c_str(), name, offset, payload.data(), 1,
-                                static_cast<std::uint32_t>(payload.size()), length);
+  void Save(const std::string& path, const char* name, std::uint32_t version,
+            const std::string& payload) {
+    TDFHandler::SaveSectionHeader(path.c_str(), name, version, offset_);
+    TDFHandler::SaveSectionData(path.c_str(), name, offset_, payload.data(), 1,
+                                static_cast<std::uint32_t>(payload.size()), length_);
   }
 
   const TestFolder folder_;
+  std::uint32_t offset_ = 99;  // outputs of the last Save
+  std::uint32_t length_ = 99;
 };
 
 TEST_F(TdfHandler, WritersProduceTheFormat) {
@@ -158,7 +162,11 @@ TEST_F(TdfHandler, FailuresCarryTheirTexts) {
       {"position of none", position(good, "T"), "T section cannot be located in the file."},
   };
   for (const auto& [what, call, text] : cases) {
+    a = 99;
     EXPECT_EQ(Failure(call), text) << what;
+    if (const char first = what[0]; first == 'h' || first == 'd' || first == 'l') {
+      EXPECT_EQ(a, 0u) << what;  // the outputs of header, data and load
+    }
   }
   EXPECT_EQ(read_file(good), "TDF2" + section("S", 1, "data"));
 }
@@ -261,6 +269,43 @@ TEST_F(TdfHandler, WalkerListsSectionsAndRejectsOtherFiles) {
   EXPECT_EQ(fault.kind, eTdfFault::NoIdentifier);
 }
 
+TEST_F(TdfHandler, ReadErrorsAreFailures) {
+  // A write to a stream for reading sets its error flag, a stream for writing cannot be read.
+  const std::string path = folder_.put("a.tdf", section("S", 1, "data"));
+  std::FILE* const readable = std::fopen(path.c_str(), "rb");
+  EXPECT_EQ(std::fputc('x', readable), EOF);
+  EXPECT_FALSE(TDFHandler::SeekSectionData(readable, "S", 1, length_));
+  EXPECT_EQ(length_, 0u);
+  std::fclose(readable);
+  std::FILE* const unreadable = std::fopen(path.c_str(), "wb");
+  std::fputs("the size of a section's header", unreadable);
+  std::rewind(unreadable);
+  Kz::Dvt::Trace::TdfSectionInfo section_info;
+  TdfFault fault;
+  EXPECT_FALSE(Kz::Dvt::Trace::TdfCursor(unreadable).Next(section_info, fault));
+  EXPECT_EQ(fault.kind, eTdfFault::ReadError);
+  std::fclose(unreadable);
+
+  // The system cannot copy the file into memory without access. What stdio has buffered already,
+  // a block at most, must fit before it.
+  struct stat status = {};
+  stat(path.c_str(), &status);
+  const auto block = static_cast<std::size_t>(std::max(sysconf(_SC_PAGESIZE), status.st_blksize));
+  folder_.put("a.tdf", "TDF2" + section("S", 1, std::string(4 * block, 'x')));
+  void* const memory =
+      mmap(nullptr, 4 * block, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+  ASSERT_NE(memory, MAP_FAILED);
+  ASSERT_EQ(mprotect(static_cast<char*>(memory) + block, 3 * block, PROT_NONE), 0);
+  std::uint32_t got = 99;
+  EXPECT_EQ(Failure([&] {
+              TDFHandler::LoadSectionData(path.c_str(), "S", 1, memory,
+                                          static_cast<std::uint32_t>(4 * block), got);
+            }),
+            "Read I/O error - section data corrupted.");
+  EXPECT_EQ(got, 0u);
+  munmap(memory, 4 * block);
+}
+
 // For every byte at which the disk can be full: the step that writes there fails, and the earlier
 // section stays readable.
 TEST_F(TdfHandler, FullDiskFailsTheStepThatWrites) {
@@ -270,6 +315,7 @@ TEST_F(TdfHandler, FullDiskFailsTheStepThatWrites) {
   for (std::size_t limit = start; limit <= start + 12 + 1 + 10; ++limit) {
     const std::string path = folder_.put("a.tdf", before);
     std::string failure;
+    offset_ = length_ = 0;
     {
       const FileSizeLimit full(limit);
       failure = Failure([&] { Save(path, "S", 1, payload); });
@@ -280,6 +326,8 @@ TEST_F(TdfHandler, FullDiskFailsTheStepThatWrites) {
                            : room < 23 ? "Write I/O error - unable to write section data."
                                        : "";
     EXPECT_EQ(failure, expected) << limit;
+    EXPECT_EQ(offset_, start) << limit << ": known before the first write";
+    EXPECT_EQ(length_, room < 23 ? 0u : 23u) << limit;
     EXPECT_EQ(Load(path, "old", 1), "kept") << limit;
   }
   std::filesystem::create_symlink("/dev/full", folder_.at("x.tdf"));

@@ -359,7 +359,12 @@ TEST_F(TraceSections, DeviceIdentifierLivesInASectionOrAPlainFile) {
   const std::string path = folder_.put("a.tdf", "TDF2");
   std::string error;
   DevIdData_t data;
-  ASSERT_TRUE(DeviceIdentifier_t(path).Save(kRichIdentifier, error)) << error;
+  {
+    DebugLogRecords log;
+    ASSERT_TRUE(DeviceIdentifier_t(path).Save(kRichIdentifier, error)) << error;
+    EXPECT_THAT(log.take_with_functions(),
+                ElementsAre("MP Save: Saving Device Identifer data: " + kRichText + " "));
+  }
   EXPECT_EQ(read_file(path), "TDF2" + section("DEVID", 1, kRichText));
   ASSERT_TRUE(DeviceIdentifier_t(path).Load(data, error)) << error;
   EXPECT_TRUE(data == kRichIdentifier);
@@ -457,6 +462,12 @@ TEST_F(TraceSections, PlainSettingsAreSavedAsNamedAndLoadedFromTheSettingsFolder
             "Error opening file " + folder_.at("no/s.txt") + " for writing");
   EXPECT_EQ(SaveFailure(DeviceConfig_t("/dev/full", 2, 1), data), "Error writing file /dev/full");
 
+  // A file of 4096 bytes whose reading fails.
+  if (std::filesystem::exists("/sys/class/net/lo/speed")) {
+    set_variable("KZ_TRACE_SETTINGS_DIR", "/sys/class/net/lo");
+    EXPECT_EQ(LoadFailure(DeviceConfig_t("speed", 1, 1), data),
+              "Failed to open file /sys/class/net/lo/speed");
+  }
   unsetenv("KZ_TRACE_SETTINGS_DIR");
   auto loaded = Settings({});
   EXPECT_TRUE(DeviceConfig_t(folder_.at("settings/s.txt"), 1, 1).Load(loaded, error)) << error;

@@ -57,14 +57,14 @@ class DebugLogRecords {
       std::istringstream fields(lines[read_]);
       std::string kind, time, file, function, message;
       std::uint64_t number = 0, thread = 0;
-      // Other lines are the header's, or continue a message of several lines. Huge ones are left
-      // out.
-      if (lines[read_].size() < 4096 &&
-          fields >> kind >> time >> file >> number >> function >> thread &&
+      if (lines[read_].size() >= 4096) continue;  // huge ones are left out
+      if (fields >> kind >> time >> file >> number >> function >> thread &&
           time.find(':') != std::string::npos) {
         std::getline(fields.ignore(2), message);
         const bool with_function = with_functions || kind.starts_with('F');
         records.push_back(kind + " " + (with_function ? function + ": " : "") + message);
+      } else if (!records.empty()) {
+        records.back() += "\n" + lines[read_];  // a message of several lines
       }
     }
     return records;
