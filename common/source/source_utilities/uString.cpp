@@ -11,11 +11,11 @@ namespace {
 
 constexpr std::size_t kPrintCapacityBytes = 1024;
 
-/// A checked printf format: its text without a length modifier, and where that would go.
+/// A checked printf format: its text without the length modifier, that modifier, and where it goes.
 struct NumberFormat {
   std::string text;
+  std::string_view modifier;                          // part of the format that was checked
   std::size_t modifier_position = std::string::npos;  // npos: no conversion in it
-  bool asks_for_long = false;
 };
 
 /// Formats come from callers at run time, so the compiler cannot check them: a "%s" or "%n" must
@@ -34,7 +34,7 @@ NumberFormat CheckFormat(const char* format, const char* conversions) {
       continue;
     }
     const std::size_t modifier_length = std::strspn(at, "hlLqjzt");
-    const bool is_long = modifier_length != 0 && *at != 'h';
+    const std::string_view modifier(at, modifier_length);
     at += modifier_length;
     if (*at == '\0' || std::strchr(conversions, *at) == nullptr ||
         checked.modifier_position != std::string::npos) {
@@ -42,7 +42,7 @@ NumberFormat CheckFormat(const char* format, const char* conversions) {
                            "\"");
     }
     checked.modifier_position = checked.text.size();
-    checked.asks_for_long = is_long;
+    checked.modifier = modifier;
     checked.text += *at;
   }
   return checked;
@@ -181,9 +181,11 @@ std::string& uString::FromBool(std::string& out, bool value) {
 
 std::string& uString::FromLong(long value, std::string& out, bool append, const char* format) {
   NumberFormat checked = CheckFormat(format != nullptr ? format : "%d", "diouxX");
+  const bool cuts = checked.modifier == "h" || checked.modifier == "hh";
   const bool fits_int =
       value >= std::numeric_limits<int>::min() && value <= std::numeric_limits<int>::max();
-  if (fits_int && !checked.asks_for_long) {
+  if (cuts || (fits_int && checked.modifier.empty())) {
+    if (cuts) checked.text.insert(checked.modifier_position, checked.modifier.size(), 'h');
     Print(checked.text, static_cast<int>(value), out, append);
     return out;
   }

@@ -83,7 +83,8 @@ class QBT2_API uString {
   /// `format` is a printf format with at most one conversion, of an integer (diouxX) for FromLong
   /// and of a floating-point number (aAeEfFgG) for the others; null means "%d" and "%f". Other
   /// conversions, and "*", throw. A long that does not fit an int is printed in full even if the
-  /// format has no length modifier. The text is cut at 1023 bytes.
+  /// format has no length modifier; "h" and "hh" cut it to 16 and 8 bits. The text is cut at 1023
+  /// bytes.
   static std::string& FromLong(long value, std::string& out, bool append, const char* format);
   static std::string& FromLong(std::string& out, long value, const char* format = nullptr);
   static std::string& FromDouble(double value, std::string& out, bool append, const char* format);
