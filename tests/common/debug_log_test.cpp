@@ -8,8 +8,10 @@
 #include <stdexcept>
 #include <thread>
 
+#include "common/source/logging/elapsed_text.h"
 #include "tests/common/clock_text.h"
 #include "tests/support/child_process.h"
+#include "tests/support/open_files.h"
 #include "tests/support/saved_environment.h"
 #include "tests/support/test_folder.h"
 #include "tests/support/thrown_message.h"
@@ -138,15 +140,36 @@ TEST_F(DebugLog, RecordColumns) {
   });
 }
 
-TEST_F(DebugLog, SecondInitKeepsTheFileAndWritesASecondHeader) {
+TEST_F(DebugLog, SecondInitKeepsTheFileAndRestartsItsClock) {
   run_in_child([&] {
     const auto begin = common_test::Now();
     Open("16", log_.c_str());
-    Open("32", folder_.at("second.txt").c_str());
+    std::this_thread::sleep_for(std::chrono::milliseconds(200));
+    const auto restart = std::chrono::system_clock::now();
+    Open("16", folder_.at("second.txt").c_str());
+    const auto since_restart = elapsed_text(std::chrono::system_clock::now() - restart);
     EXPECT_FALSE(std::filesystem::exists(folder_.at("second.txt")));
     const Lines lines = read_lines(log_);
-    ASSERT_EQ(lines.size(), 23U);  // a header of 11, one record, a header of 11
-    EXPECT_EQ(RecordsAfterHeader({lines.begin() + 12, lines.end()}, begin), Lines());
+    ASSERT_EQ(lines.size(), 24U);  // twice a header of 11 lines and a record
+    const Lines records = RecordsAfterHeader({lines.begin() + 12, lines.end()}, begin);
+    EXPECT_LE(records.front().substr(4, 15), since_restart.data());
+  });
+}
+
+// The default place may hold a link that somebody else made; a named file is used as it is.
+TEST_F(DebugLog, FollowsALinkOnlyWhereTheFileIsNamed) {
+  const std::string victim = folder_.put("victim", "kept");
+  std::filesystem::create_directory(folder_.at(".KZ-trace"));
+  const std::string link = folder_.at(".KZ-trace/sysdiag_log.txt");
+  std::filesystem::create_symlink(victim, link);
+  run_in_child([&] {
+    EXPECT_EQ(thrown_message<std::runtime_error>([&] { Open("16"); }),
+              "Error trying to open " + link + " for logging");
+    EXPECT_FALSE(g_log_enable);
+    EXPECT_EQ(read_file(victim), "kept");
+    Open("16", link.c_str());
+    EXPECT_TRUE(read_file(victim).ends_with("Log level 0x10\n"));
+    EXPECT_TRUE(closes_on_exec(victim));
   });
 }
 
@@ -237,7 +260,7 @@ TEST_F(DebugLog, ElapsedTimeText) {
                                                      {90'061'000'001'000, "25:01:01.000001"},
                                                      {360'000'000'000'000, "100:00:00.000000"}};
   for (const auto& [elapsed_ns, text] : cases) {
-    EXPECT_EQ(debug_log_format_elapsed(std::chrono::nanoseconds(elapsed_ns)), text) << elapsed_ns;
+    EXPECT_STREQ(elapsed_text(std::chrono::nanoseconds(elapsed_ns)).data(), text) << elapsed_ns;
   }
 }
 

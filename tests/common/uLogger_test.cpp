@@ -8,6 +8,7 @@
 #include "common/source/source_utilities/source_utilities_error.h"
 #include "tests/common/clock_text.h"
 #include "tests/support/child_process.h"
+#include "tests/support/open_files.h"
 #include "tests/support/saved_environment.h"
 #include "tests/support/test_folder.h"
 
@@ -102,6 +103,7 @@ TEST_F(ULogger, FileHandling) {
   EXPECT_EQ(logger.GetName(), path_);
   logger.Log("appended");
   EXPECT_EQ(read_file(path_), "old\nM      appended\n");
+  EXPECT_TRUE(closes_on_exec(path_));
 
   EXPECT_TRUE(logger.EnableOutput(false));
   logger.Log("off");

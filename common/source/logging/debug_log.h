@@ -1,9 +1,7 @@
 #pragma once
 
-#include <chrono>
 #include <cstdint>
 #include <exception>
-#include <string>
 
 #include "interfaces/qbt2_export.h"
 
@@ -36,9 +34,11 @@ extern QBT2_API bool g_log_enable;
 
 /// Opens the log if KZ_TRACE_LOGGING (a decimal bit mask) asks for it, and writes its header; does
 /// nothing otherwise. The file is KZ_TRACE_LOGFILE, else sysdiag_log.txt in $HOME/.KZ-trace, which
-/// is created. A second call writes a second header into the open file and restarts its clock.
-/// Takes no lock. Throws std::runtime_error when HOME is needed and missing, when the directory
-/// cannot be made and when the file cannot be opened; the log is then still closed.
+/// is created; there, a symbolic link in the file's place is refused. Programs that the process
+/// starts do not inherit the file. A second call writes a second header into the open file and
+/// restarts its clock. Takes no lock. Throws std::runtime_error when HOME is needed and missing,
+/// when the directory cannot be made and when the file cannot be opened; the log is then still
+/// closed.
 QBT2_API void debug_log_init();
 
 /// Writes one record, or nothing when the log is closed. It does not look at g_log_level: the call
@@ -95,7 +95,3 @@ class debug_log_scope {
 /// Both carry this line's number.
 #define QBT2_DEBUG_LOG_SCOPE() \
   const debug_log_scope qbt2_debug_log_scope_(__FILE__, __LINE__, __func__)
-
-/// A record's second column: "HH:MM:SS.USEC". Hours are not wrapped at 24 and may grow past two
-/// digits.
-std::string debug_log_format_elapsed(std::chrono::nanoseconds elapsed);
