@@ -88,6 +88,11 @@ TEST(DeviceModel, RefusesWhatWouldBeAmbiguousAndStaysAsItWas) {
             eDeviceDuplicateName);
   EXPECT_EQ(device.AddTarget(std::make_unique<Target_t>("")), eDeviceEmptyName);
   DeviceIdentifier_t identifier;
+  for (const eDeviceResult result :
+       {device.AddComponent(nullptr), device.AddModuleMap(nullptr), device.AddTarget(nullptr),
+        device.AddTraceReceiver(nullptr), identifier.AddDevice(nullptr)}) {
+    EXPECT_EQ(result, eDeviceNullObject);
+  }
   EXPECT_EQ(identifier.AddDevice(std::make_unique<DeviceBase_t>("SOC")), eDeviceOk);
   EXPECT_EQ(identifier.AddDevice(std::make_unique<DeviceBase_t>("SOC")), eDeviceDuplicateName);
   EXPECT_EQ(identifier.AddDevice(std::make_unique<DeviceBase_t>("")), eDeviceEmptyName);

@@ -3,6 +3,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <functional>
 #include <memory>
 #include <sstream>
 #include <string>
@@ -123,6 +124,36 @@ TEST(TraceRoute, ALongChainIsWalkedWithoutRecursion) {
   const TraceRoute_t* route = device.CreateTraceRoute("C0", "R");
   ASSERT_NE(route, nullptr);
   EXPECT_EQ(route->GetComponents().size(), static_cast<std::size_t>(kLength));
+}
+
+TEST(DeviceLog, EveryQuestionLeavesItsRecords) {
+  const auto device = Device("A", "R", "A>R");
+  qbt2::test::DebugLogRecords log;
+  std::uint32_t id = 0;
+  const std::pair<const char*, std::function<void()>> questions[] = {
+      {"GetComponent", [&] { device->GetComponent("A"); }},
+      {"GetComponentByGlobalName", [&] { device->GetComponentByGlobalName("A"); }},
+      {"GetComponents", [&] { device->GetComponents(); }},
+      {"GetComponentsByType", [&] { device->GetComponentsByType(eComponentOther); }},
+      {"GetComponentsByScope", [&] { device->GetComponentsByScope(eScopeDevice); }},
+      {"GetTraceId", [&] { device->GetTraceId("A", id); }},
+      {"GetModuleMap", [&] { device->GetModuleMap("A"); }},
+      {"GetModuleMaps", [&] { device->GetModuleMaps(); }},
+      {"GetTarget", [&] { device->GetTarget("A"); }},
+      {"GetTargets", [&] { device->GetTargets(); }},
+      {"SetTargetAdapter", [&] { device->SetTargetAdapter("A", nullptr); }},
+      {"GetTraceReceiver", [&] { device->GetTraceReceiver("R"); }},
+      {"GetTraceReceivers", [&] { device->GetTraceReceivers(); }},
+      {"HasTraceRoute", [&] { device->HasTraceRoute("A", "R"); }},
+      {"FindTraceRoutes", [&] { device->FindTraceRoutes("A"); }},
+      {"GetTraceRouteCount", [&] { device->GetTraceRouteCount(); }},
+      {"GetSystemTraceInfo", [&] { device->GetSystemTraceInfo(); }},
+  };
+  for (const auto& [name, ask] : questions) {
+    ask();
+    const std::string end = std::string(" ") + name + ": ";
+    EXPECT_THAT(log.take(), ElementsAre("FE" + end, "FX" + end)) << name;
+  }
 }
 
 TEST(DeviceLog, RecordsNameTheOperationAndItsResult) {

@@ -41,6 +41,7 @@ DeviceBase_t::~DeviceBase_t() {
 
 eDeviceResult DeviceBase_t::AddComponent(std::unique_ptr<Component_t> component) {
   QBT2_DEBUG_LOG_SCOPE();
+  if (component == nullptr) return eDeviceNullObject;
   const eDeviceResult result = CheckComponent(*component);
   if (result != eDeviceOk) {
     QBT2_DEBUG_LOG(LOG_ERROR, "Component %s refused: %s", component->GetName().c_str(),
@@ -74,6 +75,7 @@ eDeviceResult DeviceBase_t::AddTarget(std::unique_ptr<Target_t> target) {
 
 eDeviceResult DeviceBase_t::AddTraceReceiver(std::unique_ptr<TraceReceiver_t> receiver) {
   QBT2_DEBUG_LOG_SCOPE();
+  if (receiver == nullptr) return eDeviceNullObject;
   if (components_.Find(receiver->GetName()) != nullptr) return eDeviceDuplicateName;
   return receivers_.Add(std::move(receiver));
 }
@@ -98,6 +100,11 @@ const Component_t* DeviceBase_t::GetComponentByGlobalName(std::string_view globa
   return found == byGlobalName_.end() ? nullptr : found->second;
 }
 
+const std::vector<const Component_t*>& DeviceBase_t::GetComponents() const {
+  QBT2_DEBUG_LOG_SCOPE();
+  return components_.GetAll();
+}
+
 std::vector<const Component_t*> DeviceBase_t::GetComponentsByType(eComponentType type) const {
   QBT2_DEBUG_LOG_SCOPE();
   return Select(components_.GetAll(),
@@ -118,6 +125,26 @@ bool DeviceBase_t::GetTraceId(const std::string& component, std::uint32_t& trace
   return true;
 }
 
+const ModuleMap_t* DeviceBase_t::GetModuleMap(std::string_view name) const {
+  QBT2_DEBUG_LOG_SCOPE();
+  return moduleMaps_.Find(name);
+}
+
+const std::vector<const ModuleMap_t*>& DeviceBase_t::GetModuleMaps() const {
+  QBT2_DEBUG_LOG_SCOPE();
+  return moduleMaps_.GetAll();
+}
+
+const Target_t* DeviceBase_t::GetTarget(std::string_view name) const {
+  QBT2_DEBUG_LOG_SCOPE();
+  return targets_.Find(name);
+}
+
+const std::vector<const Target_t*>& DeviceBase_t::GetTargets() const {
+  QBT2_DEBUG_LOG_SCOPE();
+  return targets_.GetAll();
+}
+
 bool DeviceBase_t::SetTargetAdapter(std::string_view target, ITargetAdapter_t* adapter) {
   QBT2_DEBUG_LOG_SCOPE();
   Target_t* found = targets_.Find(target);
@@ -132,6 +159,16 @@ ITargetAdapter_t* DeviceBase_t::GetTargetAdapter(std::string_view target) const 
   ITargetAdapter_t* adapter = found == nullptr ? nullptr : found->GetAdapter();
   QBT2_DEBUG_LOG(LOG_FUNC_EXIT, "Returning target adapter %p", static_cast<void*>(adapter));
   return adapter;
+}
+
+const TraceReceiver_t* DeviceBase_t::GetTraceReceiver(std::string_view name) const {
+  QBT2_DEBUG_LOG_SCOPE();
+  return receivers_.Find(name);
+}
+
+const std::vector<const TraceReceiver_t*>& DeviceBase_t::GetTraceReceivers() const {
+  QBT2_DEBUG_LOG_SCOPE();
+  return receivers_.GetAll();
 }
 
 bool DeviceBase_t::HasTraceRoute(const std::string& component, const std::string& receiver) const {
@@ -166,6 +203,11 @@ const TraceRoute_t* DeviceBase_t::CreateTraceRoute(const std::string& component,
   return routes_.back().get();
 }
 
+std::size_t DeviceBase_t::GetTraceRouteCount() const {
+  QBT2_DEBUG_LOG_SCOPE();
+  return routes_.size();
+}
+
 void DeviceBase_t::DestroyTraceRoutes() {
   QBT2_DEBUG_LOG_SCOPE();
   QBT2_DEBUG_LOG(LOG_MSG_PLATFORM, "Destroying %d trace routes", static_cast<int>(routes_.size()));
@@ -180,6 +222,11 @@ bool DeviceBase_t::SetSystemTraceInfo(std::int32_t type, std::int32_t detail) {
   }
   systemTraceInfo_ = SystemTraceInfo_t{type, detail};
   return true;
+}
+
+std::optional<SystemTraceInfo_t> DeviceBase_t::GetSystemTraceInfo() const {
+  QBT2_DEBUG_LOG_SCOPE();
+  return systemTraceInfo_;
 }
 
 std::optional<TraceRoute_t> DeviceBase_t::FindTraceRoute(const std::string& component,

@@ -29,7 +29,8 @@
 /// The device owns everything added to it; the pointers it returns are borrowed and valid as long
 /// as it lives (trace routes: until DestroyTraceRoutes). Building returns an eDeviceResult; queries
 /// return null, false or an empty list for what does not exist; neither throws for bad input. One
-/// thread at a time uses a device. Public operations leave entry and exit records in the debug log.
+/// thread at a time uses a device. Public operations, GetName excepted, leave entry and exit
+/// records in the debug log.
 namespace EktTrace {
 
 /// A checked pair of indices into system_trace_type_map and system_trace_type_detail_map.
@@ -47,7 +48,7 @@ class QBT2_API DeviceBase_t : public IDevice_t {
 
   const std::string& GetName() const { return name_; }
 
-  // Building. The device takes ownership of the object, which is not null; if the result is not
+  // Building. The device takes ownership of the object; null is refused. If the result is not
   // eDeviceOk, the object is destroyed.
 
   /// Local names are unique among components and trace receivers, so that a link's end is
@@ -68,7 +69,7 @@ class QBT2_API DeviceBase_t : public IDevice_t {
   /// By global name, or null; components without a global name are not found.
   const Component_t* GetComponentByGlobalName(std::string_view globalName) const;
   /// In the order of adding.
-  const std::vector<const Component_t*>& GetComponents() const { return components_.GetAll(); }
+  const std::vector<const Component_t*>& GetComponents() const;
   std::vector<const Component_t*> GetComponentsByType(eComponentType type) const;
   std::vector<const Component_t*> GetComponentsByScope(eComponentScope scope) const;
   /// False, and `traceId` unchanged, when there is no such component or it has no trace id.
@@ -76,21 +77,17 @@ class QBT2_API DeviceBase_t : public IDevice_t {
 
   // Module maps, targets, receivers. By name, or null; the lists in the order of adding.
 
-  const ModuleMap_t* GetModuleMap(std::string_view name) const { return moduleMaps_.Find(name); }
-  const std::vector<const ModuleMap_t*>& GetModuleMaps() const { return moduleMaps_.GetAll(); }
-  const Target_t* GetTarget(std::string_view name) const { return targets_.Find(name); }
-  const std::vector<const Target_t*>& GetTargets() const { return targets_.GetAll(); }
+  const ModuleMap_t* GetModuleMap(std::string_view name) const;
+  const std::vector<const ModuleMap_t*>& GetModuleMaps() const;
+  const Target_t* GetTarget(std::string_view name) const;
+  const std::vector<const Target_t*>& GetTargets() const;
   /// False when there is no such target. `adapter` is borrowed, outlives its use here and may be
   /// null.
   bool SetTargetAdapter(std::string_view target, ITargetAdapter_t* adapter);
   /// Null when there is no such target or it has no adapter.
   ITargetAdapter_t* GetTargetAdapter(std::string_view target) const;
-  const TraceReceiver_t* GetTraceReceiver(std::string_view name) const {
-    return receivers_.Find(name);
-  }
-  const std::vector<const TraceReceiver_t*>& GetTraceReceivers() const {
-    return receivers_.GetAll();
-  }
+  const TraceReceiver_t* GetTraceReceiver(std::string_view name) const;
+  const std::vector<const TraceReceiver_t*>& GetTraceReceivers() const;
 
   // Trace routes. A search uses all links added so far.
 
@@ -102,7 +99,7 @@ class QBT2_API DeviceBase_t : public IDevice_t {
   /// pair has one, even if links were added since: it is in use.
   const TraceRoute_t* CreateTraceRoute(const std::string& component, const std::string& receiver);
   /// The number of stored routes.
-  std::size_t GetTraceRouteCount() const { return routes_.size(); }
+  std::size_t GetTraceRouteCount() const;
   /// Destroys all stored routes; pointers to them become invalid.
   void DestroyTraceRoutes();
 
@@ -113,7 +110,7 @@ class QBT2_API DeviceBase_t : public IDevice_t {
   /// error kinds, is accepted like the others.
   bool SetSystemTraceInfo(std::int32_t type, std::int32_t detail);
   /// Empty until a pair was accepted.
-  std::optional<SystemTraceInfo_t> GetSystemTraceInfo() const { return systemTraceInfo_; }
+  std::optional<SystemTraceInfo_t> GetSystemTraceInfo() const;
 
  private:
   eDeviceResult CheckComponent(const Component_t& component) const;

@@ -19,7 +19,7 @@ class QBT2_API DeviceIdentifier_t final : public Kz::Dvt::Trace::CDeviceIdentifi
   DeviceIdentifier_t(const DeviceIdentifier_t&) = delete;
   DeviceIdentifier_t& operator=(const DeviceIdentifier_t&) = delete;
 
-  /// Takes ownership. A device whose name is empty or taken is destroyed. Not null.
+  /// Takes ownership. A device whose name is empty or taken is destroyed; null is refused.
   eDeviceResult AddDevice(std::unique_ptr<DeviceBase_t> device);
 
   /// The device of this name, or null. Borrowed; lives as long as this object.

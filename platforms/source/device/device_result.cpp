@@ -24,6 +24,8 @@ const char* DeviceResultText(eDeviceResult result) {
       return "the size is 0 or the range goes past the end of the address space";
     case eDeviceOverlappingRange:
       return "the range overlaps that of another module";
+    case eDeviceNullObject:
+      return "there is no object to add";
   }
   return "unknown result";
 }

@@ -20,6 +20,7 @@ enum eDeviceResult : std::uint32_t {
   eDeviceInvalidTraceId,
   eDeviceInvalidRange,
   eDeviceOverlappingRange,
+  eDeviceNullObject,
 };
 
 /// A short reason for the user, for example "the name is taken". Never null; static storage.

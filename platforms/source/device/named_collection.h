@@ -23,8 +23,9 @@ class NamedCollection_t {
     return Find(name) == nullptr ? eDeviceOk : eDeviceDuplicateName;
   }
 
-  /// Takes ownership of `item`, which is not null. If the result is not eDeviceOk, it is destroyed.
+  /// Takes ownership of `item`; null is refused. If the result is not eDeviceOk, it is destroyed.
   eDeviceResult Add(std::unique_ptr<T> item) {
+    if (item == nullptr) return eDeviceNullObject;
     const eDeviceResult result = Check(item->GetName());
     if (result != eDeviceOk) return result;
     listed_.push_back(item.get());

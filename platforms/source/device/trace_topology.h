@@ -8,6 +8,7 @@
 #include <string_view>
 #include <vector>
 
+#include "interfaces/qbt2_export.h"
 #include "platforms/source/device/device_result.h"
 
 /// The links from trace outputs to trace inputs, by name.
@@ -18,7 +19,7 @@
 namespace EktTrace {
 
 /// Every name that a search reached, nearest first, and its path.
-class TraceReach_t {
+class QBT2_API TraceReach_t {
  public:
   struct Step_t {
     std::string_view name;    ///< borrowed from the topology or from the `source` of the search
@@ -34,7 +35,7 @@ class TraceReach_t {
   std::vector<Step_t> steps_;
 };
 
-class TraceTopology_t final {
+class QBT2_API TraceTopology_t final {
  public:
   /// Refuses an existing link. Cycles, even of one name, are accepted: real devices feed trace
   /// back.
