@@ -226,6 +226,7 @@ TEST_F(ConfigManager, SessionExceptionsAreFailures) {
   m_manager.AddConfigEntry("a", eTraceAttributeAtbId);
   const std::pair<std::function<void()>, const char*> cases[] = {
       {[] { throw std::runtime_error("boom"); }, "boom"}, {[] { throw 42; }, "Unknown exception"}};
+  DebugLogRecords log;
   for (const auto& [throwing, message] : cases) {
     m_session.throwing = throwing;
     ConfigPropertyValue value;
@@ -237,6 +238,13 @@ TEST_F(ConfigManager, SessionExceptionsAreFailures) {
     EXPECT_FALSE(m_manager.LoadConfiguration("s", eTraceDataFileText1));
     EXPECT_TRUE(m_manager.LoadConfigurationLive());
     EXPECT_TRUE(m_manager.GetObjectFile("any", text));
+    const std::string end = std::string(": ") + message;
+    EXPECT_THAT(log.take_with_functions(),
+                ElementsAre("E GetProperty" + end, "E GetInfo" + end, "FE LoadConfiguration: ",
+                            "E LoadConfiguration" + end, "E LoadConfigurationLive" + end,
+                            "MC LoadConfigurationLive: Failed to access config setting a. Using "
+                            "default value",
+                            "E GetObjectFile" + end));
     m_session.throwing = nullptr;
     EXPECT_TRUE(m_manager.GetProperty("a", value));
     EXPECT_EQ(value.text, "Unknown");  // the live read that threw left the default

@@ -3,6 +3,7 @@
 #include <gmock/gmock.h>
 
 #include <ctime>
+#include <functional>
 #include <tuple>
 
 #include "platforms/source/trace/tdf_handler.h"
@@ -229,7 +230,9 @@ TEST_F(TraceSections, DecoderInformationSkipsBadLines) {
       {"DATA_TYPE=none\n", "old 0 2 3", {"E Unrecognized data type: 0"}},
       {"ATBID=99999999999\n", "old 1 2 3", {"E Bad syntax: ATBID=99999999999"}},
       {"ATBID=010x\nATBID=4\r\n", "old 1 2 4", {}},
-      {"ATBID=010\n", "old 1 2 10", {}},
+      {"DATA_TYPE=010\nDATA_FORMAT=0x5\n", "old 0 0 3", {"E Unrecognized data type: 10"}},
+      {"ATBID=010\n", "old 1 2 8", {}},
+      {"ATBID=0x10\n", "old 1 2 16", {}},
       {std::string("A\0B\nATBID=5", 11), "old 1 2 5", {"E Bad syntax: A"}},
       {std::string(1 << 20, 'x') + "\nATBID=6", "old 1 2 6", {}},
   };
@@ -431,6 +434,42 @@ TEST_F(TraceSections, SettingsGoToTheSectionOfTheirType) {
   EXPECT_EQ(read_file(path), "TDF2");
   EXPECT_EQ(SaveFailure(DeviceConfig_t(folder_.at("none.tdf"), 0, 2), data), "Bad TDF file");
   EXPECT_EQ(LoadFailure(DeviceConfig_t(folder_.at("none.tdf"), 0, 2), data), "Bad TDF file");
+}
+
+// Also where a function below the operation, or an exception, brings the failure.
+TEST_F(TraceSections, RecordsNameTheOperation) {
+  const std::string path = folder_.put("a.tdf", "TDF2");
+  const std::string none = folder_.at("none.tdf");
+  std::string error;
+  DevIdData_t devices;
+  auto settings = Settings({});
+  TraceDecode_t::TraceDecodeData_t info;
+  const std::pair<std::function<void()>, std::vector<std::string>> cases[] = {
+      {[&] { Parse("BAR\nPROCMAP=p$x~"); },
+       {"E InputData: Line does not match syntax, ignoring: BAR",
+        "E InputData: Unrecognized keyword in data section: BAR",
+        "E InputData: Bad number, using 0: x"}},
+      {[&] {
+         std::istringstream stream("X\nDATA_TYPE=9");
+         TraceDecode_t::InputValues(stream, info);
+       },
+       {"E InputValues: Bad syntax: X", "E InputValues: Unrecognized data type: 9"}},
+      {[&] { DeviceIdentifier_t(path).Load(devices, error); },
+       {"E Load: Section size cannot be located in the file."}},
+      {[&] { DeviceConfig_t(path, 0, 3).Load(settings, error); },
+       {"E Load: Bad configuration type."}},
+      {[&] { DeviceConfig_t(none, 0, 1).Load(settings, error); }, {"E Load: Bad TDF file"}},
+      {[&] { DeviceConfig_t(path, 0, 3).Save(settings, error); },
+       {"MP Save: Saving Device Config data to file " + path + "\n:  ",
+        "E Save: Bad configuration type."}},
+      {[&] { DeviceConfig_t(none, 0, 1).Save(settings, error); },
+       {"MP Save: Saving Device Config data to file " + none + "\n:  "}},
+  };
+  DebugLogRecords log;
+  for (const auto& [call, records] : cases) {
+    call();
+    EXPECT_EQ(log.take_with_functions(), records);
+  }
 }
 
 TEST_F(TraceSections, PlainSettingsAreSavedAsNamedAndLoadedFromTheSettingsFolder) {

@@ -6,7 +6,8 @@
 #include <string>
 
 /// Numbers in texts as formatted stream extraction reads them, but independent of the process's
-/// locale: leading white space, a sign, digits; the rest is left unread. Any thread.
+/// locale: leading white space, a sign, digits; the rest is left unread. Any thread. Throws
+/// std::bad_alloc: a lack of memory is not a text without a number.
 namespace KZ_DVT {
 
 enum class NumberBase {
@@ -26,6 +27,7 @@ struct ExtractedNumber {
 template <typename Number>
 ExtractedNumber<Number> ExtractNumber(const std::string& text, NumberBase base) {
   std::istringstream stream(text);
+  stream.exceptions(std::ios_base::badbit);
   stream.imbue(std::locale::classic());
   stream.setf(base == NumberBase::kOctal         ? std::ios_base::oct
               : base == NumberBase::kDecimal     ? std::ios_base::dec

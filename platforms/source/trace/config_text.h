@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <optional>
+#include <sstream>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -9,6 +10,17 @@
 /// Parsing and printing of configuration texts: KEY=VALUE lines, lists, numbers. Internal to
 /// platforms/source/trace; no state, any thread.
 namespace EktTrace::ConfigFile {
+
+/// Text streams that throw std::bad_alloc. By default a stream swallows it and ends early, so that
+/// half a text would pass for the whole.
+class TextInput : public std::istringstream {
+ public:
+  explicit TextInput(const std::string& text) : std::istringstream(text) { exceptions(badbit); }
+};
+class TextOutput : public std::ostringstream {
+ public:
+  TextOutput() { exceptions(badbit); }
+};
 
 /// A line split at its first '=', both parts trimmed. Without an '=' each part is the whole line,
 /// trimmed: some sections take such a line as a switch.

@@ -96,35 +96,30 @@ bool DeviceConfigManager_t::GetInfo(int& first, int& second, std::string& text) 
 bool DeviceConfigManager_t::LoadConfigurationLive() {
   for (const auto& [name, id] : m_attributes) {
     try {
-      ReadLive(name);
+      std::string value;
+      std::string error;
+      bool read = false;
+      try {
+        IConfigAccessor_t* const accessor =
+            m_session->GetConfigAccessor(m_deviceName, m_secondName, error);
+        read = accessor != nullptr && accessor->ReadSetting(name, value, error);
+      } catch (...) {
+        RecordException();
+      }
+      m_settings.values[name] = read ? value : GetDefaultValue(name);
+      if (read) {
+        QBT2_DEBUG_LOG(LOG_MSG_COMMON, "Accessed config setting %s (%s)", name.c_str(),
+                       value.c_str());
+        continue;
+      }
+      QBT2_DEBUG_LOG(LOG_MSG_COMMON, "Failed to access config setting %s. Using default value",
+                     name.c_str());
+      if (!error.empty()) QBT2_DEBUG_LOG(LOG_ERROR, "%s", error.c_str());
     } catch (...) {
       RecordException();
     }
   }
   return true;
-}
-
-void DeviceConfigManager_t::ReadLive(const std::string& name) {
-  std::string value;
-  std::string error;
-  if (ReadFromDevice(name, value, error)) {
-    m_settings.values[name] = value;
-    QBT2_DEBUG_LOG(LOG_MSG_COMMON, "Accessed config setting %s (%s)", name.c_str(), value.c_str());
-    return;
-  }
-  m_settings.values[name] = GetDefaultValue(name);
-  QBT2_DEBUG_LOG(LOG_MSG_COMMON, "Failed to access config setting %s. Using default value",
-                 name.c_str());
-  if (!error.empty()) QBT2_DEBUG_LOG(LOG_ERROR, "%s", error.c_str());
-}
-
-bool DeviceConfigManager_t::ReadFromDevice(const std::string& name, std::string& value,
-                                           std::string& error) try {
-  IConfigAccessor_t* const accessor =
-      m_session->GetConfigAccessor(m_deviceName, m_secondName, error);
-  return accessor != nullptr && accessor->ReadSetting(name, value, error);
-} catch (...) {
-  return RecordException();
 }
 
 bool DeviceConfigManager_t::LoadConfiguration(const std::string& path,
@@ -139,19 +134,17 @@ bool DeviceConfigManager_t::LoadConfiguration(const std::string& path,
     m_lastError = error;
     return false;
   }
-  ApplyValues(*accessor);
-  return true;
-} catch (...) {
-  return RecordException();
-}
-
-void DeviceConfigManager_t::ApplyValues(IConfigAccessor_t& accessor) const {
   for (const auto& [name, value] : m_settings.values) {
     QBT2_DEBUG_LOG(LOG_MSG_PLATFORM, "Applying config setting %s = %s", name.c_str(),
                    value.c_str());
-    std::string error;
-    if (!accessor.WriteSetting(name, value, error)) QBT2_DEBUG_LOG(LOG_ERROR, "%s", error.c_str());
+    std::string writeError;
+    if (!accessor->WriteSetting(name, value, writeError)) {
+      QBT2_DEBUG_LOG(LOG_ERROR, "%s", writeError.c_str());
+    }
   }
+  return true;
+} catch (...) {
+  return RecordException();
 }
 
 bool DeviceConfigManager_t::SaveConfiguration(const std::string& path,
@@ -161,11 +154,16 @@ bool DeviceConfigManager_t::SaveConfiguration(const std::string& path,
   for (const auto& [name, value] : m_settings.values) {
     QBT2_DEBUG_LOG(LOG_MSG_PLATFORM, "Saving config setting %s = %s", name.c_str(), value.c_str());
   }
-  std::string error;
-  const bool saved = DeviceConfig_t(path, type, m_configType).Save(m_settings, error);
-  if (!saved) {
-    QBT2_DEBUG_LOG(LOG_ERROR, "%s", error.c_str());
-    m_lastError = error;
+  bool saved = false;
+  try {
+    std::string error;
+    saved = DeviceConfig_t(path, type, m_configType).Save(m_settings, error);
+    if (!saved) {
+      QBT2_DEBUG_LOG(LOG_ERROR, "%s", error.c_str());
+      m_lastError = error;
+    }
+  } catch (...) {
+    RecordException();
   }
   QBT2_DEBUG_LOG(LOG_FUNC_EXIT, "returns %s", saved ? "success" : "failure");
   return saved;
@@ -206,8 +204,9 @@ std::string DeviceConfigManager_t::GetLastError() const try {
   return {};
 }
 
-/// Call it in a handler. The session is the host's and may throw anything.
-bool DeviceConfigManager_t::RecordException() noexcept try {
+/// Call it in an operation's handler; the record carries that place. The session is the host's and
+/// may throw anything.
+bool DeviceConfigManager_t::RecordException(int line, const char* function) noexcept try {
   try {
     throw;
   } catch (const std::exception& exception) {
@@ -215,7 +214,9 @@ bool DeviceConfigManager_t::RecordException() noexcept try {
   } catch (...) {
     m_lastError = "Unknown exception";
   }
-  QBT2_DEBUG_LOG(LOG_ERROR, "%s", m_lastError.c_str());
+  if (debug_log_wants(LOG_ERROR)) {
+    debug_log_msg(LOG_ERROR, __FILE__, line, function, "%s", m_lastError.c_str());
+  }
   return false;
 } catch (...) {
   return false;

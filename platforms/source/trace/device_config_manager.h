@@ -78,10 +78,8 @@ class QBT2_API DeviceConfigManager_t : public Kz::Dvt::Trace::CDeviceConfigManag
   const AttributeMap& GetConfigEntries() const { return m_attributes; }
 
  private:
-  void ReadLive(const std::string& name);
-  bool ReadFromDevice(const std::string& name, std::string& value, std::string& error);
-  void ApplyValues(IConfigAccessor_t& accessor) const;
-  bool RecordException() noexcept;
+  bool RecordException(int line = __builtin_LINE(),
+                       const char* function = __builtin_FUNCTION()) noexcept;
 
   AttributeMap m_attributes;
   IDeviceSession_t* m_session;

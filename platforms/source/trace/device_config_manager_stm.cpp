@@ -75,7 +75,7 @@ void DeviceConfigManagerStm_t::AddMasterEntries(IDeviceSession_t& session) {
 DeviceConfigManagerStm_t* DeviceConfigManagerStm_t::Construct(IDeviceSession_t* session,
                                                               const std::string& deviceName,
                                                               const std::string& secondName,
-                                                              std::string& error) {
+                                                              std::string& error) noexcept try {
   // "Configuraton" is the text that hosts know.
   static constexpr char kPrefix[] = "Device Configuraton Manager could not be created: ";
   try {
@@ -87,6 +87,8 @@ DeviceConfigManagerStm_t* DeviceConfigManagerStm_t::Construct(IDeviceSession_t* 
   }
   QBT2_DEBUG_LOG(LOG_ERROR, "%s", error.c_str());
   return nullptr;
+} catch (...) {
+  return nullptr;  // no memory even for the message
 }
 
 std::string DeviceConfigManagerStm_t::GetDefaultValue(const std::string& /*name*/) {

@@ -16,10 +16,12 @@ class QBT2_API DeviceConfigManagerStm_t : public DeviceConfigManager_t {
                            const std::string& secondName);
 
   /// A new manager, which the caller owns and deletes, or null with `error` filled: exceptions of
-  /// the construction are caught.
+  /// the construction are caught. Never throws; without memory for the text `error` stays as it
+  /// was.
   static DeviceConfigManagerStm_t* Construct(IDeviceSession_t* session,
                                              const std::string& deviceName,
-                                             const std::string& secondName, std::string& error);
+                                             const std::string& secondName,
+                                             std::string& error) noexcept;
 
   /// "0" for every name, registered or not.
   std::string GetDefaultValue(const std::string& name) override;

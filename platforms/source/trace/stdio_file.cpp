@@ -19,11 +19,11 @@ bool IsDirectory(std::FILE* stream) {
 }  // namespace
 
 StdioFile OpenForReading(const char* path) {
-  return StdioFile(std::fopen(path, "rb"));
+  return StdioFile(std::fopen(path, "rbe"));
 }
 
-StdioFile OpenForWriting(const char* path, const char* mode) {
-  StdioFile file(std::fopen(path, mode));
+StdioFile OpenForWriting(const char* path, const std::string& mode) {
+  StdioFile file(std::fopen(path, (mode + "e").c_str()));
   if (file) static_cast<void>(std::setvbuf(file.get(), nullptr, _IONBF, 0));
   return file;
 }

@@ -14,12 +14,13 @@ struct StdioCloser {
 };
 using StdioFile = std::unique_ptr<std::FILE, StdioCloser>;
 
-/// Opens for reading; null on failure.
+/// Opens for reading; null on failure. Programs that the process starts inherit neither this file
+/// nor one for writing.
 StdioFile OpenForReading(const char* path);
 
 /// Opens with `mode` and without a buffer, so that a full disk fails the call that writes, not the
 /// closing of the file; null on failure.
-StdioFile OpenForWriting(const char* path, const char* mode);
+StdioFile OpenForWriting(const char* path, const std::string& mode);
 
 /// Closes; false when the file system reports a failed write only then.
 bool CloseWritten(StdioFile file);

@@ -2,12 +2,10 @@
 
 #include <algorithm>
 #include <cstring>
-#include <fstream>
 #include <limits>
+#include <new>
 #include <string>
 #include <utility>
-
-#include <sys/stat.h>
 
 #include "common/source/errors/error_code.h"
 #include "platforms/source/trace/stdio_file.h"
@@ -18,25 +16,14 @@ namespace {
 
 constexpr std::uint32_t kMaxUint32 = std::numeric_limits<std::uint32_t>::max();
 
-bool IsDirectory(const char* path) {
-  struct stat status = {};
-  return stat(path, &status) == 0 && S_ISDIR(status.st_mode);
-}
-
 }  // namespace
 
 extern "C" std::uint32_t FileSize(const char* path) {
-  if (path == nullptr || IsDirectory(path)) return 0;
-  std::ifstream file(path, std::ios::in | std::ios::binary);
-  if (!file) return 0;
-  file.seekg(0, std::ios::beg);
-  const std::streamoff begin = file.tellg();
-  file.seekg(0, std::ios::end);
-  const std::streamoff end = file.tellg();
-  if (begin < 0 || end < begin) {
-    return 0;  // a pipe cannot seek
-  }
-  return static_cast<std::uint32_t>(std::min<std::streamoff>(end - begin, kMaxUint32));
+  if (path == nullptr) return 0;
+  const Kz::Dvt::Trace::StdioFile file = Kz::Dvt::Trace::OpenForReading(path);
+  std::uint64_t size = 0;
+  if (!file || !Kz::Dvt::Trace::FindEnd(file.get(), size)) return 0;
+  return static_cast<std::uint32_t>(std::min<std::uint64_t>(size, kMaxUint32));
 }
 
 namespace Kz::Dvt::Trace {
@@ -195,7 +182,7 @@ void TDFHandler::GetSectionDataPosition(const char* path, const char* name, std:
 }
 
 bool TDFHandler::SeekSectionData(std::FILE* stream, const char* name, std::uint32_t version,
-                                 std::uint32_t& dataLength) {
+                                 std::uint32_t& dataLength) noexcept try {
   dataLength = 0;
   if (stream == nullptr || std::ferror(stream) != 0) return false;
   const char* wanted = name == nullptr ? "" : name;
@@ -212,6 +199,8 @@ bool TDFHandler::SeekSectionData(std::FILE* stream, const char* name, std::uint3
         static_cast<std::uint32_t>(section.offset + section.length - section.payloadOffset);
     return true;
   }
+  return false;
+} catch (const std::bad_alloc&) {
   return false;
 }
 

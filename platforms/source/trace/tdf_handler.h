@@ -62,9 +62,10 @@ class QBT2_API TDFHandler {
 
   /// Searches from the stream's current position on, which must be that of a section. On success
   /// the stream is at the payload. Names are compared bytewise up to their first zero byte; a null
-  /// name is the empty one. False at the end of the file and at anything that is not a section.
+  /// name is the empty one. False at the end of the file, at anything that is not a section and
+  /// when memory runs out. Never throws.
   static bool SeekSectionData(std::FILE* stream, const char* name, std::uint32_t version,
-                              std::uint32_t& dataLength);
+                              std::uint32_t& dataLength) noexcept;
 
   /// Whether the name ends in ".tdf" and the file starts with the TDF identifier. Never throws.
   static bool ISTDF(const char* path) noexcept;

@@ -2,7 +2,6 @@
 
 #include <istream>
 #include <ostream>
-#include <sstream>
 #include <utility>
 
 #include "common/source/logging/debug_log.h"
@@ -17,6 +16,7 @@ namespace EktTrace::ConfigFile {
 
 using Kz::Dvt::Trace::TDFHandler;
 using Kz::Dvt::Trace::TdfFormat::kDecoderInfo;
+using KZ_DVT::NumberBase;
 
 const std::string TraceDecode_t::SectionName = kDecoderInfo.name;
 
@@ -27,42 +27,35 @@ using TraceDecodeData_t = TraceDecode_t::TraceDecodeData_t;
 /// Data types and data formats are below it.
 constexpr std::uint32_t kKindLimit = 8;
 
-KZ_DVT::ExtractedNumber<std::uint32_t> ExtractDecimal(const std::string& value) {
-  return KZ_DVT::ExtractNumber<std::uint32_t>(value, KZ_DVT::NumberBase::kDecimal);
+KZ_DVT::ExtractedNumber<std::uint32_t> Extract(const std::string& value, NumberBase base) {
+  return KZ_DVT::ExtractNumber<std::uint32_t>(value, base);
 }
 
-/// A data type or a data format. An invalid one becomes 0 and is logged.
-std::uint32_t ReadKind(const std::string& value, const char* complaint) {
-  const auto number = ExtractDecimal(value);
-  if (number.valid && number.value < kKindLimit) return number.value;
-  if (debug_log_wants(LOG_ERROR)) {
-    const std::string text = complaint + std::to_string(static_cast<std::int32_t>(number.value));
-    QBT2_DEBUG_LOG(LOG_ERROR, "%s", text.c_str());
-  }
-  return 0;
+/// A data type or a data format, in decimal. An invalid one becomes 0 and is complained about.
+std::string InputKind(const std::string& value, const char* complaint, std::uint32_t& kind) {
+  const auto number = Extract(value, NumberBase::kDecimal);
+  const bool known = number.valid && number.value < kKindLimit;
+  kind = known ? number.value : 0;
+  return known ? "" : complaint + std::to_string(static_cast<std::int32_t>(number.value));
 }
 
-void InputDecoderLine(const std::string& line, TraceDecodeData_t& data) {
-  const KeyValue field(line);
-  const auto& [key, value, hasEquals] = field;
-  if (!hasEquals || key.empty() || value.empty()) {
-    QBT2_DEBUG_LOG(LOG_ERROR, "Bad syntax: %s", line.c_str());
-  } else if (key == "DECODER") {
+/// Returns what is wrong with the line; empty if nothing is.
+std::string InputDecoderLine(const std::string& line, TraceDecodeData_t& data) {
+  const std::string badSyntax = "Bad syntax: " + line;
+  const auto [key, value, hasEquals] = KeyValue(line);
+  if (!hasEquals || key.empty() || value.empty()) return badSyntax;
+  if (key == "DATA_TYPE") return InputKind(value, "Unrecognized data type: ", data.dataType);
+  if (key == "DATA_FORMAT") return InputKind(value, "Unrecognized data format: ", data.dataFormat);
+  if (key == "DECODER") {
     data.decoder = value;
-  } else if (key == "DATA_TYPE") {
-    data.dataType = ReadKind(value, "Unrecognized data type: ");
-  } else if (key == "DATA_FORMAT") {
-    data.dataFormat = ReadKind(value, "Unrecognized data format: ");
   } else if (key == "ATBID") {
-    const auto number = ExtractDecimal(value);
-    if (number.valid) {
-      data.atbId = number.value;
-    } else {
-      QBT2_DEBUG_LOG(LOG_ERROR, "Bad syntax: %s", line.c_str());
-    }
+    const auto number = Extract(value, NumberBase::kAutomatic);
+    if (!number.valid) return badSyntax;
+    data.atbId = number.value;
   } else {
-    QBT2_DEBUG_LOG(LOG_ERROR, "Unrecognized name: %s", key.c_str());
+    return "Unrecognized name: " + key;
   }
+  return {};
 }
 
 }  // namespace
@@ -73,7 +66,7 @@ TraceDecode_t::TraceDecode_t(std::string fileName, std::uint32_t fileType)
 bool TraceDecode_t::Save(const TraceDecodeData_t& data, std::string& errorText) try {
   if (m_fileType != kTdfFileType) return SetError(kFileTypeNotSupported, errorText);
   if (!TDFHandler::ISTDF(m_fileName.c_str())) return SetError(kBadTdfFile, errorText);
-  std::ostringstream stream;
+  TextOutput stream;
   OutputValues(stream, data);
   SaveSectionText(m_fileName, kDecoderInfo, stream.str());
   return true;
@@ -83,9 +76,7 @@ bool TraceDecode_t::Save(const TraceDecodeData_t& data, std::string& errorText) 
 
 bool TraceDecode_t::Load(TraceDecodeData_t& data, std::string& errorText) try {
   if (m_fileType != kTdfFileType) return SetError(kFileTypeNotSupported, errorText);
-  std::string text;
-  if (!LoadSectionText(m_fileName, kDecoderInfo, text, errorText)) return false;
-  std::istringstream stream(text);
+  TextInput stream(LoadSectionText(m_fileName, kDecoderInfo));
   InputValues(stream, data);
   return true;
 } catch (...) {
@@ -103,7 +94,9 @@ void TraceDecode_t::InputValues(std::istream& stream, TraceDecodeData_t& data) {
   std::string line;
   while (std::getline(stream, line)) {
     clean_string(line);
-    if (!line.empty() && line.front() != '#') InputDecoderLine(line, data);
+    if (line.empty() || line.front() == '#') continue;
+    const std::string complaint = InputDecoderLine(line, data);
+    if (!complaint.empty()) QBT2_DEBUG_LOG(LOG_ERROR, "%s", complaint.c_str());
   }
 }
 

@@ -26,7 +26,8 @@ class QBT2_API TraceDecode_t {
   bool Load(TraceDecodeData_t& data, std::string& errorText);
 
   static void OutputValues(std::ostream& stream, const TraceDecodeData_t& data);
-  /// Changes only the fields that have a line; a later line wins.
+  /// Changes only the fields that have a line; a later line wins. Type and format are decimal, the
+  /// ATB id may also be 0x hexadecimal or 0 octal.
   static void InputValues(std::istream& stream, TraceDecodeData_t& data);
 
  private:

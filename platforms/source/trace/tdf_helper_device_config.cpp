@@ -3,7 +3,6 @@
 #include <array>
 #include <istream>
 #include <ostream>
-#include <sstream>
 #include <utility>
 
 #include "common/source/logging/debug_log.h"
@@ -32,7 +31,10 @@ constexpr std::array<SectionKind, 3> kSections = {kArmConfig, kDspConfig, kStmCo
 static_assert(DeviceConfig_t::eArmConfig == 0 && DeviceConfig_t::eDspConfig == 1 &&
               DeviceConfig_t::eStmConfig == 2);
 
-constexpr char kBadConfigType[] = "Bad configuration type.";
+const SectionKind& SectionOf(std::uint32_t configType) {
+  if (configType >= kSections.size()) Fail("Bad configuration type.");
+  return kSections[configType];
+}
 
 bool SavePlainFile(const std::string& path, const std::string& text, std::string& errorText) {
   switch (Kz::Dvt::Trace::WriteWholeFile(path, text)) {
@@ -53,7 +55,7 @@ DeviceConfig_t::DeviceConfig_t(std::string fileName, std::uint32_t fileType,
     : m_fileName(std::move(fileName)), m_fileType(fileType), m_configType(configType) {}
 
 bool DeviceConfig_t::Save(const DeviceConfigData_t& data, std::string& errorText) try {
-  std::ostringstream stream;
+  TextOutput stream;
   OutputValues(stream, data);
   const std::string text = stream.str();
   QBT2_DEBUG_LOG(LOG_MSG_PLATFORM, "Saving Device Config data to file %s\n: %s ",
@@ -74,8 +76,7 @@ bool DeviceConfig_t::Save(const DeviceConfigData_t& data, std::string& errorText
 
 bool DeviceConfig_t::SaveSection(const std::string& text, std::string& errorText) const {
   if (!TDFHandler::ISTDF(m_fileName.c_str())) return SetError(kBadTdfFile, errorText);
-  if (m_configType >= kSections.size()) return ReportError(kBadConfigType, errorText);
-  SaveSectionText(m_fileName, kSections[m_configType], text);
+  SaveSectionText(m_fileName, SectionOf(m_configType), text);
   return true;
 }
 
@@ -85,7 +86,7 @@ bool DeviceConfig_t::Load(DeviceConfigData_t& data, std::string& errorText) try 
     case kPlainFileType4:  // not type 2, which can only be saved
       return LoadPlainFile(data, errorText);
     case kTdfFileType:
-      return LoadSection(data, errorText);
+      return LoadSection(data);
     default:
       return SetError(kFileTypeNotSupported, errorText);
   }
@@ -100,17 +101,14 @@ bool DeviceConfig_t::LoadPlainFile(DeviceConfigData_t& data, std::string& errorT
   if (!Kz::Dvt::Trace::ReadWholeFile(path, text)) {
     return SetError("Failed to open file " + path, errorText);
   }
-  std::istringstream stream(text);
+  TextInput stream(text);
   InputValues(stream, data);
   return true;
 }
 
-bool DeviceConfig_t::LoadSection(DeviceConfigData_t& data, std::string& errorText) const {
-  if (!TDFHandler::ISTDF(m_fileName.c_str())) return ReportError(kBadTdfFile, errorText);
-  if (m_configType >= kSections.size()) return ReportError(kBadConfigType, errorText);
-  std::string text;
-  if (!LoadSectionText(m_fileName, kSections[m_configType], text, errorText)) return false;
-  std::istringstream stream(text);
+bool DeviceConfig_t::LoadSection(DeviceConfigData_t& data) const {
+  if (!TDFHandler::ISTDF(m_fileName.c_str())) Fail(kBadTdfFile);
+  TextInput stream(LoadSectionText(m_fileName, SectionOf(m_configType)));
   InputValues(stream, data);
   return true;
 }

@@ -57,7 +57,7 @@ class QBT2_API DeviceConfig_t {
  private:
   bool SaveSection(const std::string& text, std::string& errorText) const;
   bool LoadPlainFile(DeviceConfigData_t& data, std::string& errorText) const;
-  bool LoadSection(DeviceConfigData_t& data, std::string& errorText) const;
+  bool LoadSection(DeviceConfigData_t& data) const;
 
   std::string m_fileName;
   std::uint32_t m_fileType;

@@ -5,7 +5,6 @@
 #include <map>
 #include <optional>
 #include <ostream>
-#include <sstream>
 #include <string_view>
 #include <utility>
 
@@ -38,11 +37,18 @@ constexpr char kItemEnd = ',';
 constexpr char kUnknownName[] = "Unknown";
 constexpr char kNoNumber[] = "0";
 
+/// A record of InputData, which all of these functions belong to.
+void LogBadInput(const char* complaint, const std::string& text, int line = __builtin_LINE()) {
+  if (debug_log_wants(LOG_ERROR)) {
+    debug_log_msg(LOG_ERROR, __FILE__, line, "InputData", "%s: %s", complaint, text.c_str());
+  }
+}
+
 /// A number of a line: hexadecimal with "0x", decimal without. Anything else is logged and 0.
 std::uint32_t ReadNumber(const std::string& text) {
   const int base = text.find("0x") != std::string::npos ? 16 : 10;
   const std::optional<std::uint32_t> number = ParseUnsigned(text, base);
-  if (!number) QBT2_DEBUG_LOG(LOG_ERROR, "Bad number, using 0: %s", text.c_str());
+  if (!number) LogBadInput("Bad number, using 0", text);
   return number.value_or(0);
 }
 
@@ -206,7 +212,7 @@ void InputKeyword(const std::string& name, const std::string& value, Collected& 
       return;
     }
   }
-  QBT2_DEBUG_LOG(LOG_ERROR, "Unrecognized keyword in data section: %s", name.c_str());
+  LogBadInput("Unrecognized keyword in data section", name);
 }
 
 void InputLine(const std::string& line, Collected& all) {
@@ -214,7 +220,7 @@ void InputLine(const std::string& line, Collected& all) {
   if (!field.hasEquals) {
     // Deliberate: despite the message the line is not ignored. The whole line is keyword and value,
     // so that a bare EMU sets the emulator to "EMU".
-    QBT2_DEBUG_LOG(LOG_ERROR, "Line does not match syntax, ignoring: %s", line.c_str());
+    LogBadInput("Line does not match syntax, ignoring", line);
   }
   InputKeyword(field.key, field.value, all);
 }
@@ -229,7 +235,7 @@ DeviceIdentifier_t::DeviceIdentifier_t(std::string fileName, std::uint32_t fileT
     : m_fileName(std::move(fileName)), m_fileType(fileType) {}
 
 bool DeviceIdentifier_t::Save(const DevIdData_t& data, std::string& errorText) try {
-  std::ostringstream stream;
+  TextOutput stream;
   OutputData(stream, kDeviceIdentifier.version, data);
   const std::string text = stream.str();
   QBT2_DEBUG_LOG(LOG_MSG_PLATFORM, "Saving Device Identifer data: %s ", text.c_str());
@@ -257,7 +263,7 @@ bool DeviceIdentifier_t::Save(const DevIdData_t& data, std::string& errorText) t
 bool DeviceIdentifier_t::Load(DevIdData_t& data, std::string& errorText) try {
   std::string text;
   if (m_fileType == kTdfFileType) {
-    if (!LoadSectionText(m_fileName, kDeviceIdentifier, text, errorText)) return false;
+    text = LoadSectionText(m_fileName, kDeviceIdentifier);
   } else if (m_fileType == kPlainFileType4) {
     const std::string path = PlainPath(m_fileName);
     if (!Kz::Dvt::Trace::ReadWholeFile(path, text)) {
@@ -266,7 +272,7 @@ bool DeviceIdentifier_t::Load(DevIdData_t& data, std::string& errorText) try {
   } else {
     return SetError(kFileTypeNotSupported, errorText);
   }
-  std::istringstream stream(text);
+  TextInput stream(text);
   InputData(stream, kDeviceIdentifier.version, data);
   return true;
 } catch (...) {

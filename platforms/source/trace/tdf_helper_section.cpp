@@ -12,32 +12,45 @@
 
 namespace EktTrace::ConfigFile {
 
+using Kz::Dvt::Hwdbg::hwDbgError;
 using Kz::Dvt::Trace::TDFHandler;
 using Kz::Dvt::Trace::TdfFormat::SectionKind;
+
+namespace {
+
+/// Call it in a handler.
+std::string TextOfException() {
+  try {
+    throw;
+  } catch (const hwDbgError& error) {
+    return error.GetErrorText();
+  } catch (const std::bad_alloc&) {
+    return "Allocation failed";
+  } catch (const std::exception& error) {
+    return error.what();
+  } catch (...) {
+    return "Unknown exception";
+  }
+}
+
+}  // namespace
 
 bool SetError(std::string text, std::string& errorText) {
   errorText = std::move(text);
   return false;
 }
 
-bool ReportError(const char* text, std::string& errorText) {
-  errorText = text;
-  QBT2_DEBUG_LOG(LOG_ERROR, "%s", text);
-  return false;
+void Fail(const char* text) {
+  throw hwDbgError(text, hwDbgError::eError);
 }
 
-bool ReportException(std::string& errorText) noexcept try {
-  try {
-    throw;
-  } catch (const Kz::Dvt::Hwdbg::hwDbgError& error) {
-    return ReportError(error.GetErrorText(), errorText);
-  } catch (const std::bad_alloc&) {
-    return ReportError("Allocation failed", errorText);
-  } catch (const std::exception& error) {
-    return ReportError(error.what(), errorText);
-  } catch (...) {
-    return ReportError("Unknown exception", errorText);
+bool ReportException(std::string& errorText, const char* file, int line,
+                     const char* function) noexcept try {
+  errorText = TextOfException();
+  if (debug_log_wants(LOG_ERROR)) {
+    debug_log_msg(LOG_ERROR, file, line, function, "%s", errorText.c_str());
   }
+  return false;
 } catch (...) {
   return false;  // no memory even for the message
 }
@@ -51,8 +64,7 @@ void SaveSectionText(const std::string& fileName, const SectionKind& kind,
                               static_cast<std::uint32_t>(text.size()), sectionLength);
 }
 
-bool LoadSectionText(const std::string& fileName, const SectionKind& kind, std::string& text,
-                     std::string& errorText) {
+std::string LoadSectionText(const std::string& fileName, const SectionKind& kind) {
   std::uint32_t length = 0;
   std::uint32_t got = 0;
   TDFHandler::GetSectionDataLengthInBytes(fileName.c_str(), kind.name, kind.version, length);
@@ -62,9 +74,8 @@ bool LoadSectionText(const std::string& fileName, const SectionKind& kind, std::
   std::vector<char> buffer(std::size_t{length} + 1);
   TDFHandler::LoadSectionData(fileName.c_str(), kind.name, kind.version, buffer.data(), length + 1,
                               got);
-  if (got > length) return ReportError("Internal error.  Buffer was overrun.", errorText);
-  text.assign(buffer.data());  // the last byte of the buffer is zero
-  return true;
+  if (got > length) Fail("Internal error.  Buffer was overrun.");
+  return buffer.data();  // the last byte of the buffer is zero
 }
 
 }  // namespace EktTrace::ConfigFile

@@ -200,6 +200,17 @@ std::string BuildRecord(const KzTraceData_t& data, std::uint32_t timestamp) {
   return payload;
 }
 
+void SaveRecord(const std::string& fileName, const KzTraceData_t& data) {
+  const char* const path = fileName.c_str();
+  std::uint32_t headerOffset = 0;
+  std::uint32_t sectionLength = 0;
+  TDFHandler::CreateTDFFile(path);
+  TDFHandler::SaveSectionHeader(path, kTraceHeader.name, kTraceHeader.version, headerOffset);
+  const std::string payload = BuildRecord(data, ModificationTime(fileName));
+  TDFHandler::SaveSectionData(path, kTraceHeader.name, headerOffset, payload.data(), 1,
+                              static_cast<std::uint32_t>(payload.size()), sectionLength);
+}
+
 }  // namespace
 
 KzTrace_t::KzTrace_t(std::string fileName, std::uint32_t fileType)
@@ -209,19 +220,14 @@ bool KzTrace_t::Save(const KzTraceData_t& data, std::string& errorText) try {
   if (BuildRecord(data, 0).size() > kTraceHeaderBufferSize) {
     return SetError("Trace file header is larger than 10240 bytes.", errorText);
   }
-  const char* const path = m_fileName.c_str();
-  std::uint32_t headerOffset = 0;
-  std::uint32_t sectionLength = 0;
-  TDFHandler::CreateTDFFile(path);
-  TDFHandler::SaveSectionHeader(path, kTraceHeader.name, kTraceHeader.version, headerOffset);
-  const std::string payload = BuildRecord(data, ModificationTime(m_fileName));
-  TDFHandler::SaveSectionData(path, kTraceHeader.name, headerOffset, payload.data(), 1,
-                              static_cast<std::uint32_t>(payload.size()), sectionLength);
+  try {
+    SaveRecord(m_fileName, data);
+  } catch (const Kz::Dvt::Hwdbg::hwDbgError& error) {
+    errorText = error.GetErrorText();
+    QBT2_DEBUG_LOG(LOG_ERROR, "Error saving Binary Trace file: %s", errorText.c_str());
+    return false;
+  }
   return true;
-} catch (const Kz::Dvt::Hwdbg::hwDbgError& error) {
-  errorText = error.GetErrorText();
-  QBT2_DEBUG_LOG(LOG_ERROR, "Error saving Binary Trace file: %s", errorText.c_str());
-  return false;
 } catch (...) {
   return ReportException(errorText);
 }
