@@ -5,11 +5,13 @@
 #include <cstdio>
 #include <memory>
 
+#include "interfaces/qbt2_export.h"
+
 /// A buffered file, closed by the destructor. One thread at a time uses it. Nothing throws: each
 /// operation returns whether it succeeded; on a closed file it fails.
 namespace KZ_DVT {
 
-class uFile {
+class QBT2_API uFile {
  public:
   /// Closes the current file and opens `path` with an fopen mode. False on failure and on null.
   [[nodiscard]] bool Open(const char* path, const char* mode);

@@ -2,11 +2,13 @@
 
 #include <mutex>
 
+#include "interfaces/qbt2_export.h"
+
 /// The utilities' mutex. Not recursive. Lock() throws std::system_error if the platform refuses;
 /// nothing else throws.
 namespace KZ_DVT {
 
-class uMutex {
+class QBT2_API uMutex {
  public:
   uMutex() = default;
   uMutex(const uMutex&) = delete;
