@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # Installs the build into an empty folder and builds a stranger's program against it, once through the
-# CMake package and once through pkg-config; runs both, and the installed tool.
+# CMake package and once through pkg-config; runs both, and the installed tool. Compiles every installed
+# header alone.
 # usage: consumer_test.sh BUILD_FOLDER WORK_FOLDER [COMPILER_FLAGS]
 set -euo pipefail
 build=$1 work=$2 flags=${3-}
@@ -23,14 +24,18 @@ LD_LIBRARY_PATH=$libdir "$work/cmake/consumer"
 
 export PKG_CONFIG_PATH=$libdir/pkgconfig
 # shellcheck disable=SC2046,SC2086  # word splitting is wanted
-c++ -std=c++20 $flags "$here/consumer/consumer.cpp" -o "$work/by_pkg_config" \
+c++ -std=c++20 $flags "$here"/consumer/*.cpp -o "$work/by_pkg_config" \
   $(pkg-config --cflags --libs qbt2-host)
 LD_LIBRARY_PATH=$libdir "$work/by_pkg_config"
 
 # Found through its own path, without any help of the environment.
 "$work/root/bin/qbt2" columns --format jsonl | grep -c '"key"' | grep -qx 45
 
-if find "$work/root/include" -path '*decoder/*' | grep .; then
+cd "$work/root/include/qbt2"
+if find . -path '*decoder/*' | grep .; then
   echo "the decoder's own headers were installed" >&2
   exit 1
 fi
+find . -name '*.h' -printf '%P\n' | xargs -P "$(nproc)" -I '{}' sh -c '
+  echo "#include \"$1\"" | c++ -std=c++20 -Wall -Wextra -Werror -fsyntax-only -I. -x c++ - ||
+    { echo "$1 does not compile alone" >&2; exit 1; }' header '{}'

@@ -1,17 +1,32 @@
-// Uses one thing of each installed layer: the contract, the plug-in's classes, the host library.
+// Decodes a sample with the host library's pipeline and uses the plug-in's classes.
 #include <cstdio>
+#include <exception>
+#include <fstream>
 
-#include "host/decode/decoder_library.h"
-#include "platforms/source/trace/tdf_handler.h"
-#include "target_operations/operations.h"
+#include "host/decode/pipeline.h"
+#include "host/decode/text_sink.h"
 
-int main() {
-  const qbt2::DecoderLibrary library;
-  const qbt2::DecoderLibrary::Unit unit = library.create_unit();
-  const qbt2::ColumnCatalogue catalogue = qbt2::read_catalogue(*unit);
-  const bool is_tdf = Kz::Dvt::Trace::TDFHandler().ISTDF("no-such-file.tdf");
-  const bool no_cast = CastIString(nullptr) == nullptr;
-  std::printf("%zu columns, first %s\n", catalogue.columns.size(),
-              catalogue.columns[0].key.c_str());
-  return catalogue.columns.size() == 45 && !is_tdf && no_cast ? 0 : 1;
+bool plugin_classes_work();
+
+int main(int, char** argv) try {
+  // Probe 5, two words: 100 byte transactions in a window, 25 of them matched.
+  const unsigned char sample[] = {0, 5, 0, 0, 10, 0, 0, 0, 4, 100, 0, 0, 0, 4, 25, 0, 0, 0};
+  const std::string path = std::string(argv[0]) + ".qbt2s";
+  std::ofstream(path, std::ios::binary).write(reinterpret_cast<const char*>(sample), sizeof sample);
+
+  qbt2::DecodeRequest request;
+  request.captures = {path};
+  request.input = qbt2::CaptureFormat::kSamples;
+  qbt2::Pipeline pipeline(request);
+  std::size_t rows = 0;
+  while (const auto decoded = pipeline.next()) {
+    for (std::size_t row = 0; row < decoded->rows->size(); ++row, ++rows) {
+      if (decoded->rows->value(0, row) != 100) return 1;
+    }
+  }
+  std::printf("%zu columns, %zu row\n", pipeline.catalogue().columns.size(), rows);
+  return rows == 1 && !pipeline.report().damaged() && plugin_classes_work() ? 0 : 1;
+} catch (const std::exception& error) {
+  std::fprintf(stderr, "consumer: %s\n", error.what());
+  return 2;
 }
