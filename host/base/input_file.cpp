@@ -14,6 +14,8 @@
 namespace qbt2 {
 namespace {
 
+constexpr std::size_t kPieceBytes = std::size_t{256} << 10;
+
 std::string system_reason(int code) {
   return std::generic_category().message(code);
 }
@@ -92,6 +94,17 @@ void InputFile::rewind() {
   ahead_.clear();
   ahead_taken_ = 0;
   position_ = 0;
+}
+
+std::optional<std::string> read_up_to(InputFile& input, std::size_t most_bytes) {
+  if (input.size_bytes() > most_bytes) return std::nullopt;
+  std::string bytes;
+  std::vector<std::uint8_t> piece(kPieceBytes);
+  while (const std::size_t got = input.read(piece)) {
+    if (got > most_bytes - bytes.size()) return std::nullopt;
+    bytes.append(reinterpret_cast<const char*>(piece.data()), got);
+  }
+  return bytes;
 }
 
 }  // namespace qbt2

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <span>
 #include <string>
 #include <vector>
@@ -50,5 +51,9 @@ class InputFile {
   std::vector<std::uint8_t> ahead_;  ///< peeked and not yet taken
   std::size_t ahead_taken_ = 0;
 };
+
+/// Everything that is left of the input; none when that is more than `most_bytes`, as of a stream
+/// that never ends. Throws Error(kInput) where reading fails.
+std::optional<std::string> read_up_to(InputFile& input, std::size_t most_bytes);
 
 }  // namespace qbt2

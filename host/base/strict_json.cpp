@@ -1,16 +1,12 @@
 #include "host/base/strict_json.h"
 
 #include <algorithm>
-#include <cerrno>
-#include <cstdio>
-#include <cstring>
-#include <filesystem>
 #include <limits>
-#include <memory>
+#include <optional>
 #include <set>
-#include <system_error>
 
 #include "host/base/error.h"
+#include "host/base/input_file.h"
 #include "host/base/parse_number.h"
 
 namespace qbt2 {
@@ -110,28 +106,13 @@ class StrictChecker final : public nlohmann::json_sax<Json> {
   std::size_t offset_ = 0;
 };
 
-using File = std::unique_ptr<std::FILE, int (*)(std::FILE*)>;
-
 }  // namespace
 
 std::string read_json_file(const std::string& path) {
-  std::error_code ignored;
-  if (std::filesystem::is_directory(path, ignored)) {
-    throw Error(ErrorCode::kInput, path, "is a directory");
-  }
-  const File file(std::fopen(path.c_str(), "rb"), &std::fclose);
-  if (!file) throw Error(ErrorCode::kInput, path, std::strerror(errno));
-  std::string text;
-  char block[16384];
-  while (const std::size_t got = std::fread(block, 1, sizeof block, file.get())) {
-    text.append(block, got);
-    if (text.size() > kMaxJsonBytes) {
-      throw Error(ErrorCode::kInput, path,
-                  "larger than " + std::to_string(kMaxJsonBytes) + " bytes");
-    }
-  }
-  if (std::ferror(file.get()) != 0) throw Error(ErrorCode::kInput, path, "cannot be read");
-  return text;
+  InputFile file(path == "-" ? "./-" : path);  // "-" would be standard input
+  std::optional<std::string> text = read_up_to(file, kMaxJsonBytes);
+  if (text) return *std::move(text);
+  throw Error(ErrorCode::kInput, path, "larger than " + std::to_string(kMaxJsonBytes) + " bytes");
 }
 
 Json parse_strict_json(std::string_view text, const std::string& file) {

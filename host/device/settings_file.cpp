@@ -47,7 +47,6 @@ void refuse_other_files(std::string_view text, const std::string& file) {
   const auto refuse = [&file](const std::string& reason) {
     throw Error(ErrorCode::kInput, file, reason);
   };
-  if (text.size() > kMaxSettingsBytes) refuse("larger than 16 MiB, so these are not settings");
   if (is_utf16(text)) refuse("is UTF-16 text; save the settings as UTF-8");
   if (text.starts_with("TDF")) refuse("is a trace data file of a kind that is not known");
   if (const auto at = first_binary_byte(text)) {

@@ -1,8 +1,8 @@
 #include "host/tdf/section_sources.h"
 
+#include <optional>
 #include <sstream>
 #include <string_view>
-#include <vector>
 
 #include "host/base/error.h"
 #include "host/base/input_file.h"
@@ -18,7 +18,6 @@ using EktTrace::ConfigFile::DeviceIdentifier_t;
 using EktTrace::ConfigFile::TraceDecode_t;
 
 constexpr std::size_t kMostPlainBytes = std::size_t{16} << 20;
-constexpr std::size_t kPieceBytes = std::size_t{1} << 20;
 
 std::string read_plain_file(const std::string& path) {
   std::string text = load_section_payload(path, kMostPlainBytes, "is larger than 16 MiB");
@@ -74,14 +73,9 @@ DeviceConfig_t::DeviceConfigData_t load_settings_file(const std::string& path,
 std::string load_section_payload(const std::string& path, std::size_t most_bytes,
                                  const std::string& too_large) {
   InputFile file(path);
-  if (file.size_bytes() > most_bytes) throw Error(ErrorCode::kInput, file.name(), too_large);
-  std::string bytes;
-  std::vector<std::uint8_t> piece(kPieceBytes);
-  while (const std::size_t got = file.read(piece)) {
-    if (got > most_bytes - bytes.size()) throw Error(ErrorCode::kInput, file.name(), too_large);
-    bytes.append(reinterpret_cast<const char*>(piece.data()), got);
-  }
-  return bytes;
+  std::optional<std::string> bytes = read_up_to(file, most_bytes);
+  if (!bytes) throw Error(ErrorCode::kInput, file.name(), too_large);
+  return *std::move(bytes);
 }
 
 }  // namespace qbt2

@@ -5,7 +5,6 @@
 #include <optional>
 #include <string_view>
 #include <utility>
-#include <vector>
 
 #include "host/base/error.h"
 #include "host/base/text_parts.h"
@@ -116,14 +115,11 @@ class FileInfoReader {
   }
 
   FileInfo text() {
-    std::string bytes;
-    std::vector<std::uint8_t> piece(std::size_t{64} << 10);
-    while (const std::size_t got = input_.read(piece)) {
-      bytes.append(reinterpret_cast<const char*>(piece.data()), got);
-      if (bytes.size() > kMostTextBytes) {
-        return unknown("is larger than 16 MiB, too large for settings or a device description");
-      }
+    const std::optional<std::string> whole = read_up_to(input_, kMostTextBytes);
+    if (!whole) {
+      return unknown("is larger than 16 MiB, too large for settings or a device description");
     }
+    const std::string& bytes = *whole;
     const std::size_t first = bytes.find_first_not_of(" \t\r\n");
     if (first != std::string::npos && bytes[first] == '{') {
       if (std::optional<FileInfo> info = device(bytes)) return *info;
