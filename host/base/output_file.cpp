@@ -33,6 +33,10 @@ std::optional<int> descriptor_named_by(const std::string& path) {
 
 }  // namespace
 
+bool names_open_stream(const std::string& path) {
+  return descriptor_named_by(path).has_value();
+}
+
 OutputFile::OutputFile(const std::string& path)
     : shown_path_(path == "-" ? "standard output" : path) {
   if (const auto number = descriptor_named_by(path)) {

@@ -46,6 +46,9 @@ class OutputFile {
   bool reader_gone_ = false;
 };
 
+/// Whether OutputFile takes `path` for a stream that is open already: "-", /dev/stdout, /dev/fd/N.
+bool names_open_stream(const std::string& path);
+
 /// Throws Error(kUsage) where `output` is one of the inputs, under whatever name or link: writing
 /// it would destroy what is being read. "-" is standard input among the inputs, standard output
 /// else.

@@ -72,7 +72,7 @@ ReplacementFile::ReplacementFile(const std::string& path, ExistingFile existing)
   }
   // Renaming needs no permission of the file that is replaced; a write-protected one is to stay.
   if (exists && ::faccessat(AT_FDCWD, target_.c_str(), W_OK, AT_EACCESS) != 0) fail(errno);
-  create_temporary();
+  create_temporary(exists ? 0600 : 0666);
   if (exists) take_permissions();
 }
 
@@ -85,13 +85,13 @@ void ReplacementFile::fail(int error) const {
   throw_output_error(shown_path_, error);
 }
 
-void ReplacementFile::create_temporary() {
+void ReplacementFile::create_temporary(mode_t permissions) {
   const std::string extension = fs::path(shown_path_).extension().string();
   std::string name;
   do {
     name = temporary_name(target_, extension);
     entry_.emplace(name);
-    descriptor_ = ::open(name.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
+    descriptor_ = ::open(name.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, permissions);
   } while (descriptor_ < 0 && errno == EEXIST);  // left by a process of the same number
   if (descriptor_ < 0) fail(errno);
   temporary_ = name;

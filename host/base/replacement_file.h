@@ -47,7 +47,9 @@ class ReplacementFile {
 
  private:
   ReplacementFile() = default;  ///< delegated to, so that the destructor runs when opening fails
-  void create_temporary();
+  /// With the permissions of a file of its own user's only, where it takes those of another later:
+  /// whoever opened it before that could read on.
+  void create_temporary(mode_t permissions);
   void take_permissions();
   void close_checked();
   void take_free_name() const;

@@ -8,6 +8,7 @@
 #include "host/base/parse_number.h"
 #include "host/base/text_parts.h"
 #include "host/base/trace_id.h"
+#include "host/base/use_case_setting.h"
 #include "host/tdf/usecase_check.h"
 
 namespace qbt2 {
@@ -31,7 +32,7 @@ class LineChecker {
   bool is_first(const TextLine& line) {
     if (keys_.size() == kMostKeys) return true;  // more than any device has; memory stays bounded
     if (keys_.insert(std::string(line.key())).second) return true;
-    fault(line, std::string(line.key()) + " is set again; the last line wins");
+    fault(line, excerpt(line.key()) + " is set again; the last line wins");
     return false;
   }
 
@@ -55,6 +56,7 @@ void check_setting(const TextLine& line, LineChecker& lines) {
     return lines.fault(line, "ends in a carriage return, which becomes part of the value");
   }
   lines.is_first(line);
+  if (!has_use_case_prefix(line.key())) return;
   const std::string name(line.key());
   for (const std::string& fault : check_usecase_settings({{name, std::string(line.value())}})) {
     lines.fault(line, fault);
@@ -62,7 +64,7 @@ void check_setting(const TextLine& line, LineChecker& lines) {
 }
 
 std::string quoted(std::string_view text) {
-  return std::string("'").append(text).append("'");
+  return std::string("'").append(excerpt(text)).append("'");
 }
 
 std::string decoder_value_fault(std::string_view key, std::string_view value) {
@@ -102,12 +104,13 @@ constexpr std::array<DeviceKeyword, 8> kDeviceKeywords = {{{"EMU", ""},
                                                            {"PROCMAP", "tne"}}};
 
 std::string record_fault(std::string_view record, std::string_view kinds) {
-  const std::vector<std::string_view> fields = split(record, '$');
-  const std::string shown = "the record '" + std::string(record) + "' ";
-  if (fields.size() != kinds.size()) {
-    return shown + "has " + std::to_string(fields.size()) + " fields instead of " +
+  const std::string shown = "the record " + quoted(record) + " ";
+  const std::size_t count = part_count(record, '$');  // before the parts: they may be millions
+  if (count != kinds.size()) {
+    return shown + "has " + std::to_string(count) + " fields instead of " +
            std::to_string(kinds.size());
   }
+  const std::vector<std::string_view> fields = split(record, '$');
   for (std::size_t i = 0; i < fields.size(); ++i) {
     if (kinds[i] == 'n' && !parse_decimal_or_hex(trimmed(fields[i]), UINT32_MAX)) {
       return shown + "has a field that is not a number";
@@ -122,18 +125,18 @@ void check_records(const TextLine& line, std::string_view kinds, const LineCheck
   if (value.empty()) return;
   if (value.back() != '~') return lines.fault(line, "the last record does not end in '~'");
   value.remove_suffix(1);
-  for (const std::string_view record : split(value, '~')) {
+  for_each_part(value, '~', [&](std::string_view record) {
     const std::string fault = record_fault(record, kinds);
     if (!fault.empty()) lines.fault(line, fault);
-  }
+  });
 }
 
 void check_device_ids(const TextLine& line, const LineChecker& lines) {
   if (line.value().empty()) return;
-  for (const std::string_view item : split(line.value(), ',')) {
-    if (parse_decimal_or_hex(trimmed(item), UINT32_MAX)) continue;
-    lines.fault(line, "the device id '" + std::string(item) + "' is not a number");
-  }
+  for_each_part(line.value(), ',', [&](std::string_view item) {
+    if (parse_decimal_or_hex(trimmed(item), UINT32_MAX)) return;
+    lines.fault(line, "the device id " + quoted(item) + " is not a number");
+  });
 }
 
 void check_device_line(const TextLine& line, LineChecker& lines) {

@@ -5,11 +5,14 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
+#include <functional>
+#include <numeric>
 #include <set>
 #include <system_error>
 #include <utility>
 
 #include "host/base/error.h"
+#include "host/base/text_parts.h"
 #include "host/tdf/trace_header.h"
 
 namespace qbt2 {
@@ -41,6 +44,20 @@ const KnownSection* known_by_name(std::string_view name) {
   return found == kKnownSections.end() ? nullptr : found;
 }
 
+/// The known name that this one differs from in one byte: likely the same one, damaged.
+const KnownSection* known_by_damaged_name(std::string_view name) {
+  const auto differing_bytes = [name](std::string_view known) {
+    return std::inner_product(name.begin(), name.end(), known.begin(), 0, std::plus<>(),
+                              std::not_equal_to<>());
+  };
+  const auto* const found =
+      std::find_if(kKnownSections.begin(), kKnownSections.end(), [&](const KnownSection& known) {
+        const std::string_view other = known.kind.name;
+        return other.size() == name.size() && differing_bytes(other) == 1;
+      });
+  return found == kKnownSections.end() ? nullptr : found;
+}
+
 [[noreturn]] void cannot_read(const std::string& file, int code) {
   throw Error(ErrorCode::kInput, file, "cannot read: " + std::generic_category().message(code));
 }
@@ -60,9 +77,12 @@ void require_regular_file(const std::string& path) {
 std::string list_of(const std::vector<TraceSection>& sections) {
   std::string text;
   for (std::size_t i = 0; i < std::min(sections.size(), kListedInMessage); ++i) {
-    text.append(i == 0 ? "" : ", ").append(section_label(sections[i]));
+    text.append(i == 0 ? "" : ", ").append(excerpt(sections[i].name));
+    text.append(" ").append(std::to_string(sections[i].version));
   }
-  if (sections.size() > kListedInMessage) text += ", ...";
+  if (sections.size() > kListedInMessage) {
+    text.append(" and ").append(std::to_string(sections.size() - kListedInMessage)).append(" more");
+  }
   return text.empty() ? "no sections" : text;
 }
 
@@ -186,6 +206,11 @@ class TraceFileCheck {
 
   void check_section(const TraceSection& section) {
     check_name(section);
+    if (section.payloadOffset > UINT32_MAX &&
+        section_content(section) != SectionContent::kUnknown) {
+      report(FindingSeverity::kFault, section,
+             "its data begin past 4 GiB, where readers never find them");
+    }
     // A truncated payload is reported once, as the fault of the file.
     if (file_.is_cut(section)) return;
     switch (section_content(section)) {
@@ -213,13 +238,20 @@ class TraceFileCheck {
     }
   }
 
+  /// The container has no checksum: of a known section whose name or version was damaged this is
+  /// all that shows.
   void report_unknown(const TraceSection& section) {
-    const KnownSection* const known = known_by_name(section.name);
-    report(FindingSeverity::kNote, section,
-           known == nullptr ? "this section is not known"
-                            : std::string("readers look for version ")
-                                  .append(std::to_string(known->kind.version))
-                                  .append(" of this section"));
+    if (const KnownSection* const known = known_by_name(section.name)) {
+      report(FindingSeverity::kFault, section,
+             "readers look for version " + std::to_string(known->kind.version) +
+                 " of this section and never find this one");
+    } else if (const KnownSection* const meant = known_by_damaged_name(section.name)) {
+      report(FindingSeverity::kFault, section,
+             std::string("the name differs from ").append(meant->kind.name) +
+                 " in one byte, so readers of that section never find it");
+    } else {
+      report(FindingSeverity::kNote, section, "this section is not known");
+    }
   }
 
   void check_header(const TraceSection& section) {

@@ -49,7 +49,7 @@ class TraceFile {
   std::string payload(const TraceSection& section) const;
 
   /// The first section of this name and, if given, this version. Throws Error(kUsage) when there is
-  /// none, or when the name alone fits several versions; the message lists the sections.
+  /// none, or when the name alone fits several versions; the message lists the first 20 sections.
   const TraceSection& find(const std::string& section_name,
                            std::optional<std::uint32_t> version) const;
 
@@ -71,8 +71,9 @@ std::string section_label(const TraceSection& section);
 std::string_view text_of_payload(std::string_view payload);
 
 /// Reports everything that is wrong with the file, in file order; offsets are the file's. Beyond
-/// damage of the container: malformed payloads of known sections, sections that an earlier one of
-/// their name and version hides, and, as notes, unknown sections.
+/// damage of the container: malformed payloads of known sections, sections that readers never find
+/// (an earlier one has their name and version, the version or one byte of the name is wrong, they
+/// lie past 4 GiB), and, as notes, unknown sections.
 void check_trace_file(const TraceFile& file, const FindingSink& sink);
 
 }  // namespace qbt2

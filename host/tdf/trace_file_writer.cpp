@@ -1,12 +1,14 @@
 #include "host/tdf/trace_file_writer.h"
 
 #include <filesystem>
+#include <optional>
 #include <system_error>
 #include <utility>
 
 #include "common/source/errors/error_code.h"
 #include "host/base/error.h"
 #include "host/base/replacement_file.h"
+#include "host/tdf/file_lock.h"
 #include "host/tdf/section_sources.h"
 #include "host/tdf/trace_file.h"
 #include "platforms/source/trace/tdf_format.h"
@@ -67,6 +69,8 @@ void require_extension(const std::string& path) {
 
 void create_trace_file(const std::string& path, const TraceFileContents& contents, bool replace) {
   require_extension(path);
+  std::optional<FileLock> lock;
+  if (replace) lock.emplace(path);
   ReplacementFile file(path, replace ? ExistingFile::kReplace : ExistingFile::kRefuse);
   check_contents(path, contents, {{format::kTraceHeader.name, format::kTraceHeader.version}},
                  new_file_bytes());
@@ -80,6 +84,7 @@ void create_trace_file(const std::string& path, const TraceFileContents& content
 
 void add_to_trace_file(const std::string& path, const TraceFileContents& contents) {
   require_extension(path);
+  const FileLock lock(path);
   const TraceFile old(path);
   if (const auto& fault = old.fault()) {
     throw Error(ErrorCode::kInput, path, fault.offset,

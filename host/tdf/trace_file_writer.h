@@ -6,8 +6,8 @@
 
 /// Creates trace data files, and adds sections to them, with the section classes' own writers. The
 /// file is complete or absent: it is built under a temporary name next to its own, and after any
-/// failure an earlier file stays as it was. One thread; two writers of one file are not guarded
-/// against.
+/// failure an earlier file stays as it was. A file is locked while it is extended or replaced:
+/// another writer, in whatever process, waits. One thread.
 namespace qbt2 {
 
 /// Creates `path`. Throws Error: kUsage when the name does not end in ".tdf", when the file

@@ -115,14 +115,15 @@ void read_lists(PayloadReader& reader, std::array<std::uint32_t, 4>& items) {
   });
 }
 
-void set_field(Record& record, const TraceHeaderField& field, std::string_view value,
+/// Blanks belong to a text, not to a number.
+void set_field(Record& record, const TraceHeaderField& field, const TextLine& line,
                const std::string& place) {
   const auto set = [&](auto member) {
     using Value = std::remove_reference_t<decltype(record.*member)>;
     if constexpr (std::is_same_v<Value, std::string>) {
-      record.*member = value;
+      record.*member = line.whole_value();
     } else {
-      const auto number = parse_decimal_or_hex(value, std::numeric_limits<Value>::max());
+      const auto number = parse_decimal_or_hex(line.value(), std::numeric_limits<Value>::max());
       if (!number) {
         throw Error(ErrorCode::kInput, place,
                     std::string(field.name)
@@ -174,7 +175,7 @@ TraceHeaderRecord parse_trace_header_text(std::string_view text, const std::stri
     }
     if (given[index]) throw Error(ErrorCode::kInput, place, key + " is given twice");
     given[index] = true;
-    set_field(record, kTraceHeaderFields[index], line.value(), place);
+    set_field(record, kTraceHeaderFields[index], line, place);
   });
   return record;
 }

@@ -58,9 +58,10 @@ inline constexpr std::array<TraceHeaderField, 12> kTraceHeaderFields = {{
     {"headerValue8", &TraceHeaderRecord::headerValue8},
 }};
 
-/// A plain header file: KEY=VALUE lines, blanks and tabs trimmed, empty lines and lines that start
-/// with '#' ignored; a field without a line is empty or 0. Numbers are decimal or 0x
-/// hexadecimal. Throws Error(kInput) naming `file` and the line for anything else.
+/// A plain header file: KEY=VALUE lines, empty lines and lines that start with '#' ignored; a field
+/// without a line is empty or 0. A text is everything after the '='; blanks and tabs around keys
+/// and numbers are trimmed. Numbers are decimal or 0x hexadecimal. Throws Error(kInput) naming
+/// `file` and the line for anything else.
 TraceHeaderRecord parse_trace_header_text(std::string_view text, const std::string& file);
 
 }  // namespace qbt2

@@ -24,14 +24,16 @@ std::string number_fault(const std::string& field) {
 }  // namespace
 
 std::string usecase_line_fault(std::string_view line) {
-  const std::vector<std::string_view> fields = split(line, ';');
-  if (fields.size() != kUseCaseFields) {
-    return std::to_string(fields.size()) + " fields instead of " + std::to_string(kUseCaseFields);
+  const std::size_t count = part_count(line, ';');  // before the parts: a line may be all of them
+  if (count != kUseCaseFields) {
+    return std::to_string(count) + " fields instead of " + std::to_string(kUseCaseFields);
   }
+  const std::vector<std::string_view> fields = split(line, ';');
   for (std::size_t i = 1; i < fields.size(); ++i) {
     const std::string field(fields[i]);
     const std::string fault = number_fault(field);
-    if (!fault.empty()) return "field " + std::to_string(i) + " ('" + field + "') " + fault;
+    if (!fault.empty())
+      return "field " + std::to_string(i) + " ('" + excerpt(field) + "') " + fault;
   }
   return {};
 }

@@ -1,5 +1,6 @@
 #include <fstream>
 #include <nlohmann/json.hpp>
+#include <thread>
 
 #include "tests/support/tdf_bytes.h"
 #include "tests/tools/tool_test.h"
@@ -7,13 +8,14 @@
 namespace qbt2::test {
 namespace {
 
+using ::testing::EndsWith;
 using ::testing::HasSubstr;
 using ::testing::IsEmpty;
 using ::testing::StartsWith;
 using Json = nlohmann::json;
 
 const char* const kHeaderText =
-    "# a board\n deviceText = Board A \nconnectionName=Emu/CPU_1\nheaderValue1=1\n"
+    "# a board\n deviceText =Board A \nconnectionName=Emu/CPU_1\nheaderValue1=1\n"
     "headerValue2=0x2\nheaderValue3=3\nheaderValue4=4\nheaderValue5=5\nheaderValue6=6\n"
     "headerValue7=7\nheaderText3=third\nheaderText4=\nheaderValue8=0x123456789abcdef0\n";
 const char* const kDecoderText = "DECODER=X\nDATA_TYPE=3\nDATA_FORMAT=5\nATBID=12\n";
@@ -25,12 +27,12 @@ const char* const kUsecase = "DMA1;1;0x2d00;3;4;5;6;7;8;9;10;11;12;13;14";
 std::string header_payload(const std::string& timestamp) {
   std::string numbers;
   for (const std::uint32_t value : {1U, 7U, 2U, 3U, 4U, 5U, 6U}) numbers += le32(value);
-  return counted("Board A") + counted("Emu/CPU_1") + numbers + counted("third") + timestamp +
+  return counted("Board A ") + counted("Emu/CPU_1") + numbers + counted("third") + timestamp +
          counted("") + le32(0) + le32(0) + le32(0) + le32(0) + le32(0x9abcdef0) + le32(0x12345678);
 }
 
 /// Offset of the timestamp in a file that begins with the header above.
-constexpr std::size_t kTimestampOffset = 4 + 12 + 7 + (4 + 7) + (4 + 9) + 7 * 4 + (4 + 5);
+constexpr std::size_t kTimestampOffset = 4 + 12 + 7 + (4 + 8) + (4 + 9) + 7 * 4 + (4 + 5);
 
 class TdfCommandTest : public ToolTest {
  protected:
@@ -60,7 +62,7 @@ TEST_F(TdfCommandTest, CreateWritesTheFormatByteForByte) {
                 section("STMDECODERINFO", 1, std::string("ATBID=0x10\nQBT2_5=") + kUsecase + "\n") +
                 section("BLOB", 7, read_file(blob)));
   EXPECT_EQ(run_tool({"tdf", "verify", tdf}).out,
-            tdf + ": byte 422: note: BLOB 7: this section is not known\n" + tdf +
+            tdf + ": byte 423: note: BLOB 7: this section is not known\n" + tdf +
                 ": 5 sections, all sound, 1 note\n");
 }
 
@@ -103,8 +105,8 @@ TEST_F(TdfCommandTest, ListHasOffsetsAndLengths) {
 TEST_F(TdfCommandTest, ShowPrintsTheContentOfEverySection) {
   make_tdf();
   const ToolResult text = run_tool({"tdf", "show", tdf, "KZTrace"});
-  EXPECT_THAT(text.out, StartsWith("# KZTrace version 20, at byte 4, 93 bytes of data\n"
-                                   "deviceText=Board A\nconnectionName=Emu/CPU_1\n"
+  EXPECT_THAT(text.out, StartsWith("# KZTrace version 20, at byte 4, 94 bytes of data\n"
+                                   "deviceText=Board A \nconnectionName=Emu/CPU_1\n"
                                    "headerValue1=1\nheaderValue2=2\nheaderValue3=3\n"
                                    "headerValue4=4\nheaderValue5=5\nheaderValue6=6\n"
                                    "headerValue7=7\nheaderText3=third\nheaderText4=\n"
@@ -152,6 +154,53 @@ TEST_F(TdfCommandTest, ExtractWritesThePayloadOfOneVersion) {
   EXPECT_EQ(missing.status, 2);
   EXPECT_THAT(missing.err, HasSubstr("has no section BL: it has KZTrace 20, KZDecode 1"));
   EXPECT_FALSE(names().contains("absent"));
+  // A section may go without a name, and a list of names stays short.
+  std::string many = "TDF2" + section("", 1, "nameless");
+  for (std::uint32_t i = 0; i < 30; ++i) many += section("S", i, "x");
+  put("a.tdf", many);
+  EXPECT_EQ(run_tool({"tdf", "extract", tdf, ""}).out, "nameless");
+  EXPECT_EQ(run_tool({"tdf", "show", tdf, "", "--format", "json"}).out,
+            "{\"file\":\"" + tdf +
+                "\",\"sections\":[\n{\"name\":\"\",\"version\":1,\"offset\":4,\"length\":20,"
+                "\"payload_length\":8,\"hex\":\"6e616d656c657373\"}\n],\"fault\":null}\n");
+  EXPECT_THAT(run_tool({"tdf", "extract", tdf, "T"}).err, EndsWith("S 17, S 18 and 11 more\n"));
+}
+
+TEST_F(TdfCommandTest, ManySettingsAreShownInLinearTime) {
+  constexpr int kSettings = 160'000;
+  std::string text;
+  for (int i = 0; i < kSettings; ++i) text.append("S").append(std::to_string(i)).append("=\x7F\n");
+  put("a.tdf", "TDF2" + section("ARMDCM", 1, text) +
+                   section("DEVID", 1,
+                           "DEVICEID=" + std::string((17 << 20) / 2, '1') +
+                               std::string((17 << 20) / 2, '~') + "\n"));
+  ToolRun run;
+  run.arguments = {"tdf", "show", tdf, "--format", "json"};
+  run.limit = std::chrono::seconds(30);
+  const ToolResult result = run_tool(run);
+  ASSERT_FALSE(result.timed_out);
+  EXPECT_THAT(result.out, HasSubstr("\"S0\":\"\\u007f\",\"S1\":\"\\u007f\",\"S10\""));
+  EXPECT_THAT(result.err, HasSubstr("DEVID 1: is larger than 16 MiB, so its bytes are shown"));
+  const auto sections = Json::parse(result.out).at("sections");
+  EXPECT_EQ(sections.at(0).at("settings").size(), kSettings);
+  EXPECT_THAT(sections.at(1).at("hex").get<std::string>(), StartsWith("44455649434549443d31"));
+}
+
+/// Without a lock the second of two programs replaces what the first has just added.
+TEST_F(TdfCommandTest, AddingAtTheSameTimeLosesNothing) {
+  put("a.tdf", "TDF2" + section("ARMDCM", 1, std::string(1 << 20, '#')));
+  constexpr int kRounds = 15;
+  const auto add_all = [this](const char* name) {
+    for (int i = 0; i < kRounds; ++i) {
+      const std::string argument = std::string(name) + ":" + std::to_string(i) + "=" + blob;
+      EXPECT_EQ(run_tool({"tdf", "add", tdf, "--section", argument}).err, "");
+    }
+  };
+  std::thread other(add_all, "B");
+  add_all("A");
+  other.join();
+  const auto json = Json::parse(run_tool({"tdf", "list", tdf, "--format", "json"}).out);
+  EXPECT_EQ(json.at("sections").size(), 1 + 2 * kRounds);
 }
 
 TEST_F(TdfCommandTest, VerifyReportsFaultsOfTheFileAndOfItsSections) {
@@ -163,8 +212,14 @@ TEST_F(TdfCommandTest, VerifyReportsFaultsOfTheFileAndOfItsSections) {
       {"TDF3", "byte 0: fault: the file does not start with \"TDF2\""},
       {"TDF2" + sound.substr(0, 30), "byte 4: fault: the file ends after 10 of 45 bytes"},
       {"TDF2" + sound + sound, "byte 69: fault: KZDecode 1: an earlier section has this name"},
-      {"TDF2" + section("KZTrace", 20, header_payload(le32(0)).substr(0, 92)),
-       "byte 108: fault: KZTrace 20: the payload ends inside headerValue8"},
+      {"TDF2" + section("KZTrace", 20, header_payload(le32(0)) + "x"),
+       "byte 117: fault: KZTrace 20: 1 bytes follow the record"},
+      {"TDF2" + section("KZDecodf", 1, ""),
+       "fault: KZDecodf 1: the name differs from KZDecode in one byte"},
+      {"TDF2" + section("STMDECODERINFO", 2, ""),
+       "fault: STMDECODERINFO 2: readers look for version 1 of this section"},
+      {"TDF2" + section("KZTrace", 20, header_payload(le32(0)).substr(0, 93)),
+       "byte 109: fault: KZTrace 20: the payload ends inside headerValue8"},
       {"TDF2" + section("KZDecode", 1, "DECODER=X\nDATA_TYPE=8\n"),
        "byte 34: fault: KZDecode 1: line 2: DATA_TYPE is not a decimal number from 0 to 7"},
       {"TDF2" + section("ARMDCM", 1, "QBT2_5=a;b\n"),
@@ -193,6 +248,7 @@ TEST_F(TdfCommandTest, AFailedRunChangesNoFile) {
   put("large.hdr", "deviceText=" + std::string(10300, 'x') + "\n");
   const std::string huge = put("huge", "");
   std::filesystem::resize_file(huge, (std::uintmax_t{128} << 20) - 12);  // without the name's byte
+  std::filesystem::create_symlink(tdf, at("link"));
   const auto names_before = names();
   const std::string fresh = at("fresh.tdf");
   const struct {
@@ -219,7 +275,12 @@ TEST_F(TdfCommandTest, AFailedRunChangesNoFile) {
       {{"add", tdf, "--decoder-info", decoder}, "already has a section KZDecode 1"},
       {{"add", tdf, "--section", "A:1=" + blob, "--section", "B:1=" + at("none")}, "cannot open"},
       {{"add", tdf, "--section", ":1=" + blob}, "a section needs a name"},
-      {{"add", blob, "--section", "A:1=" + blob}, "ends in .tdf"},
+      {{"add", blob, "--section", "A:1=" + header}, "ends in .tdf"},
+      {{"add", tdf, "--section", "A:1=" + tdf}, "is also read in this run"},
+      {{"create", tdf, "--force", "--settings", at("link")}, "is also read in this run"},
+      {{"extract", tdf, "BLOB", "-o", tdf}, "is also read in this run"},
+      {{"extract", at("link"), "BLOB", "-o", tdf}, "is also read in this run"},
+      {{"extract", tdf, "BLOB", "-o", at("link")}, "is also read in this run"},
   };
   for (const auto& test : kCases) {
     std::vector<std::string> arguments = test.arguments;
@@ -267,6 +328,10 @@ TEST_F(TdfCommandTest, AFileEndsBelowFourGibibytes) {
       run_tool({"tdf", "add", tdf, "--section", "A:1=" + put("p", std::string(67, 'x'))});
   EXPECT_EQ(result.status, 2);
   EXPECT_THAT(result.err, HasSubstr("would be 4294967296 bytes long; a file ends below 4 GiB"));
+  std::ofstream(tdf, std::ios::binary | std::ios::app)
+      << section("A", 1, std::string(67, 'x')) << section("ARMDCM", 1, "A=1\n");
+  EXPECT_THAT(run_tool({"tdf", "verify", tdf}).out,
+              HasSubstr("byte 4294967296: fault: ARMDCM 1: its data begin past 4 GiB"));
 }
 
 TEST_F(TdfCommandTest, SettingsFromEitherFileGiveTheSameRows) {

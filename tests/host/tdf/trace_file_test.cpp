@@ -115,7 +115,7 @@ class TraceFileTest : public ::testing::Test, public TestFolder {
       section("EKTCONFIG", 2, "A=1\n# B\n\n{ block\nC = 2\n"),
       section("STMDECODERINFO", 1, "QBT2_5=MASTERNAME;1;2;3;4;5;6;7;8;9;10;11;12;13;0x7fffffff\n"),
       section("ARMDCM", 1, ""),
-      section("ARMDCM", 2, "no text \xFF"),
+      section("OTHER", 2, "no text \xFF"),
       section("", 0, "x")};
 };
 

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <memory>
-#include <nlohmann/json.hpp>
 #include <string>
 
 #include "host/base/error.h"
@@ -10,6 +9,8 @@
 #include "host/base/standard_output.h"
 #include "host/decode/decoder_library.h"
 #include "tools/qbt2/cli/plugin_guard.h"
+#include "tools/qbt2/cli/printer.h"
+#include "tools/qbt2/commands/json_list.h"
 
 namespace qbt2::tool {
 namespace {
@@ -37,10 +38,10 @@ std::string as_table(const ColumnCatalogue& catalogue) {
     const std::string number = std::to_string(k);
     const std::string bits = std::to_string(8 * column.size_bytes);
     text.append(number.size() < 2 ? 1 : 0, ' ').append(number).append("  ");
-    text.append(padded(column.key, key_width)).append("  ");
-    text.append(padded(column.name, name_width)).append("  ");
+    text.append(padded(shown(column.key), key_width)).append("  ");
+    text.append(padded(shown(column.name), name_width)).append("  ");
     text.append(4 - std::min<std::size_t>(4, bits.size()), ' ').append(bits).append("  ");
-    text.append(column.description).append("\n");
+    text.append(shown(column.description)).append("\n");
   }
   return text;
 }
@@ -49,12 +50,12 @@ std::string as_jsonl(const ColumnCatalogue& catalogue) {
   std::string text;
   for (std::size_t k = 0; k < catalogue.columns.size(); ++k) {
     const ColumnDescription& column = catalogue.columns[k];
-    const nlohmann::ordered_json line = {{"column", k},
-                                         {"key", column.key},
-                                         {"name", column.name},
-                                         {"bits", 8 * column.size_bytes},
-                                         {"description", column.description}};
-    text += line.dump(-1, ' ', false, nlohmann::ordered_json::error_handler_t::replace) + "\n";
+    const Json line = {{"column", k},
+                       {"key", column.key},
+                       {"name", column.name},
+                       {"bits", 8 * column.size_bytes},
+                       {"description", column.description}};
+    text += json_text(line) + "\n";
   }
   return text;
 }

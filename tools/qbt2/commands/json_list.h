@@ -6,14 +6,13 @@
 
 #include "tools/qbt2/cli/printer.h"
 
-/// JSON for scripts. Text that is not UTF-8 is written with U+FFFD for what is broken.
+/// JSON for scripts. Text that is not UTF-8 is written with U+FFFD for what is broken, and all
+/// control characters are escaped, also those that JSON would allow: DEL and C1.
 namespace qbt2::tool {
 
 using Json = nlohmann::ordered_json;
 
-inline std::string json_text(const Json& value, int indent = -1) {
-  return value.dump(indent, ' ', false, Json::error_handler_t::replace);
-}
+std::string json_text(const Json& value, int indent = -1);
 
 /// One JSON object: the file's name, an array written item by item, one per line, and members that
 /// are known only after the items.
@@ -26,7 +25,8 @@ class JsonList {
     begin_item();
     printer_.print(json_text(value));
   }
-  /// The line break before an item that the caller prints.
+  /// The line break before an item that the caller prints, because it may be too large to hold as
+  /// one value.
   void begin_item() {
     printer_.print(is_first_ ? "\n" : ",\n");
     is_first_ = false;

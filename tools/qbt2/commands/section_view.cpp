@@ -25,6 +25,29 @@ constexpr std::array<std::string_view, Kz::Dvt::Trace::kUseCaseFields> kUsecaseF
     "filter0_registerB", "filter0_registerC", "filter0_registerD", "filter1_registerA",
     "filter1_registerB", "filter1_registerC", "filter1_registerD"};
 
+std::string json_member(std::string_view name, const Json& value) {
+  return json_text(Json(name)) + ":" + json_text(value);
+}
+
+/// The elements of an array, or the members of an object, printed one by one.
+class JsonPieces {
+ public:
+  JsonPieces(Printer& printer, char open, char close) : printer_(printer), close_(close) {
+    printer_.print({&open, 1});
+  }
+  void add(const std::string& piece) {
+    if (!is_first_) printer_.print(",");
+    printer_.print(piece);
+    is_first_ = false;
+  }
+  void finish() { printer_.print({&close_, 1}); }
+
+ private:
+  Printer& printer_;
+  char close_;
+  bool is_first_ = true;
+};
+
 std::string field_text(const TraceHeader& header, const TraceHeaderField& field) {
   const auto text = [&](auto member) -> std::string {
     const auto& value = header.record.*member;
@@ -51,7 +74,7 @@ void print(const TraceHeader& header, Printer& printer) {
   printer.print("\n");
 }
 
-Json to_json(const TraceHeader& header) {
+void print_json(const TraceHeader& header, Printer& printer) {
   Json members;
   for (const TraceHeaderField& field : kTraceHeaderFields) {
     std::visit([&](auto member) { members[std::string(field.name)] = header.record.*member; },
@@ -59,7 +82,7 @@ Json to_json(const TraceHeader& header) {
   }
   members["timeStamp"] = header.timestamp;
   members["listItems"] = header.list_items;
-  return {{"header", members}};
+  printer.print(json_member("header", members));
 }
 
 void print(const TraceDecode_t::TraceDecodeData_t& data, Printer& printer) {
@@ -69,12 +92,12 @@ void print(const TraceDecode_t::TraceDecodeData_t& data, Printer& printer) {
   printer.print("\nATBID=" + std::to_string(data.atbId) + "\n");
 }
 
-Json to_json(const TraceDecode_t::TraceDecodeData_t& data) {
+void print_json(const TraceDecode_t::TraceDecodeData_t& data, Printer& printer) {
   const Json members = {{"decoder", data.decoder},
                         {"dataType", data.dataType},
                         {"dataFormat", data.dataFormat},
                         {"atbId", data.atbId}};
-  return {{"decoderInfo", members}};
+  printer.print(json_member("decoderInfo", members));
 }
 
 void print(const DeviceIdentifier_t::DevIdData_t& data, Printer& printer) {
@@ -93,25 +116,26 @@ void print(const DeviceIdentifier_t::DevIdData_t& data, Printer& printer) {
   }
 }
 
-Json to_json(const DeviceIdentifier_t::DevIdData_t& data) {
-  Json devices = Json::array();
+void print_json(const DeviceIdentifier_t::DevIdData_t& data, Printer& printer) {
+  printer.print("\"deviceIdentifier\":{" + json_member("emulator", data.emulator) + "," +
+                json_member("port", data.port) + ",\"devices\":");
+  JsonPieces devices(printer, '[', ']');
   for (const auto& device : data.devices) {
-    devices.push_back({{"name", device.name}, {"id", device.id}});
+    devices.add(json_text({{"name", device.name}, {"id", device.id}}));
   }
-  Json processors = Json::array();
+  devices.finish();
+  printer.print(",\"processors\":");
+  JsonPieces processors(printer, '[', ']');
   for (const auto& processor : data.processors) {
-    processors.push_back({{"name", processor.name},
-                          {"infoId", processor.infoId},
-                          {"infoText", processor.infoText},
-                          {"traceId", processor.traceId},
-                          {"mapValue", processor.mapValue},
-                          {"outFile", processor.outFile}});
+    processors.add(json_text({{"name", processor.name},
+                              {"infoId", processor.infoId},
+                              {"infoText", processor.infoText},
+                              {"traceId", processor.traceId},
+                              {"mapValue", processor.mapValue},
+                              {"outFile", processor.outFile}}));
   }
-  const Json members = {{"emulator", data.emulator},
-                        {"port", data.port},
-                        {"devices", devices},
-                        {"processors", processors}};
-  return {{"deviceIdentifier", members}};
+  processors.finish();
+  printer.print("}");
 }
 
 void print(const DeviceConfig_t::DeviceConfigData_t& data, Printer& printer) {
@@ -132,23 +156,28 @@ void print(const DeviceConfig_t::DeviceConfigData_t& data, Printer& printer) {
   }
 }
 
-Json to_json(const DeviceConfig_t::DeviceConfigData_t& data) {
-  Json settings = Json::object();
-  Json usecases = Json::object();
-  for (const auto& [name, value] : data.values) {
-    settings[name] = value;
-    if (!has_use_case_prefix(name)) continue;
-    const std::string fault = usecase_line_fault(value);
-    if (!fault.empty()) {
-      usecases[name] = {{"fault", fault}};
-      continue;
-    }
-    const std::vector<std::string_view> fields = split(value, ';');
-    for (std::size_t i = 0; i < fields.size(); ++i) {
-      usecases[name][std::string(kUsecaseFieldNames[i])] = fields[i];
-    }
+Json usecase_json(const std::string& line) {
+  const std::string fault = usecase_line_fault(line);
+  if (!fault.empty()) return {{"fault", fault}};
+  Json usecase;
+  const std::vector<std::string_view> fields = split(line, ';');
+  for (std::size_t i = 0; i < fields.size(); ++i) {
+    usecase[std::string(kUsecaseFieldNames[i])] = fields[i];
   }
-  return {{"settings", settings}, {"usecases", usecases}};
+  return usecase;
+}
+
+void print_json(const DeviceConfig_t::DeviceConfigData_t& data, Printer& printer) {
+  printer.print("\"settings\":");
+  JsonPieces settings(printer, '{', '}');
+  for (const auto& [name, value] : data.values) settings.add(json_member(name, value));
+  settings.finish();
+  printer.print(",\"usecases\":");
+  JsonPieces usecases(printer, '{', '}');
+  for (const auto& [name, value] : data.values) {
+    if (has_use_case_prefix(name)) usecases.add(json_member(name, usecase_json(value)));
+  }
+  usecases.finish();
 }
 
 /// What a reader takes from the text of a payload.
@@ -166,6 +195,8 @@ std::optional<SectionData> read_section(const TraceFile& file, const TraceSectio
                                         std::optional<TraceHeaderFault>& fault) {
   const SectionContent content = section_content(section);
   if (content == SectionContent::kUnknown) return std::nullopt;
+  const bool is_text = content != SectionContent::kTraceHeader;
+  if (is_text && section.payloadLength > kMostTextBytes) return std::nullopt;
   const std::string payload = file.payload(section);
   switch (content) {
     case SectionContent::kTraceHeader: {
@@ -194,8 +225,8 @@ void print_section(const SectionData& data, Printer& printer) {
   std::visit([&](const auto& content) { print(content, printer); }, data);
 }
 
-Json section_content_json(const SectionData& data) {
-  return std::visit([](const auto& content) { return to_json(content); }, data);
+void print_section_json(const SectionData& data, Printer& printer) {
+  std::visit([&](const auto& content) { print_json(content, printer); }, data);
 }
 
 }  // namespace qbt2::tool

@@ -2,10 +2,11 @@
 
 #include <algorithm>
 #include <array>
-#include <cstdio>
 #include <memory>
 #include <vector>
 
+#include "host/base/output_file.h"
+#include "tools/qbt2/cli/message.h"
 #include "tools/qbt2/cli/numbers.h"
 #include "tools/qbt2/cli/printer.h"
 #include "tools/qbt2/commands/tdf_subcommands.h"
@@ -84,6 +85,7 @@ struct ExtractArguments {
 int run_extract(const ExtractArguments& arguments) {
   const TraceFile file(arguments.file);
   const TraceSection& section = arguments.section.find_in(file);
+  refuse_to_replace_inputs(arguments.output, {arguments.file});
   Printer printer(arguments.output);
   file.read(section, [&](std::span<const std::uint8_t> piece) {
     printer.print({reinterpret_cast<const char*>(piece.data()), piece.size()});
@@ -96,11 +98,9 @@ Command add_extract(CLI::App& tdf) {
   CLI::App* const app = tdf.add_subcommand("extract", "Write the payload of a section to a file");
   const auto arguments = std::make_shared<ExtractArguments>();
   app->add_option("FILE", arguments->file, "The trace data file")->required();
-  app->add_option("SECTION", arguments->section.name, "The section's name")->required();
   app->add_option("-o,--output", arguments->output, "Output file; - is standard output")
       ->capture_default_str();
-  arguments->section.add_version_option(*app);
-  refuse_empty_values(*app);
+  arguments->section.add_to(*app, "The section's name")->required();
   return {app, [arguments] { return run_extract(*arguments); }};
 }
 
@@ -172,9 +172,13 @@ int run_chosen(const std::vector<Command>& commands) try {
 
 }  // namespace
 
-void SectionChoice::add_version_option(CLI::App& app) {
-  app.add_option("--section-version", version,
-                 "The section's version, if the file has several of that name");
+CLI::Option* SectionChoice::add_to(CLI::App& app, const std::string& description) {
+  CLI::Option* const versions = app.add_option(
+      "--section-version", version, "The section's version, if the file has several of that name");
+  refuse_empty_values(app);
+  CLI::Option* const section = app.add_option("SECTION", name, description);
+  versions->needs(section);
+  return section;
 }
 
 const TraceSection& SectionChoice::find_in(const TraceFile& file) const {
@@ -182,7 +186,7 @@ const TraceSection& SectionChoice::find_in(const TraceFile& file) const {
   if (!version.empty()) {
     wanted = static_cast<std::uint32_t>(parse_number("--section-version", version, UINT32_MAX));
   }
-  return file.find(name, wanted);
+  return file.find(*name, wanted);
 }
 
 Json section_as_json(const TraceSection& section) {
@@ -200,8 +204,7 @@ Json fault_as_json(const TraceFile& file) {
 }
 
 void report(const std::string& file, std::uint64_t offset, const std::string& reason) {
-  std::fprintf(stderr, "qbt2: %s: byte %llu: %s\n", shown(file).c_str(),
-               static_cast<unsigned long long>(offset), shown(reason).c_str());
+  print_message(file, "byte " + std::to_string(offset) + ": " + reason);
 }
 
 int report_fault(const TraceFile& file) {

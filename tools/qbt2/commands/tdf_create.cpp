@@ -1,5 +1,4 @@
 #include <array>
-#include <cstdio>
 #include <filesystem>
 #include <memory>
 #include <string>
@@ -7,10 +6,11 @@
 #include <vector>
 
 #include "host/base/error.h"
+#include "host/base/output_file.h"
 #include "host/tdf/section_sources.h"
 #include "host/tdf/trace_file_writer.h"
+#include "tools/qbt2/cli/message.h"
 #include "tools/qbt2/cli/numbers.h"
-#include "tools/qbt2/cli/printer.h"
 #include "tools/qbt2/commands/tdf_subcommands.h"
 
 namespace qbt2::tool {
@@ -44,11 +44,19 @@ SectionFile parse_section(const std::string& text) {
 }
 
 void print_note(const std::string& file, const std::string& text) {
-  std::fprintf(stderr, "qbt2: %s: note: %s\n", shown(file).c_str(), shown(text).c_str());
+  print_message(file, "note: " + text);
 }
 
+/// Reads the plain files, none of which may be the trace data file itself.
 TraceFileContents contents_of(const BuildArguments& arguments) {
   TraceFileContents contents;
+  for (const std::string& text : arguments.sections) {
+    contents.others.push_back(parse_section(text));
+  }
+  std::vector<std::string> inputs = {arguments.header, arguments.settings, arguments.decoder,
+                                     arguments.device};
+  for (const SectionFile& section : contents.others) inputs.push_back(section.path);
+  refuse_to_replace_inputs(arguments.file, inputs);
   if (!arguments.header.empty()) contents.header = load_header_file(arguments.header);
   if (!arguments.decoder.empty()) {
     contents.decoder = load_decoder_file(arguments.decoder, print_note);
@@ -60,9 +68,6 @@ TraceFileContents contents_of(const BuildArguments& arguments) {
   for (std::size_t i = 0; i < kConfigTypes.size(); ++i) {
     if (kConfigTypes[i] != arguments.config_type) continue;
     contents.config_type = static_cast<TraceFileContents::Config::eConfigType>(i);
-  }
-  for (const std::string& text : arguments.sections) {
-    contents.others.push_back(parse_section(text));
   }
   return contents;
 }

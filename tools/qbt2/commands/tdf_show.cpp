@@ -35,9 +35,9 @@ class Show {
     if (!data) {
       dump(section);
     } else if (list_) {
-      Json object = section_as_json(section);
-      object.update(section_content_json(*data));
-      list_->item(object);
+      begin_object(section);
+      print_section_json(*data, printer_);
+      printer_.print("}");
     } else {
       print_section(*data, printer_);
     }
@@ -59,6 +59,9 @@ class Show {
       report(file_.name(), section.payloadOffset + fault->offset,
              section_label(section) + ": " + fault->reason);
       status_ = kExitDamaged;
+    } else if (!data && section_content(section) != SectionContent::kUnknown) {
+      report(file_.name(), section.offset,
+             section_label(section) + ": is larger than 16 MiB, so its bytes are shown");
     }
     return data;
   }
@@ -70,13 +73,18 @@ class Show {
     is_first_ = false;
   }
 
-  void dump(const TraceSection& section) {
-    if (!list_) return print_hex_dump(file_, section, printer_);
-    // The payload may be too large to hold as a JSON value, so it is written while it is read.
+  /// The object of a section up to the members that describe its content.
+  void begin_object(const TraceSection& section) {
     list_->begin_item();
     std::string object = json_text(section_as_json(section));
-    object.pop_back();
-    printer_.print(object + ",\"hex\":\"");
+    object.back() = ',';
+    printer_.print(object);
+  }
+
+  void dump(const TraceSection& section) {
+    if (!list_) return print_hex_dump(file_, section, printer_);
+    begin_object(section);
+    printer_.print("\"hex\":\"");
     print_hex_digits(file_, section, printer_);
     printer_.print("\"}");
   }
@@ -92,7 +100,7 @@ class Show {
 int run_show(const ShowArguments& arguments) {
   const TraceFile file(arguments.file);
   const TraceSection* const chosen =
-      arguments.section.name.empty() ? nullptr : &arguments.section.find_in(file);
+      arguments.section.name ? &arguments.section.find_in(file) : nullptr;
   Show show(file, arguments);
   if (chosen != nullptr) {
     show.section(*chosen);
@@ -108,15 +116,11 @@ Command add_tdf_show(CLI::App& tdf) {
   CLI::App* const app = tdf.add_subcommand("show", "Show the content of the sections");
   const auto arguments = std::make_shared<ShowArguments>();
   app->add_option("FILE", arguments->file, "The trace data file")->required();
-  CLI::Option* const section =
-      app->add_option("SECTION", arguments->section.name, "One section only, by its name");
-  arguments->section.add_version_option(*app);
-  app->get_option("--section-version")->needs(section);
   app->add_flag("--hex", arguments->hex, "Show all sections as bytes, those of known kinds too");
   app->add_option("--format", arguments->format, "Output format: text or json")
       ->check(CLI::IsMember({"text", "json"}))
       ->capture_default_str();
-  refuse_empty_values(*app);
+  arguments->section.add_to(*app, "One section only, by its name");
   return {app, [arguments] { return run_show(*arguments); }};
 }
 

@@ -17,11 +17,12 @@ Command add_tdf_add(CLI::App& tdf);
 
 /// A section chosen on the command line, as typed.
 struct SectionChoice {
-  std::string name;
-  std::string version;  ///< empty: the only one of that name
+  std::optional<std::string> name;  ///< may be empty: a section can go without a name
+  std::string version;              ///< empty: the only one of that name
 
-  /// Adds --section-version; SECTION itself is each sub-command's own.
-  void add_version_option(CLI::App& app);
+  /// Adds SECTION and --section-version to the other options, none of which may be empty.
+  CLI::Option* add_to(CLI::App& app, const std::string& description);
+  /// Only where there is a name.
   const TraceSection& find_in(const TraceFile& file) const;
 };
 
