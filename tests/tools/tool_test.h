@@ -70,9 +70,9 @@ class ToolTest : public testing::Test, public TestFolder {
     arguments.insert(arguments.begin(), "decode");
     return run_tool(arguments, input);
   }
-  /// A capture by the program's own generator, and its settings next to it.
+  /// A capture by the program's own generator, and its settings next to it; replaces earlier ones.
   std::string generate(const std::string& name, std::vector<std::string> options) const {
-    options.insert(options.begin(), {"generate", "-o", at(name), "--settings", at(name + ".cfg")});
+    options.insert(options.begin(), {"generate", "--force", "-o", at(name)});
     const ToolResult made = run_tool(options);
     EXPECT_EQ(made.status, 0) << made.err;
     return at(name);

@@ -1,6 +1,5 @@
 #include "tools/qbt2/commands/generate_command.h"
 
-#include <cstdio>
 #include <filesystem>
 #include <memory>
 #include <optional>
@@ -8,39 +7,58 @@
 #include <string>
 #include <string_view>
 #include <system_error>
+#include <vector>
 
 #include "host/base/error.h"
 #include "host/base/output_file.h"
 #include "host/generate/capture_generator.h"
+#include "tools/qbt2/cli/message.h"
 #include "tools/qbt2/cli/printer.h"
 #include "tools/qbt2/commands/generate_options.h"
 
 namespace qbt2::tool {
 namespace {
 
+namespace fs = std::filesystem;
+
 /// Next to the capture, unless that is a stream or a device: then none are written.
 std::string settings_path(const GenerateArguments& arguments) {
   if (!arguments.settings.empty()) return arguments.settings;
   if (arguments.output == "-") return {};
   std::error_code ignored;
-  const std::filesystem::file_status status = std::filesystem::status(arguments.output, ignored);
-  const bool file = !std::filesystem::exists(status) || std::filesystem::is_regular_file(status);
+  const fs::file_status status = fs::status(arguments.output, ignored);
+  const bool file = !fs::exists(status) || fs::is_regular_file(status);
   return file ? arguments.output + ".cfg" : std::string();
 }
 
 void print_summary(const GeneratorSummary& summary, std::uint64_t clock_hz) {
   const std::uint64_t microseconds = summary.last_tick / (clock_hz / 1'000'000);
-  std::fprintf(
-      stderr,
-      "qbt2: %llu messages (%llu throughput, %llu latency, %llu transactions) of %llu.%03llu"
-      " ms in %llu bytes, %u places damaged\n",
-      static_cast<unsigned long long>(summary.messages),
-      static_cast<unsigned long long>(summary.throughput),
-      static_cast<unsigned long long>(summary.latency),
-      static_cast<unsigned long long>(summary.transactions),
-      static_cast<unsigned long long>(microseconds / 1'000),
-      static_cast<unsigned long long>(microseconds % 1'000),
-      static_cast<unsigned long long>(summary.bytes), summary.damaged_places);
+  const std::string thousandths = std::to_string(1'000 + microseconds % 1'000).substr(1);
+  print_message(std::to_string(summary.messages) + " messages (" +
+                std::to_string(summary.throughput) + " throughput, " +
+                std::to_string(summary.latency) + " latency, " +
+                std::to_string(summary.transactions) + " transactions) of " +
+                std::to_string(microseconds / 1'000) + "." + thousandths + " ms in " +
+                std::to_string(summary.bytes) + " bytes, " +
+                std::to_string(summary.damaged_places) + " places damaged");
+}
+
+/// A capture that took hours, and settings that were only implied, are not replaced in passing.
+void check_outputs(const GenerateArguments& arguments, const std::string& settings) {
+  std::error_code ignored;
+  if (!settings.empty() &&
+      fs::weakly_canonical(settings, ignored) == fs::weakly_canonical(arguments.output, ignored)) {
+    throw Error(ErrorCode::kUsage, "--settings",
+                settings + " is the capture itself: give another name");
+  }
+  if (arguments.force) return;
+  std::vector<std::string> kept;
+  if (!names_open_stream(arguments.output)) kept.push_back(arguments.output);
+  if (arguments.settings.empty() && !settings.empty()) kept.push_back(settings);
+  for (const std::string& path : kept) {
+    if (!fs::is_regular_file(path, ignored)) continue;
+    throw Error(ErrorCode::kUsage, path, "already exists: --force replaces it");
+  }
 }
 
 void write_or_stop(OutputFile& file, std::string_view bytes) {
@@ -51,10 +69,7 @@ int run_generate(const CLI::App& app, const GenerateArguments& arguments) try {
   const GeneratorOptions options = arguments.checked(app);
   CaptureGenerator generator(options);
   const std::string settings = settings_path(arguments);
-  if (settings == arguments.output) {
-    throw Error(ErrorCode::kUsage, "--settings",
-                settings + " is the capture itself: give another name");
-  }
+  check_outputs(arguments, settings);
   std::optional<OutputFile> settings_file;
   if (!settings.empty()) settings_file.emplace(settings);
   OutputFile capture(arguments.output);

@@ -172,6 +172,7 @@ void GenerateArguments::add_to(CLI::App& app) {
   app.add_option("--atb-id", atb_id, "Frames: trace ID of the source, 1 to 0x6F (default: 0x10)");
   app.add_option("--other-sources", other_sources, "Frames: number of other trace sources")
       ->capture_default_str();
+  app.add_flag("--force", force, "Replace an existing capture and its settings");
 }
 
 }  // namespace qbt2::tool

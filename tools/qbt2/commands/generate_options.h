@@ -28,6 +28,7 @@ struct GenerateArguments {
   std::string damage = "0";
   std::string atb_id;
   std::string other_sources = "0";
+  bool force = false;
 
   void add_to(CLI::App& app);
   /// Throws Error(kUsage) for texts that are not numbers and for options that do not go with the
