@@ -1,6 +1,5 @@
 #include "host/decode/decoder_setup.h"
 
-#include <array>
 #include <filesystem>
 
 #include "host/base/error.h"
@@ -8,6 +7,7 @@
 #include "host/base/parse_number.h"
 #include "host/base/trace_id.h"
 #include "host/device/settings_file.h"
+#include "host/tdf/decoder_info.h"
 #include "host/tdf/trace_file.h"
 #include "host/tdf/usecase_check.h"
 #include "platforms/source/trace/device_config_manager_stm.h"
@@ -25,17 +25,6 @@ void refuse_pipe(const std::string& path) {
   if (type == std::filesystem::file_type::fifo || type == std::filesystem::file_type::character) {
     throw Error(ErrorCode::kInput, path, "settings are read from a regular file only");
   }
-}
-
-/// As much as settings may be long, and a little more, so that too much shows.
-std::string read_text(InputFile& file) {
-  std::string text;
-  std::array<std::uint8_t, std::size_t{64} << 10> piece{};
-  while (const std::size_t got = file.read(piece)) {
-    text.append(reinterpret_cast<const char*>(piece.data()), got);
-    if (text.size() > kMaxSettingsBytes) break;
-  }
-  return text;
 }
 
 }  // namespace
@@ -67,11 +56,17 @@ void DecoderSetup::load_settings(const std::string& path) {
   // Never "-", which would be taken for standard input.
   InputFile file(std::filesystem::absolute(path).string());
   if (!is_trace_data(file.peek(sizeof(std::uint32_t)))) {
-    SettingsFile plain = parse_settings_file(read_text(file), path);
+    const std::optional<std::string> text = read_up_to(file, kMaxSettingsBytes);
+    if (!text) {
+      throw Error(ErrorCode::kInput, path, "larger than 16 MiB, so these are not settings");
+    }
+    SettingsFile plain = parse_settings_file(*text, path);
     session_.write_settings(plain.settings);
     notices_ = std::move(plain.notices);
   } else if (!manager_->LoadConfiguration(path, Kz::Dvt::Trace::eTraceDataFileTdf)) {
     throw Error(ErrorCode::kInput, path, "no settings: " + manager_->GetLastError());
+  } else {
+    decoder_info_id_ = decoder_info_atb_id(path);
   }
 }
 
@@ -86,10 +81,11 @@ void DecoderSetup::apply(Kz::Dvt::Trace::CDecoderUnitIF& unit) {
 
 std::optional<std::uint8_t> DecoderSetup::atb_id() const {
   DescribedSetting setting;
-  if (!session_.settings().find("ATBID", setting)) return std::nullopt;
-  const auto id = parse_c_number(setting.value, kLargestTraceId);
-  if (!id || *id == 0) return std::nullopt;
-  return static_cast<std::uint8_t>(*id);
+  if (session_.settings().find("ATBID", setting)) {
+    const auto id = parse_c_number(setting.value, kLargestTraceId);
+    if (id && *id != kNullTraceId) return static_cast<std::uint8_t>(*id);
+  }
+  return decoder_info_id_ ? decoder_info_id_ : session_.trace_id();
 }
 
 std::vector<std::string> DecoderSetup::warnings() const {

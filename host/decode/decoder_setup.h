@@ -31,7 +31,9 @@ class DecoderSetup {
   bool has_settings() const { return has_settings_; }
   /// The ids of the QBT2_<id> settings, in rising order.
   const std::vector<std::uint32_t>& master_ids() const { return master_ids_; }
-  /// The setting ATBID; empty where it is missing, 0 or not a number.
+  /// The source of formatter frames that is to be decoded: by the setting ATBID, else by that of
+  /// the decoder information in the trace data file, else by the trace ID of the device
+  /// description. What is 0 or not an ID counts as missing; empty where all are.
   std::optional<std::uint8_t> atb_id() const;
   /// A line for each use-case setting that the decoder cannot use, and for what is odd in the file.
   std::vector<std::string> warnings() const;
@@ -44,6 +46,7 @@ class DecoderSetup {
   DeviceSession session_;
   std::unique_ptr<Kz::Dvt::Trace::CDeviceConfigManager> manager_;
   std::vector<std::uint32_t> master_ids_;
+  std::optional<std::uint8_t> decoder_info_id_;
   std::vector<std::string> notices_;  ///< about the settings file
 };
 

@@ -3,8 +3,10 @@
 #include <cstdint>
 #include <optional>
 #include <utility>
+#include <vector>
 
 #include "host/base/strict_json.h"
+#include "host/base/trace_id.h"
 
 namespace qbt2 {
 namespace {
@@ -53,12 +55,11 @@ Kind read_word(const JsonNode& parent, const std::string& key, Kind absent,
 }
 
 void read_component(const JsonNode& node, DeviceBase_t& device) {
-  node.check_members({"name", "global_name", "type", "scope", "trace_id", "property_lists"});
+  // The last two are accepted for the sake of older descriptions and never read.
+  node.check_members({"name", "type", "trace_id", "property_lists", "global_name", "scope"});
   EktTrace::ComponentInfo_t info;
   info.localName = node.required_member("name").name();
-  if (node.has_member("global_name")) info.globalName = node.required_member("global_name").name();
   info.type = read_word(node, "type", EktTrace::eComponentOther, &EktTrace::FindComponentType);
-  info.scope = read_word(node, "scope", EktTrace::eScopeDevice, &EktTrace::FindComponentScope);
   if (node.has_member("trace_id")) {
     info.traceId = static_cast<std::uint32_t>(node.required_member("trace_id").number(UINT32_MAX));
   }
@@ -67,56 +68,16 @@ void read_component(const JsonNode& node, DeviceBase_t& device) {
   check(node, device.AddComponent(std::move(component)));
 }
 
-void read_receiver(const JsonNode& node, DeviceBase_t& device) {
-  node.check_members({"name", "type", "size_bytes"});
-  const std::uint64_t size_bytes =
-      node.has_member("size_bytes") ? node.required_member("size_bytes").number() : 0;
-  check(node, device.AddTraceReceiver(std::make_unique<EktTrace::TraceReceiver_t>(
-                  node.required_member("name").name(),
-                  read_word(node, "type", EktTrace::eReceiverBuffer, &EktTrace::FindReceiverType),
-                  size_bytes)));
-}
-
-void read_module_map(const JsonNode& node, DeviceBase_t& device) {
-  node.check_members({"name", "modules"});
-  auto map = std::make_unique<EktTrace::ModuleMap_t>(node.required_member("name").name());
-  for (const JsonNode& module : elements_of(node, "modules")) {
-    module.check_members({"name", "base", "size_bytes"});
-    check(module,
-          map->Add({module.required_member("name").name(), module.required_member("base").number(),
-                    module.required_member("size_bytes").number()}));
+std::optional<std::uint8_t> find_trace_id(const DeviceBase_t& device) {
+  std::vector<std::uint32_t> ids;
+  for (const auto* component : device.GetComponentsByType(EktTrace::eComponentSystemTrace)) {
+    if (component->GetTraceId()) ids.push_back(*component->GetTraceId());
   }
-  check(node, device.AddModuleMap(std::move(map)));
-}
-
-void read_link(const JsonNode& node, DeviceBase_t& device) {
-  node.check_members({"from", "to"});
-  check(node, device.AddTraceLink(node.required_member("from").name(),
-                                  node.required_member("to").name()));
-}
-
-void read_system_trace(const JsonNode& root, DeviceBase_t& device) {
-  if (!root.has_member("system_trace")) return;
-  const JsonNode node = root.required_member("system_trace");
-  node.check_members({"type", "detail"});
-  if (!device.SetSystemTraceInfo(node.required_member("type").signed_number(),
-                                 node.required_member("detail").signed_number())) {
-    node.fail("there is no such kind of system trace");
-  }
-}
-
-/// Links come last: both their ends must be known.
-void read_device(const JsonNode& root, DeviceBase_t& device) {
-  for (const JsonNode& node : elements_of(root, "components")) read_component(node, device);
-  for (const JsonNode& node : elements_of(root, "trace_receivers")) read_receiver(node, device);
-  for (const JsonNode& node : elements_of(root, "links")) read_link(node, device);
-  for (const JsonNode& node : elements_of(root, "module_maps")) read_module_map(node, device);
-  for (const JsonNode& node : elements_of(root, "targets")) {
-    node.check_members({"name"});
-    check(node, device.AddTarget(
-                    std::make_unique<EktTrace::Target_t>(node.required_member("name").name())));
-  }
-  read_system_trace(root, device);
+  std::uint32_t id = ids.size() == 1 ? ids.front() : kNullTraceId;
+  device.GetTraceId(std::string(kTracerName), id);
+  // The device model accepts the IDs of sources only, 1 to kLargestTraceId.
+  if (id == kNullTraceId) return std::nullopt;
+  return static_cast<std::uint8_t>(id);
 }
 
 void read_information(const JsonNode& root, DeviceDescription& description) {
@@ -144,13 +105,17 @@ DeviceDescription load_device_description(const std::string& path) {
 DeviceDescription parse_device_description(std::string_view text, const std::string& file) {
   const nlohmann::json document = parse_strict_json(text, file);
   const JsonNode root(document, file);
-  root.check_members({"version", "name", "information", "object_file", "system_trace", "components",
-                      "trace_receivers", "links", "module_maps", "targets", "settings"});
+  // Those of the second line are accepted for the sake of older descriptions and never read.
+  root.check_members({"version", "name", "information", "object_file", "components", "settings",
+                      "system_trace", "trace_receivers", "links", "module_maps", "targets"});
   check_version(root);
   DeviceDescription description;
   description.device = std::make_unique<DeviceBase_t>(root.required_member("name").name());
   read_information(root, description);
-  read_device(root, *description.device);
+  for (const JsonNode& node : elements_of(root, "components")) {
+    read_component(node, *description.device);
+  }
+  description.trace_id = find_trace_id(*description.device);
   for (const auto& [name, node] : members_of(root, "settings")) {
     description.settings.emplace(name, read_described_setting(name, node));
   }

@@ -1,7 +1,9 @@
 #pragma once
 
+#include <cstdint>
 #include <map>
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -18,6 +20,10 @@ struct DeviceDescription {
   std::unique_ptr<EktTrace::DeviceBase_t> device;  ///< never null
   int first_number = 0;                            ///< the user defines what the numbers mean
   int second_number = 0;
+  /// With which trace ID the tracer's messages reach the trace bus: that of MOD_QBTRACER0, else
+  /// that of the one system-trace component that has one. Empty where there is none, or more than
+  /// one.
+  std::optional<std::uint8_t> trace_id;
   std::string object_file;  ///< path as given in the description; may be empty
   std::map<std::string, DescribedSetting> settings;
 };

@@ -52,6 +52,7 @@ DeviceSession::DeviceSession(DeviceDescription description)
       object_file_(std::move(description.object_file)),
       first_number_(description.first_number),
       second_number_(description.second_number),
+      trace_id_(description.trace_id),
       settings_(std::move(description.settings)) {
   identifier_.AddDevice(std::move(description.device));
 }

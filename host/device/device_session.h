@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <map>
+#include <optional>
 #include <string>
 #include <utility>
 #include <vector>
@@ -49,6 +50,8 @@ class DeviceSession final : public EktTrace::IDeviceSession_t {
 
   /// The name under which a configuration manager finds the device.
   const std::string& device_name() const { return device_name_; }
+  /// The description's, see DeviceDescription.
+  std::optional<std::uint8_t> trace_id() const { return trace_id_; }
   const SessionSettings& settings() const { return settings_; }
   /// Writes each setting, as a manager does with those that it loads from a file. Throws
   /// Error(kInput) at an empty name.
@@ -78,6 +81,7 @@ class DeviceSession final : public EktTrace::IDeviceSession_t {
   std::string object_file_;
   int first_number_;
   int second_number_;
+  std::optional<std::uint8_t> trace_id_;
   SessionSettings settings_;
   EktTrace::DeviceIdentifier_t identifier_;
 };

@@ -8,6 +8,7 @@
 #include "host/base/error.h"
 #include "host/decode/decode_worker.h"
 #include "tests/support/sample_bytes.h"
+#include "tests/support/tdf_bytes.h"
 #include "tests/support/test_folder.h"
 
 namespace qbt2 {
@@ -27,9 +28,7 @@ constexpr const char* kDevice =
         "settings": {"ATBID": "17", "QBT2_9": "ISP;0;16;0;0;0;0;0;0;0;0;0;0;0;0"}})";
 
 std::string trace_data_file(const std::string& settings) {
-  const std::string name = "STMDECODERINFO";
-  return "TDF2" + test::le32(static_cast<std::uint32_t>(12 + name.size() + settings.size())) +
-         test::le32(1) + test::le32(static_cast<std::uint32_t>(name.size())) + name + settings;
+  return "TDF2" + test::section("STMDECODERINFO", 1, settings);
 }
 
 /// What the real plug-in calls the master of a throughput sample of each probe, and its window.
@@ -101,6 +100,27 @@ TEST(DecoderSetup, TakesTheSourceIdFromTheSettings) {
     EXPECT_EQ(setup.atb_id().value_or(0), c.expected.value_or(0)) << c.value;
   }
   EXPECT_FALSE(DecoderSetup(folder.put("cfg", "OTHER=1\n"), "").atb_id());
+}
+
+TEST(DecoderSetup, TakesTheSourceIdFromTheFirstThatHasOne) {
+  const test::TestFolder folder;
+  const std::string device = folder.put("soc.json", R"({"version": 1, "name": "SOC", "components":
+      [{"name": "STM0", "type": "system-trace", "trace_id": 19}]})");
+  const struct {
+    const char* settings;
+    const char* decoder_info;
+    std::optional<int> expected;
+  } cases[] = {{"ATBID=0x11\n", "ATBID=18\n", 0x11},
+               {"A=1\n", "ATBID=18\n", 18},
+               {"ATBID=0\n", "ATBID=18\n", 18},
+               {"A=1\n", "ATBID=0\n", 19},
+               {"A=1\n", "ATBID=112\n", 19}};
+  for (const auto& c : cases) {
+    const std::string file = folder.put(
+        "f.tdf", trace_data_file(c.settings) + test::section("KZDecode", 1, c.decoder_info));
+    EXPECT_EQ(DecoderSetup(file, device).atb_id(), c.expected) << c.settings << c.decoder_info;
+  }
+  EXPECT_EQ(DecoderSetup("", device).atb_id(), 19);
 }
 
 TEST(DecoderSetup, RefusesFilesThatAreNotSettings) {

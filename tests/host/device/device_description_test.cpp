@@ -3,6 +3,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -52,16 +53,7 @@ TEST(DeviceDescription, TheExampleIsCompleteAndRead) {
   std::uint32_t trace_id = 0;
   EXPECT_TRUE(device.GetTraceId("STM0", trace_id));
   EXPECT_EQ(trace_id, 16U);
-  EXPECT_EQ(device.GetComponentByGlobalName("SOC/STM0"), device.GetComponent("STM0"));
-  EXPECT_EQ(device.GetComponentsByScope(EktTrace::eScopeCore).size(), 1U);
-  EXPECT_EQ(device.GetTraceReceiver("DDR_TRACE")->GetSizeBytes(), 16777216U);
-  const auto routes = device.FindTraceRoutes("MOD_QBTRACER0");
-  ASSERT_EQ(routes.size(), 3U);
-  EXPECT_EQ(routes[1].GetText(),
-            "MOD_QBTRACER0 -> STM0 -> FUNNEL0 -> REPLICATOR0 -> FIFO0 -> DDR_TRACE");
-  EXPECT_EQ(device.GetModuleMap("SOC_BUS")->FindModuleAt(0x4007FFFF)->name, "SRAM");
-  EXPECT_EQ(device.GetTargets().size(), 2U);
-  EXPECT_EQ(device.GetSystemTraceInfo()->detail, 4);
+  EXPECT_EQ(soc.trace_id, 16);
   EXPECT_EQ(soc.settings.at("STM_Buffer_Wrapped").value, "1");
   EXPECT_EQ(soc.settings.at("STM_Buffer_Wrapped").kind, EktTrace::eSessionBoolean);
   EXPECT_EQ(soc.settings.at("ATBID").value, "16");
@@ -86,6 +78,24 @@ TEST(DeviceDescription, WhatMayBeLeftOutAndWrittenDifferently) {
   EXPECT_TRUE(some.device->GetComponent("\xC3\xBC")->GetPropertyList("none")->empty());
 }
 
+TEST(DeviceDescription, TheTracersOwnTraceIdOrTheOnlySystemTraceOnes) {
+  const std::string stm = R"({"name":"STM0","type":"system-trace","trace_id":"0x10"})";
+  const std::string core = R"({"name":"C","type":"core","trace_id":17})";
+  const std::pair<std::string, std::optional<int>> cases[] = {
+      {core, std::nullopt},
+      {core + "," + stm, 16},
+      {stm + R"(,{"name":"STM1","type":"system-trace"})", 16},
+      {stm + R"(,{"name":"STM1","type":"system-trace","trace_id":18})", std::nullopt},
+      {stm + R"(,{"name":"MOD_QBTRACER0","trace_id":111})", 111},
+  };
+  for (const auto& [components, id] : cases) {
+    // Links and targets of older descriptions are not looked at.
+    const auto device = parse_device_description(
+        with(R"("links":[{}],"targets":1,"components":[)" + components + "]"), "x");
+    EXPECT_EQ(device.trace_id.value_or(0), id.value_or(0)) << components;
+  }
+}
+
 TEST(DeviceDescription, ErrorsNamePlaceAndReason) {
   const std::string deep(100000, '[');
   const std::pair<std::string, std::string> cases[] = {
@@ -103,7 +113,6 @@ TEST(DeviceDescription, ErrorsNamePlaceAndReason) {
       {with(R"("information":{"first":-2147483649,"second":2})"), "$.information.first: must be a"},
       {with(R"("information":{"first":18446744073709551615,"second":2})"),
        "$.information.first: mu"},
-      {with(R"("system_trace":{"type":5,"detail":0})"), "$.system_trace: there is no such kind"},
       {with(R"("components":{})"), "$.components: must be an array, is object"},
       {with(R"("components":[{"name":"A"},{"name":"A"}])"), "$.components[1]: the name is taken"},
       {with(R"("components":[{"name":"A","type":"tracer"}])"),
@@ -121,12 +130,6 @@ TEST(DeviceDescription, ErrorsNamePlaceAndReason) {
        "$.components[0].property_lists.l[0]: the member \"value\" is missing"},
       {with(R"("components":[{"name":"A","property_lists":{"":[]}}])"),
        R"($.components[0].property_lists[""]: the name is empty)"},
-      {with(R"("trace_receivers":[{"name":"A","size_bytes":18446744073709551616}])"),
-       "$.trace_receivers[0].size_bytes: must be a whole number"},
-      {with(R"("links":[{"from":"A","to":"B"}])"), "$.links[0]: there is no component"},
-      {with(R"("module_maps":[{"name":"M","modules":[{"name":"a","base":0,"size_bytes":0}]}])"),
-       "$.module_maps[0].modules[0]: the size is 0"},
-      {with(R"("targets":[{"name":"T"},{"name":"T"}])"), "$.targets[1]: the name is taken"},
       {with(R"("settings":{"#A":"1"})"), R"($.settings["#A"]: a settings file cannot hold)"},
       {with(R"("settings":{"A":"1\n2"})"), "$.settings.A: has a control character"},
       {with(R"("settings":{"A":1.0})"), "$.settings.A: must be a text, a whole number"},
