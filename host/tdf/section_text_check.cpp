@@ -71,9 +71,10 @@ std::string decoder_value_fault(std::string_view key, std::string_view value) {
   if (key == "DECODER") return {};  // may be empty
   const bool is_id = key == "ATBID";
   const std::uint64_t limit = is_id ? kLargestTraceId : kLargestKind;
-  if (parse_decimal(value, limit)) return {};
+  // The library reads the id with automatic base, and the other two as decimal.
+  if (is_id ? parse_decimal_or_hex(value, limit) : parse_decimal(value, limit)) return {};
   return std::string(key)
-      .append(" is not a decimal number from 0 to ")
+      .append(is_id ? " is not a number from 0 to " : " is not a decimal number from 0 to ")
       .append(std::to_string(limit));
 }
 

@@ -165,6 +165,7 @@ TEST(SectionTextCheck, FindsTheLinesThatReadersMisunderstand) {
       {check_settings_text, "A=1\r\n", 0, "carriage return"},
       {check_settings_text, "QBT2_0x5=a\n", 0, "QBT2_0x5: the decoder never reads it"},
       {check_decoder_text, " #\nDECODER=\nATBID = 5\n", 0, nullptr},
+      {check_decoder_text, "ATBID=0x6f\n", 0, nullptr},
       {check_decoder_text, "DATA_TYPE=0x3\n", 0, "from 0 to 7"},
       {check_decoder_text, "\nATBID=112\n", 1, "from 0 to 111"},
       {check_decoder_text, "decoder=X\n", 0, "'decoder' is not a key"},
