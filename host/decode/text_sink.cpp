@@ -1,6 +1,9 @@
 #include "host/decode/text_sink.h"
 
+#include <algorithm>
+
 #include "host/base/error.h"
+#include "host/base/terminal_text.h"
 #include "host/base/text_buffer.h"
 #include "host/decode/run_report.h"
 #include "host/format/formatter_factory.h"
@@ -13,6 +16,19 @@ struct TextChunk final : RowChunk {
   void clear() override { text.clear(); }
   TextBuffer text;
 };
+
+/// Lines for a terminal; valid until the next call.
+std::string_view for_terminal(std::string_view text) {
+  static thread_local TextBuffer shown;
+  shown.clear();
+  while (!text.empty()) {
+    const std::size_t end = std::min(text.find('\n'), text.size());
+    append_terminal_text(text.substr(0, end), shown);
+    if (end != text.size()) shown.append("\n");
+    text.remove_prefix(std::min(end + 1, text.size()));
+  }
+  return shown.view();
+}
 
 class TextStage final : public RowStage {
  public:
@@ -52,7 +68,7 @@ void TextSink::begin(const ColumnCatalogue& catalogue) {
 bool TextSink::write(std::string_view text) {
   if (text.empty()) return true;
   if (options_.before_write) options_.before_write();
-  return output_->write(text);
+  return output_->write(options_.is_terminal ? for_terminal(text) : text);
 }
 
 void TextSink::write_header() {

@@ -18,6 +18,8 @@ struct TextSinkOptions {
   std::string fields;                ///< names separated by commas; empty: the format's own choice
   std::size_t terminal_columns = 0;  ///< table: width to fit into, 0 for no limit
   std::string output = "-";          ///< as OutputFile takes it
+  /// The output is a terminal: control characters, which CSV leaves as they are, become U+FFFD.
+  bool is_terminal = false;
   /// Called before text is written, so that a progress bar can make room. May be empty.
   std::function<void()> before_write;
 };

@@ -10,6 +10,7 @@
 #include <set>
 #include <thread>
 
+#include "tests/support/tdf_bytes.h"
 #include "tests/tools/tool_test.h"
 
 namespace qbt2::test {
@@ -356,15 +357,6 @@ TEST_F(DecodeDiagnostics, OutputsThatCannotBeWritten) {
   }
 }
 
-TEST_F(DecodeDiagnostics, AnInputThatCannotBeReadOrOpened) {
-  if (geteuid() == 0) GTEST_SKIP() << "root reads everything";
-  const std::string path = small_capture();
-  std::filesystem::permissions(path, std::filesystem::perms::none);
-  const ToolResult result = decode({path});
-  EXPECT_EQ(result.status, 2);
-  EXPECT_EQ(result.err, "qbt2: " + path + ": cannot open: Permission denied\n");
-}
-
 TEST_F(DecodeDiagnostics, AClosedPipeEndsTheRunQuietly) {
   const std::string path = generate("capture", {"--messages", "100k"});
   for (const char* threads : {"1", "4"}) {
@@ -565,6 +557,23 @@ TEST_F(DecodeDiagnostics, TheTableFitsTheTerminal) {
       ASSERT_LE(characters(line), columns) << line;
     }
     EXPECT_EQ(characters(lines[1]), columns) << lines[1];  // the rule takes the whole width
+  }
+}
+
+TEST_F(DecodeDiagnostics, RowsOnATerminalCannotActOnIt) {
+  if (!has_terminals()) GTEST_SKIP() << "no pseudo-terminals here";
+  const std::string settings = put("soc.tdf", "TDF2" + section("STMDECODERINFO", 1,
+                                                               "QBT2_5=a\x1B[31m\xC2\x9B\x7F"
+                                                               "b;1;1;0;0;0;0;0;0;0;0;0;0;0;0\n"));
+  for (const char* format : {"table", "csv", "jsonl"}) {
+    const TerminalResult result =
+        run_on_terminal(200, {"decode", small_capture(), "--config", settings, "--format", format,
+                              "--columns", "master"});
+    EXPECT_EQ(result.status, 0) << result.text;
+    EXPECT_EQ(result.text.find('\033'), std::string::npos) << format;
+    EXPECT_EQ(result.text.find('\x7F'), std::string::npos) << format;
+    EXPECT_EQ(result.text.find("\xC2\x9B"), std::string::npos) << format;
+    EXPECT_THAT(result.text, HasSubstr("b")) << format;
   }
 }
 

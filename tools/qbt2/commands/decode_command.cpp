@@ -34,6 +34,7 @@ std::unique_ptr<RowSink> make_sink(const DecodeArguments& arguments, bool rows_o
   options.fields = arguments.columns;
   options.output = arguments.output;
   if (arguments.output == "-") options.terminal_columns = terminal_columns();
+  options.is_terminal = rows_on_terminal;
   if (rows_on_terminal) options.before_write = [&reporter] { reporter.progress().clear(); };
   return std::make_unique<TextSink>(options);
 }
