@@ -34,8 +34,8 @@ void BM_Assembler(benchmark::State& state) {
     for (const StpPacket& packet : sink.packets) assembler.on_packet(packet);
     if (batch.heads.size() != kMessages) state.SkipWithError("messages are missing");
   }
-  state.SetItemsProcessed(static_cast<std::int64_t>(state.iterations() * sink.packets.size()));
-  state.SetBytesProcessed(static_cast<std::int64_t>(state.iterations() * traffic.stream.size()));
+  state.SetItemsProcessed(state.iterations() * static_cast<std::int64_t>(sink.packets.size()));
+  state.SetBytesProcessed(state.iterations() * static_cast<std::int64_t>(traffic.stream.size()));
 }
 
 /// Items are messages, bytes those of their samples.
@@ -52,9 +52,9 @@ void BM_ProcessSamples(benchmark::State& state, const TrafficMix& mix) {
     if (produced < 2) state.SkipWithError("a row is missing");
     benchmark::DoNotOptimize(output.data());
   }
-  state.SetItemsProcessed(static_cast<std::int64_t>(state.iterations() * kMessages));
-  state.SetBytesProcessed(
-      static_cast<std::int64_t>(state.iterations() * traffic.samples.bytes.size()));
+  state.SetItemsProcessed(state.iterations() * static_cast<std::int64_t>(kMessages));
+  state.SetBytesProcessed(state.iterations() *
+                          static_cast<std::int64_t>(traffic.samples.bytes.size()));
 }
 
 BENCHMARK(BM_Assembler);

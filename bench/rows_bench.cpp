@@ -126,8 +126,8 @@ void read_rows(benchmark::State& state, const Kind& kind) {
   }
   std::size_t bytes = 0;
   for (const auto& stream : streams) bytes += stream.size();
-  state.SetItemsProcessed(static_cast<std::int64_t>(state.iterations() * streams.size()));
-  state.SetBytesProcessed(static_cast<std::int64_t>(state.iterations() * bytes));
+  state.SetItemsProcessed(state.iterations() * static_cast<std::int64_t>(streams.size()));
+  state.SetBytesProcessed(state.iterations() * static_cast<std::int64_t>(bytes));
 }
 
 void format_rows(benchmark::State& state, const Kind& kind, const char* format,
@@ -143,8 +143,8 @@ void format_rows(benchmark::State& state, const Kind& kind, const char* format,
     formatter->append(rows, out);
     benchmark::DoNotOptimize(out.view().data());
   }
-  state.SetItemsProcessed(static_cast<std::int64_t>(state.iterations() * rows.size()));
-  state.SetBytesProcessed(static_cast<std::int64_t>(state.iterations() * out.size()));
+  state.SetItemsProcessed(state.iterations() * static_cast<std::int64_t>(rows.size()));
+  state.SetBytesProcessed(state.iterations() * static_cast<std::int64_t>(out.size()));
 }
 
 BENCHMARK_CAPTURE(read_rows, throughput, kThroughput);

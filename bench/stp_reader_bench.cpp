@@ -110,7 +110,7 @@ void run_reader(benchmark::State& state, const std::vector<std::uint8_t>& bytes)
     benchmark::DoNotOptimize(sink.sum);
     packets += sink.packets;
   }
-  state.SetBytesProcessed(static_cast<std::int64_t>(state.iterations() * bytes.size()));
+  state.SetBytesProcessed(state.iterations() * static_cast<std::int64_t>(bytes.size()));
   state.counters["packets"] =
       benchmark::Counter(static_cast<double>(packets), benchmark::Counter::kIsRate);
 }
@@ -128,7 +128,7 @@ void run_opencsd(benchmark::State& state, const std::vector<std::uint8_t>& bytes
     if (!lister.push(bytes)) state.SkipWithError("libopencsd gave up");
     lister.finish();
   }
-  state.SetBytesProcessed(static_cast<std::int64_t>(state.iterations() * bytes.size()));
+  state.SetBytesProcessed(state.iterations() * static_cast<std::int64_t>(bytes.size()));
   state.counters["packets"] =
       benchmark::Counter(static_cast<double>(packets), benchmark::Counter::kIsRate);
 }
@@ -175,7 +175,7 @@ void run_frames(benchmark::State& state, bool alone, bool reads) {
     benchmark::DoNotOptimize(sink.sum);
   }
   if (stream_bytes == 0) state.SkipWithError("the frames do not contain the source");
-  state.SetBytesProcessed(static_cast<std::int64_t>(state.iterations() * bytes.size()));
+  state.SetBytesProcessed(state.iterations() * static_cast<std::int64_t>(bytes.size()));
 }
 
 void BM_Frames(benchmark::State& state) {

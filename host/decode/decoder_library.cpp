@@ -26,6 +26,18 @@ void refuse_special_file(const std::string& path) {
   throw Error(ErrorCode::kPlugin, path, "is not a decoder plug-in, not even a regular file");
 }
 
+/// The loader searches for a plain name along the path of whoever calls dlopen, which need not be
+/// this program: sanitizers call it themselves. So the folder of the plug-in library that this
+/// program is linked with is searched too.
+void* open_library(const std::string& path) {
+  void* const found = ::dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL);
+  if (found != nullptr || path.find('/') != std::string::npos) return found;
+  Dl_info linked{};
+  if (::dladdr(reinterpret_cast<const void*>(&CreateDecoderUnit), &linked) == 0) return nullptr;
+  const std::string file = linked.dli_fname;
+  return ::dlopen((file.substr(0, file.rfind('/') + 1) + path).c_str(), RTLD_NOW | RTLD_LOCAL);
+}
+
 template <typename Function>
 Function* find_entry(void* handle, const std::string& path, const char* name) {
   void* const symbol = ::dlsym(handle, name);
@@ -41,8 +53,7 @@ Function* find_entry(void* handle, const std::string& path, const char* name) {
 
 DecoderLibrary::DecoderLibrary(const std::string& path) : path_(path) {
   refuse_special_file(path);
-  void* const handle =
-      call_plugin(path, [&path] { return ::dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL); });
+  void* const handle = call_plugin(path, [&path] { return open_library(path); });
   if (handle == nullptr) {
     throw Error(ErrorCode::kPlugin, path, "cannot load the decoder plug-in: " + loader_reason());
   }

@@ -59,7 +59,7 @@ class PluginBesideOthersTest : public PluginTest {
 TEST_F(PluginBesideOthersTest, CallsItsOwnFunctions) {
   if (RanInFreshProcess()) return;
   ASSERT_NE(library_, nullptr) << dlerror();
-  Find<void* (*)()>("CreateDecoderUnit")();
+  Find<void (*)(void*)>("DestroyDecoderUnit")(Find<void* (*)()>("CreateDecoderUnit")());
   const char* calls = std::getenv("COMPANION_CALLS");
   EXPECT_EQ(std::string(calls != nullptr ? calls : ""), "Create;");
 }

@@ -51,6 +51,11 @@ class Unit : public CDecoderUnitIF {
 
 Unit unit;
 
+template <typename Function>
+Function* real_entry(const char* name) {
+  return reinterpret_cast<Function*>(::dlsym(::dlopen(QBT2_PLUGIN_PATH, RTLD_NOW), name));
+}
+
 }  // namespace
 
 extern "C" [[gnu::visibility("default")]] void* CreateDecoderUnit() {
@@ -58,8 +63,9 @@ extern "C" [[gnu::visibility("default")]] void* CreateDecoderUnit() {
   if (!misbehaves("prints")) return static_cast<CDecoderUnitIF*>(&unit);
   std::puts("a plug-in's own words");
   std::fflush(stdout);
-  void* const real = ::dlopen(QBT2_PLUGIN_PATH, RTLD_NOW);
-  return reinterpret_cast<void* (*)()>(::dlsym(real, "CreateDecoderUnit"))();
+  return real_entry<void*()>("CreateDecoderUnit")();
 }
 
-extern "C" [[gnu::visibility("default")]] void DestroyDecoderUnit(void*) {}
+extern "C" [[gnu::visibility("default")]] void DestroyDecoderUnit(void* given) {
+  if (misbehaves("prints")) real_entry<void(void*)>("DestroyDecoderUnit")(given);
+}
