@@ -22,8 +22,9 @@ constexpr std::uint64_t kMostTrialMasters = 256;
 void check(const TrafficOptions& options) {
   const TrafficMix& mix = options.mix;
   const std::uint32_t widest = std::max({mix.throughput, mix.latency, mix.transaction});
-  if (widest == 0)
+  if (widest == 0) {
     throw Error(ErrorCode::kUsage, "the mix has only zeros: give at least one kind a weight");
+  }
   if (widest > kMostMixWeight) {
     throw Error(ErrorCode::kUsage,
                 "a weight of the mix is greater than " + std::to_string(kMostMixWeight));

@@ -32,8 +32,9 @@ std::string usecase_line_fault(std::string_view line) {
   for (std::size_t i = 1; i < fields.size(); ++i) {
     const std::string field(fields[i]);
     const std::string fault = number_fault(field);
-    if (!fault.empty())
+    if (!fault.empty()) {
       return "field " + std::to_string(i) + " ('" + excerpt(field) + "') " + fault;
+    }
   }
   return {};
 }

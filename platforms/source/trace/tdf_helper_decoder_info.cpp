@@ -41,7 +41,7 @@ std::string InputKind(const std::string& value, const char* complaint, std::uint
 
 /// Returns what is wrong with the line; empty if nothing is.
 std::string InputDecoderLine(const std::string& line, TraceDecodeData_t& data) {
-  const std::string badSyntax = "Bad syntax: " + line;
+  std::string badSyntax = "Bad syntax: " + line;
   const auto [key, value, hasEquals] = KeyValue(line);
   if (!hasEquals || key.empty() || value.empty()) return badSyntax;
   if (key == "DATA_TYPE") return InputKind(value, "Unrecognized data type: ", data.dataType);

@@ -20,8 +20,9 @@ bool standard_error_is_terminal() {
 std::size_t terminal_columns() {
   winsize size{};
   if (!standard_output_is_terminal() ||
-      ::ioctl(standard_output_descriptor(), TIOCGWINSZ, &size) != 0)
+      ::ioctl(standard_output_descriptor(), TIOCGWINSZ, &size) != 0) {
     return 0;
+  }
   return size.ws_col;
 }
 
