@@ -155,8 +155,9 @@ TEST_F(UsecaseLoadingTest, MasterNames) {
                                {"GPU", "0x11"},    {"LATE", "17"}, {"BAD", "none"},
                                {"AFTER", "30"}};
   FakeDeviceModel model;
-  for (const FakeEntry& entry : entries)
+  for (const FakeEntry& entry : entries) {
     model.masters.insert(model.masters.end(), {nullptr, &entry});
+  }
   struct {
     const char* what;
     FakeDeviceModel::Missing missing;

@@ -123,8 +123,8 @@ TEST_F(DecodeDiagnostics, GeneratedDamageNeverHangsAndEveryByteIsCounted) {
     EXPECT_EQ(result.status, 1) << input << result.err.substr(0, 500);
     auto values = statistics(result.err);
     EXPECT_EQ(values["bytes"], std::filesystem::file_size(at("damaged")));
-    if (std::string(input) == "samples")
-      continue;  // damage ends the file: the rest cannot be found
+    // Damage ends a sample file: the rest cannot be found.
+    if (std::string(input) == "samples") continue;
     EXPECT_EQ(values["bytes_framing"] + values["bytes_other_sources"] + values["stp_bytes"],
               values["bytes"]);
     const std::vector<std::string> kept = lines_of(result.out);
