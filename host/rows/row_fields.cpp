@@ -3,9 +3,9 @@
 #include <algorithm>
 #include <array>
 #include <numeric>
-#include <utility>
 
 #include "host/base/error.h"
+#include "host/base/near_name.h"
 #include "host/base/text_parts.h"
 
 namespace qbt2 {
@@ -24,35 +24,13 @@ bool equal_ignoring_case(std::string_view a, std::string_view b) {
                     [](char x, char y) { return lower(x) == lower(y); });
 }
 
-/// Single-character edits that turn one name into the other, ignoring case.
-std::size_t edit_distance(std::string_view a, std::string_view b) {
-  std::vector<std::size_t> line(b.size() + 1);
-  std::iota(line.begin(), line.end(), std::size_t{0});
-  for (std::size_t i = 0; i < a.size(); ++i) {
-    std::size_t diagonal = std::exchange(line[0], i + 1);
-    for (std::size_t j = 0; j < b.size(); ++j) {
-      const std::size_t replaced = diagonal + (lower(a[i]) == lower(b[j]) ? 0 : 1);
-      diagonal = line[j + 1];
-      line[j + 1] = std::min({replaced, diagonal + 1, line[j] + 1});
-    }
-  }
-  return line.back();
-}
-
 [[noreturn]] void throw_unknown(const ColumnCatalogue& catalogue, std::string_view name) {
-  constexpr std::size_t kLongestName = 64;  // a longer one is not a typing error
-  std::string text = "unknown column '" + std::string(name) + "'";
-  if (name.size() <= kLongestName) {
-    const std::vector<FieldIndex> fields = all_fields(catalogue);
-    const auto distance = [&](FieldIndex f) {
-      return edit_distance(name, field_name(catalogue, f));
-    };
-    const FieldIndex nearest =
-        *std::min_element(fields.begin(), fields.end(),
-                          [&](FieldIndex a, FieldIndex b) { return distance(a) < distance(b); });
-    text += "; the nearest is '" + std::string(field_name(catalogue, nearest)) + "'";
+  std::vector<std::string_view> names;
+  for (const FieldIndex field : all_fields(catalogue)) {
+    names.push_back(field_name(catalogue, field));
   }
-  throw Error(ErrorCode::kUsage, text);
+  throw Error(ErrorCode::kUsage,
+              "unknown column '" + std::string(name) + "'" + nearest_hint(name, names));
 }
 
 FieldIndex find_field(const ColumnCatalogue& catalogue, std::string_view name) {

@@ -37,7 +37,7 @@ std::string_view field_name(const ColumnCatalogue& catalogue, FieldIndex field);
 /// All fields in their fixed order.
 std::vector<FieldIndex> all_fields(const ColumnCatalogue& catalogue);
 /// The fields that a comma-separated list names, in the list's order. Throws Error(kUsage) naming
-/// the unknown name and the nearest known one.
+/// the unknown name and, where one is near, the nearest known one.
 std::vector<FieldIndex> parse_field_list(const ColumnCatalogue& catalogue, std::string_view list);
 /// The catalogue columns among the fields that the list names; all for an empty list. Throws as
 /// parse_field_list does.

@@ -53,6 +53,8 @@ TEST(RowFields, RejectedListsNameTheReason) {
       {"offset,RuteId", "unknown column 'RuteId'; the nearest is 'RouteID'"},
       {"Mode", "unknown column 'Mode'; the nearest is 'Mode_'"},
       {"Route ID", "unknown column 'Route ID'; the nearest is 'RouteID'"},
+      {"ruotied", "unknown column 'ruotied'; the nearest is 'RouteID'"},  // a swap each
+      {"speed", "unknown column 'speed'"},                                // none is near
       {far, "unknown column '" + far + "'"},
       {"kind,offset,kind", "column 'kind' is named twice"},
       {"kind,KIND", "column 'kind' is named twice"},
