@@ -188,40 +188,6 @@ TEST_F(DecodeDiagnostics, ShowsTwentyLinesOfADiagnosticAndCountsTheRest) {
   EXPECT_EQ(lines[20], "qbt2: 8980 more lines about rejected samples are not shown");
 }
 
-TEST_F(DecodeDiagnostics, CapturesThatHoldNothing) {
-  const std::string padding(32, '\0');
-  const std::string words = stp("FFFFFFFFFFFFFFFFFFFFF0 F003 105 6 00000064 6 00000019");
-  const struct {
-    std::string bytes;
-    std::vector<std::string> options;
-    int status;
-    const char* line;
-  } cases[] = {
-      {"", {}, 1, "is empty"},
-      {"", {"--input", "frames"}, 1, "is empty"},
-      {"", {"--input", "samples"}, 1, "is empty"},
-      {std::string(40, '\x11'),
-       {"--input", "stp"},
-       1,
-       "contains no ASYNC packet, so nothing in it can be decoded"},
-      {padding, {"--input", "frames"}, 1, "the frames contain no trace source"},
-      {padding,
-       {"--input", "frames", "--atb-id", "9"},
-       1,
-       "the frames contain no data of source 0x09"},
-      {words, {"--framing", "flag"}, 0, "2 words, but no complete message; another --framing may"},
-  };
-  for (const auto& c : cases) {
-    std::vector<std::string> arguments = c.options;
-    arguments.insert(arguments.end(), {"-", "--format", "jsonl"});
-    const ToolResult result = decode(arguments, c.bytes);
-    EXPECT_EQ(result.status, c.status) << c.line << result.err;
-    EXPECT_EQ(result.out, "") << c.line;
-    EXPECT_THAT(result.err, StartsWith(std::string("qbt2: standard input: ") + c.line));
-    EXPECT_EQ(lines_of(result.err).size(), 1U) << result.err;
-  }
-}
-
 TEST_F(DecodeDiagnostics, SeveralSourcesNeedAChoice) {
   const std::string path =
       generate("capture", {"--input", "frames", "--other-sources", "2", "--messages", "2000"});
@@ -247,77 +213,6 @@ TEST_F(DecodeDiagnostics, SeveralSourcesNeedAChoice) {
 
 // ---- what ends a run ----
 
-TEST_F(DecodeDiagnostics, FailuresTakeOneLineAndLeaveNoFile) {
-  const std::string good = small_capture();
-  const std::string text = put("text", "This is no capture, whatever its name says.\n");
-  const std::string config = put("bad.tdf", "TDF2\x01");
-  const std::string no_json = put("bad.json", "{");
-  const std::string rows = at("rows");
-  const struct {
-    std::vector<std::string> arguments;
-    std::string line;  // CLI11's own answers have a second one
-  } cases[] = {
-      {{}, "CAPTURE is required"},
-      {{at("missing")}, "qbt2: " + at("missing") + ": cannot open: No such file or directory"},
-      {{folder_}, "qbt2: " + folder_ + ": is a directory"},
-      {{good, at("missing")}, "qbt2: " + at("missing") + ": cannot open: No such file"},
-      {{text}, "qbt2: " + text + ": byte 0: not recognised as a capture"},
-      {{good, text}, "qbt2: " + text + ": byte 0: not recognised as a capture"},
-      {{"-", "-"}, "qbt2: standard input (-) can be read only once"},
-      {{good, "--input", "stp", "--atb-id", "1"}, "qbt2: --atb-id goes with --input frames"},
-      {{good, "--input", "samples", "--framing", "flag"}, "qbt2: --framing goes with STP"},
-      {{good, "--input", "samples", "--clock-hz", "1"}, "qbt2: --clock-hz goes with STP"},
-      {{good, "--format", "none"}, "qbt2: -o contradicts --format none"},
-      {{good, "--input", "wav"}, "--input: wav not in {auto,samples,stp,frames}"},
-      {{good, "--framing", "last"}, "--framing: last not in"},
-      {{good, "--format", "xml"}, "--format: xml not in"},
-      {{good, "--nonsense"}, "The following argument was not expected: --nonsense"},
-      {{good, "--columns", "Byts"}, "qbt2: unknown column 'Byts'; the nearest is 'Bytes'"},
-      {{good, "--columns", "Bytes,"}, "qbt2: "},
-      {{good, "--columns", "Bytes,bytes"}, "qbt2: "},
-      {{good, "--columns", ""}, "--columns: empty value"},
-      {{good, "--limit", ""}, "--limit: empty value"},
-      {{good, "--config", ""}, "--config: empty value"},
-      {{good, "--plugin", ""}, "--plugin: empty value"},
-      {{""}, "CAPTURE: empty value"},
-      {{good, "--limit", "ten"}, "qbt2: --limit: 'ten' is not a number (decimal, or hexadecimal"},
-      {{good, "--limit", "1k"}, "qbt2: --limit: '1k' is not a number"},
-      {{good, "--limit", "-1"}, "qbt2: --limit: '-1' is not a number"},
-      {{good, "--limit", "0x"}, "qbt2: --limit: '0x' is not a number"},
-      {{good, "--limit", "18446744073709551616"},
-       "qbt2: --limit: 18446744073709551616 is too large"},
-      {{good, "--master", "0x10000"}, "qbt2: --master: 0x10000 is too large (at most 65535)"},
-      {{good, "--atb-id", "0x70"}, "qbt2: --atb-id: 0x70 is too large (at most 111)"},
-      {{good, "--atb-id", "0"}, "qbt2: --atb-id: 0 is the null trace ID"},
-      {{good, "--clock-hz", "0"}, "qbt2: --clock-hz: at least 1"},
-      {{good, "--threads", "0"}, "qbt2: --threads: at least 1"},
-      {{good, "--threads", "257"}, "qbt2: --threads: 257 is too large (at most 256)"},
-      {{good, "--config", at("missing")}, "qbt2: " + at("missing") + ": cannot open: No such file"},
-      {{good, "--config", folder_}, "qbt2: " + folder_ + ": is a directory"},
-      {{good, "--config", config}, "qbt2: " + config + ": no settings: "},
-      {{good, "--config", "/dev/null"}, "qbt2: /dev/null: settings are read from a regular file"},
-      {{good, "--device", at("missing")}, "qbt2: " + at("missing") + ": "},
-      {{good, "--device", no_json}, "qbt2: " + no_json + ": byte "},
-      {{good, "--plugin", at("none.so")}, "qbt2: " + at("none.so") + ": cannot load the decoder"},
-      {{good, "--plugin", text}, "qbt2: " + text + ": cannot load the decoder plug-in: "},
-      {{good, "--plugin", "libm.so.6"},
-       "qbt2: libm.so.6: is not a decoder plug-in, entry point Create"},
-  };
-  const std::size_t files_before = files();
-  for (const auto& c : cases) {
-    std::vector<std::string> arguments = c.arguments;
-    arguments.insert(arguments.end(), {"-o", rows});
-    const ToolResult result = decode(arguments);
-    EXPECT_EQ(result.status, 2) << c.line << result.err;
-    EXPECT_EQ(result.out, "") << c.line;
-    EXPECT_THAT(result.err, StartsWith(c.line));
-    EXPECT_EQ(lines_of(result.err).size(), c.line.starts_with("qbt2: ") ? 1U : 2U) << result.err;
-    EXPECT_EQ(files(), files_before) << c.line;
-  }
-  EXPECT_EQ(decode({good, "--format", "none", "--columns", "Bytes"}).err,
-            "qbt2: --columns contradicts --format none, which writes nothing\n");
-}
-
 TEST_F(DecodeDiagnostics, AnInputIsNeverReplaced) {
   const std::string capture = small_capture();
   const std::string before = get("small.stp");
@@ -333,28 +228,6 @@ TEST_F(DecodeDiagnostics, AnInputIsNeverReplaced) {
   EXPECT_EQ(run_in_shell("$QBT2 decode - < " + capture + " >> " + capture).status, 2);
   EXPECT_EQ(get("small.stp"), before);
   EXPECT_EQ(get("soc.cfg"), "A=1\n");
-}
-
-TEST_F(DecodeDiagnostics, OutputsThatCannotBeWritten) {
-  const std::string path = generate("capture", {"--messages", "3000"});
-  const struct {
-    std::string output;
-    std::string line;
-  } cases[] = {
-      {"/dev/full", "qbt2: /dev/full: No space left on device\n"},
-      {at("missing/rows"), "qbt2: " + at("missing/rows") + ": No such file or directory\n"},
-      {folder_, "qbt2: " + folder_ + ": Is a directory\n"},
-      {path + "/rows", "qbt2: " + path + "/rows: Not a directory\n"},
-  };
-  const std::size_t files_before = files();
-  for (const auto& c : cases) {
-    for (const char* threads : {"1", "3"}) {
-      const ToolResult result = decode({path, "-o", c.output, "--threads", threads});
-      EXPECT_EQ(result.status, 2) << c.output;
-      EXPECT_THAT(result.err, HasSubstr(c.line));
-      EXPECT_EQ(files(), files_before) << c.output;
-    }
-  }
 }
 
 TEST_F(DecodeDiagnostics, AClosedPipeEndsTheRunQuietly) {

@@ -147,14 +147,6 @@ TEST_F(InfoCommandTest, ReportsWhatIsUnknownOrBad) {
     EXPECT_THAT(result.out, HasSubstr(std::string("kind: ") + test.kind + "\n"));
     EXPECT_THAT(result.err, HasSubstr(test.reason));
   }
-  for (const auto& [file, reason] : {std::pair{at("none"), "cannot open"},
-                                     {path(), "is a directory"},
-                                     {"-", "found by seeking"}}) {
-    const ToolResult result = run_tool({"info", file}, "TDF2");
-    EXPECT_EQ(result.status, 2);
-    EXPECT_EQ(lines_of(result.err).size(), 1U) << result.err;
-    EXPECT_THAT(result.err, HasSubstr(reason));
-  }
 }
 
 }  // namespace

@@ -12,7 +12,8 @@ namespace qbt2::test {
 
 struct ToolRun {
   std::vector<std::string> arguments;
-  std::string input;  ///< on standard input, which then ends
+  std::string input;   ///< on standard input, which then ends
+  std::string folder;  ///< to run in; empty: this process's
   /// "NAME=VALUE", added to this process's variables or replacing them.
   std::vector<std::string> environment;
   /// Stop reading standard output after this many bytes, as `| head` does.

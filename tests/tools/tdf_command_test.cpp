@@ -356,17 +356,5 @@ TEST_F(TdfCommandTest, AClosedPipeEndsTheRunQuietly) {
   }
 }
 
-TEST_F(TdfCommandTest, FilesThatCannotBeOpenedAreReportedInOneLine) {
-  for (const std::string& file : {at("none.tdf"), at(""), std::string("/dev/null")}) {
-    for (const char* const command : {"list", "show", "verify"}) {
-      const ToolResult result = run_tool({"tdf", command, file});
-      EXPECT_EQ(result.status, 2) << file;
-      EXPECT_THAT(result.err, StartsWith("qbt2: " + file + ": "));
-      EXPECT_EQ(lines_of(result.err).size(), 1U) << result.err;
-      EXPECT_THAT(result.out, IsEmpty());
-    }
-  }
-}
-
 }  // namespace
 }  // namespace qbt2::test
