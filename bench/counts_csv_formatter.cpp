@@ -13,7 +13,7 @@ using qbt2::TextBuffer;
 /// What is counted: everything from the call to the return.
 extern "C" [[gnu::noinline]] void counted_region(RowFormatter& formatter, const RowBatch& rows,
                                                  TextBuffer& out) {
-  formatter.append(rows, out);
+  formatter.append(rows, 0, out);
 }
 
 int main() {
@@ -32,7 +32,7 @@ int main() {
   }
   const auto formatter = qbt2::make_row_formatter("csv", unit.catalogue(), {});
   TextBuffer out;
-  formatter->append(rows, out);  // so that the buffer's growth is not counted
+  formatter->append(rows, 0, out);  // so that the buffer's growth is not counted
   out.clear();
   counted_region(*formatter, rows, out);
   std::printf("%zu row\n", rows.size());

@@ -140,7 +140,7 @@ void format_rows(benchmark::State& state, const Kind& kind, const char* format,
   TextBuffer out;
   for ([[maybe_unused]] auto _ : state) {
     out.clear();
-    formatter->append(rows, out);
+    formatter->append(rows, 0, out);
     benchmark::DoNotOptimize(out.view().data());
   }
   state.SetItemsProcessed(state.iterations() * static_cast<std::int64_t>(rows.size()));

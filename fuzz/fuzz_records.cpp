@@ -37,7 +37,7 @@ const ColumnCatalogue& catalogue() {
 std::string formatted(const char* format, const RowBatch& rows, std::size_t terminal_columns) {
   const auto formatter = make_row_formatter(format, catalogue(), {{}, terminal_columns});
   TextBuffer out;
-  formatter->append(rows, out);
+  formatter->append(rows, 0, out);
   return std::string(out.view());
 }
 

@@ -26,19 +26,19 @@ void require(bool condition) {
 
 /// The plug-in, set up once.
 struct Decoder {
-  Decoder() : unit(library.create_unit()), catalogue(qbt2::read_catalogue(*unit)) {
+  Decoder() : unit(library.create_unit()), outline{qbt2::read_catalogue(*unit), 1} {
     unit->DataReset();
     DecoderLibrary::Unit second = library.create_unit();
     qbt2::read_catalogue(*second);
     second->DataReset();
-    worker = std::make_unique<qbt2::DecodeWorker>(std::move(second), catalogue);
+    worker = std::make_unique<qbt2::DecodeWorker>(std::move(second), outline.catalogue);
     qbt2::TextSinkOptions options;
     options.format = "jsonl";
-    worker->use_rows(qbt2::RowUse::kStage, qbt2::TextSink(options).make_stage(catalogue));
+    worker->use_rows(qbt2::RowUse::kStage, qbt2::TextSink(options).make_stage(outline));
   }
   DecoderLibrary library;
   DecoderLibrary::Unit unit;
-  qbt2::ColumnCatalogue catalogue;
+  qbt2::RunOutline outline;
   std::unique_ptr<qbt2::DecodeWorker> worker;
 };
 

@@ -39,7 +39,7 @@ class Pipeline::Run {
  public:
   Run(DecodeRequest request, RunObserver* observer);
 
-  const ColumnCatalogue& catalogue() const { return catalogue_; }
+  const RunOutline& outline() const { return outline_; }
   bool is_started() const { return pool_ != nullptr; }
   /// Gives every worker what it needs for `use`; `make_stage` may be empty.
   void start(RowUse use, const std::function<std::unique_ptr<RowStage>()>& make_stage);
@@ -67,7 +67,7 @@ class Pipeline::Run {
   DecoderSetup setup_;  // outlives the units
   std::vector<OpenCapture> captures_;
   DecoderLibrary library_;
-  ColumnCatalogue catalogue_;
+  RunOutline outline_;
   std::vector<std::unique_ptr<DecodeWorker>> workers_;
   std::unique_ptr<DecodePool> pool_;  // empty before start()
   RunReport report_;
@@ -87,6 +87,7 @@ Pipeline::Run::Run(DecodeRequest request, RunObserver* observer)
       captures_(open_captures(request_, setup_.atb_id(), &observer_)),
       library_(request_.plugin),
       total_bytes_(total_bytes(captures_)) {
+  outline_.captures = captures_.size();
   make_workers();
   for (const OpenCapture& capture : captures_) {
     CaptureReport& report = report_.captures.emplace_back();
@@ -100,13 +101,13 @@ void Pipeline::Run::make_workers() {
   for (unsigned i = 0; i < thread_count(request_); ++i) {
     units.push_back(library_.create_unit());
     call_plugin(library_.path(), [&] {
-      catalogue_ = read_catalogue(*units.back());
+      outline_.catalogue = read_catalogue(*units.back());
       setup_.apply(*units.back());
     });
   }
-  const ColumnMask wanted = parse_wanted_columns(catalogue_, request_.fields);
+  const ColumnMask wanted = parse_wanted_columns(outline_.catalogue, request_.fields);
   for (DecoderLibrary::Unit& unit : units) {
-    workers_.push_back(std::make_unique<DecodeWorker>(std::move(unit), catalogue_, wanted));
+    workers_.push_back(std::make_unique<DecodeWorker>(std::move(unit), outline_.catalogue, wanted));
   }
 }
 
@@ -223,7 +224,7 @@ Pipeline::Pipeline(DecodeRequest request, RunObserver* observer)
 Pipeline::~Pipeline() = default;
 
 const ColumnCatalogue& Pipeline::catalogue() const {
-  return run_->catalogue();
+  return run_->outline().catalogue;
 }
 
 std::optional<Pipeline::Rows> Pipeline::next() {
@@ -234,8 +235,8 @@ std::optional<Pipeline::Rows> Pipeline::next() {
 }
 
 RunReport Pipeline::run(RowSink& sink) {
-  run_->start(RowUse::kStage, [&] { return sink.make_stage(catalogue()); });
-  sink.begin(catalogue());
+  run_->start(RowUse::kStage, [&] { return sink.make_stage(run_->outline()); });
+  sink.begin(run_->outline());
   while (DecodeJob* const job = run_->next_job()) {
     if (job->chunk && !sink.take(*job->chunk, job->capture)) run_->end(RunEnd::kSinkClosed);
   }

@@ -14,6 +14,12 @@ namespace qbt2 {
 
 struct RunReport;
 
+/// What is known of a run's rows before the first one.
+struct RunOutline {
+  ColumnCatalogue catalogue;
+  std::size_t captures = 0;  ///< whose rows go into one sink
+};
+
 /// What a stage makes of the rows of one job: text, an encoded block, a partial aggregate. Only the
 /// sink and its stages know what is inside; the pipeline reuses chunks.
 class RowChunk {
@@ -39,10 +45,10 @@ class RowStage {
 class RowSink {
  public:
   virtual ~RowSink() = default;
-  /// The catalogue outlives the stage. Null: the sink wants no rows, they are only counted.
-  virtual std::unique_ptr<RowStage> make_stage(const ColumnCatalogue& catalogue) = 0;
+  /// The outline outlives the stage. Null: the sink wants no rows, they are only counted.
+  virtual std::unique_ptr<RowStage> make_stage(const RunOutline& outline) = 0;
   /// Every input is open and the decoder is set up.
-  virtual void begin(const ColumnCatalogue& /*catalogue*/) {}
+  virtual void begin(const RunOutline& /*outline*/) {}
   /// Takes the rows of capture `capture`; the chunk is valid during the call. False: no more rows
   /// are wanted, the run ends.
   virtual bool take(RowChunk& chunk, std::size_t capture) = 0;

@@ -35,8 +35,8 @@ class TextStage final : public RowStage {
   explicit TextStage(std::unique_ptr<RowFormatter> formatter) : formatter_(std::move(formatter)) {}
 
   std::unique_ptr<RowChunk> make_chunk() override { return std::make_unique<TextChunk>(); }
-  void append(const RowBatch& rows, std::size_t /*capture*/, RowChunk& chunk) override {
-    formatter_->append(rows, static_cast<TextChunk&>(chunk).text);
+  void append(const RowBatch& rows, std::size_t capture, RowChunk& chunk) override {
+    formatter_->append(rows, capture, static_cast<TextChunk&>(chunk).text);
   }
 
  private:
@@ -47,21 +47,23 @@ class TextStage final : public RowStage {
 
 TextSink::TextSink(TextSinkOptions options) : options_(std::move(options)) {}
 
-std::unique_ptr<RowFormatter> TextSink::make_formatter(const ColumnCatalogue& catalogue) const {
+std::unique_ptr<RowFormatter> TextSink::make_formatter(const RunOutline& outline) const {
+  const ColumnCatalogue& catalogue = outline.catalogue;
   FormatOptions options;
   if (!options_.fields.empty()) options.fields = parse_field_list(catalogue, options_.fields);
   options.terminal_columns = options_.terminal_columns;
+  options.several_captures = outline.captures > 1;
   auto formatter = make_row_formatter(options_.format, catalogue, options);
   if (!formatter) throw Error(ErrorCode::kUsage, "unknown format '" + options_.format + "'");
   return formatter;
 }
 
-std::unique_ptr<RowStage> TextSink::make_stage(const ColumnCatalogue& catalogue) {
-  return std::make_unique<TextStage>(make_formatter(catalogue));
+std::unique_ptr<RowStage> TextSink::make_stage(const RunOutline& outline) {
+  return std::make_unique<TextStage>(make_formatter(outline));
 }
 
-void TextSink::begin(const ColumnCatalogue& catalogue) {
-  formatter_ = make_formatter(catalogue);
+void TextSink::begin(const RunOutline& outline) {
+  formatter_ = make_formatter(outline);
   output_.emplace(options_.output);
 }
 

@@ -32,15 +32,15 @@ class TextSink final : public RowSink {
   explicit TextSink(TextSinkOptions options);
 
   /// Throws Error(kUsage) for an unknown format or field.
-  std::unique_ptr<RowStage> make_stage(const ColumnCatalogue& catalogue) override;
+  std::unique_ptr<RowStage> make_stage(const RunOutline& outline) override;
   /// Opens the output: not before the inputs are open. Throws Error(kOutput), as all below do.
-  void begin(const ColumnCatalogue& catalogue) override;
+  void begin(const RunOutline& outline) override;
   /// False once the reader of a pipe has gone.
   bool take(RowChunk& chunk, std::size_t capture) override;
   void end(const RunReport& report) override;
 
  private:
-  std::unique_ptr<RowFormatter> make_formatter(const ColumnCatalogue& catalogue) const;
+  std::unique_ptr<RowFormatter> make_formatter(const RunOutline& outline) const;
   void write_header();
   bool write(std::string_view text);
 

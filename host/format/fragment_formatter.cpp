@@ -53,7 +53,8 @@ char* copy_text(char* at, std::string_view text) {
 FragmentFormatter::FragmentFormatter(const ColumnCatalogue& catalogue, const FormatOptions& options,
                                      const RowStyle& style)
     : catalogue_(&catalogue),
-      fields_(options.fields.empty() ? all_fields(catalogue) : options.fields),
+      fields_(options.fields.empty() ? default_fields(catalogue, options.several_captures)
+                                     : options.fields),
       labels_(fields_.size()),
       style_(style),
       texts_(style.render) {
@@ -78,7 +79,9 @@ FragmentFormatter::Presence FragmentFormatter::presence_of(const RowHead& head) 
 bool FragmentFormatter::has(const Presence& presence, FieldIndex field) {
   if (field >= kBuiltinFieldCount) return presence.columns.test(field - kBuiltinFieldCount);
   switch (static_cast<BuiltinField>(field)) {
+    case BuiltinField::kCapture:
     case BuiltinField::kOffset:
+    case BuiltinField::kStpMaster:
       return true;
     case BuiltinField::kTimestamp:
       return (presence.flags & kHasTimestamp) != 0;
@@ -98,6 +101,23 @@ bool FragmentFormatter::has(const Presence& presence, FieldIndex field) {
       return (presence.flags & kHasAddress) != 0;
   }
   return false;
+}
+
+/// What is the same in all rows of a shape, and so is part of its fragments.
+std::optional<std::string> FragmentFormatter::constant_value(const Presence& presence,
+                                                             FieldIndex field) const {
+  if (field == static_cast<FieldIndex>(BuiltinField::kCapture)) return std::to_string(capture_ + 1);
+  if (field == static_cast<FieldIndex>(BuiltinField::kKind)) {
+    return rendered(style_.render, kind_name(presence.kind));
+  }
+  return std::nullopt;
+}
+
+/// Fragments hold the number of the capture.
+void FragmentFormatter::use_capture(std::size_t capture) {
+  if (capture == capture_) return;
+  capture_ = capture;
+  shapes_.clear();
 }
 
 const FragmentFormatter::Shape& FragmentFormatter::shape_of(const RowHead& head) {
@@ -134,9 +154,8 @@ FragmentFormatter::Shape FragmentFormatter::make_shape(const Presence& presence)
     if (!std::exchange(first, false)) text += style_.separator;
     if (!present) continue;
     text += labels_[n];
-    if (fields_[n] == static_cast<FieldIndex>(BuiltinField::kKind)) {
-      text += rendered(style_.render,
-                       kind_name(presence.kind));  // as constant as the text around it
+    if (const auto constant = constant_value(presence, fields_[n])) {
+      text += *constant;
       continue;
     }
     const auto [from, size] = end_fragment();
@@ -173,10 +192,13 @@ char* FragmentFormatter::write_value(char* at, FieldIndex field, const RowHead& 
       return write_decimal(at, head.time_ns);
     case BuiltinField::kProbe:
       return write_decimal(at, head.probe);
+    case BuiltinField::kStpMaster:
+      return write_decimal(at, head.stp_master);
     case BuiltinField::kMaster:
       return copy_text(at, texts_.get(head.master_text));
     case BuiltinField::kType:
       return copy_text(at, texts_.get(head.type_text));
+    case BuiltinField::kCapture:
     case BuiltinField::kKind:
       return at;  // part of the fragments
     case BuiltinField::kDescription:
@@ -212,7 +234,8 @@ char* FragmentFormatter::write_row(char* at, const Shape& shape, const RowHead& 
   return copy_fragment(at, fragments + shape.close_begin, shape.close_size);
 }
 
-void FragmentFormatter::append(const RowBatch& rows, TextBuffer& out) {
+void FragmentFormatter::append(const RowBatch& rows, std::size_t capture, TextBuffer& out) {
+  use_capture(capture);
   texts_.use(rows.texts());
   cells_.clear();
   for (std::size_t k = 0; k < catalogue_->columns.size(); ++k) cells_.push_back(rows.cell(k, 0));

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -27,7 +28,7 @@ struct RowStyle {
 class FragmentFormatter : public RowFormatter {
  public:
   void header(TextBuffer& /*out*/) override {}
-  void append(const RowBatch& rows, TextBuffer& out) final;
+  void append(const RowBatch& rows, std::size_t capture, TextBuffer& out) final;
   void footer(TextBuffer& /*out*/) override {}
 
  protected:
@@ -64,10 +65,12 @@ class FragmentFormatter : public RowFormatter {
     std::size_t max_bytes = 0;  ///< of a row, its texts not counted
   };
 
+  void use_capture(std::size_t capture);
   static Presence presence_of(const RowHead& head);
   const Shape& shape_of(const RowHead& head);
   Shape make_shape(const Presence& presence) const;
   static bool has(const Presence& presence, FieldIndex field);
+  std::optional<std::string> constant_value(const Presence& presence, FieldIndex field) const;
   std::size_t text_bytes(const RowHead& head);
   char* write_value(char* at, FieldIndex field, const RowHead& head);
   char* write_row(char* at, const Shape& shape, const RowHead& head, std::size_t row);
@@ -77,6 +80,7 @@ class FragmentFormatter : public RowFormatter {
   std::vector<std::string> labels_;
   RowStyle style_;
   RenderedTexts texts_;
+  std::size_t capture_ = 0;  ///< of the current batch
   std::vector<Shape> shapes_;
   std::size_t last_shape_ = 0;
   std::vector<const std::uint8_t*> cells_;  ///< by column: its first cell in the current batch

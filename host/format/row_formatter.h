@@ -16,6 +16,7 @@ namespace qbt2 {
 struct FormatOptions {
   std::vector<FieldIndex> fields;    ///< in output order; empty: the format's own choice
   std::size_t terminal_columns = 0;  ///< table: width to fit into, 0 for no limit
+  bool several_captures = false;     ///< rows say which capture they come from
 };
 
 class RowFormatter {
@@ -23,8 +24,9 @@ class RowFormatter {
   virtual ~RowFormatter() = default;
   /// Appends what comes before the first row. Call it once an output.
   virtual void header(TextBuffer& out) = 0;
-  /// Appends all rows of a batch, which was made for the formatter's catalogue.
-  virtual void append(const RowBatch& rows, TextBuffer& out) = 0;
+  /// Appends all rows of a batch, which was made for the formatter's catalogue and holds rows of
+  /// capture `capture` (counted from 0) only.
+  virtual void append(const RowBatch& rows, std::size_t capture, TextBuffer& out) = 0;
   /// Appends what comes after the last row. Call it once an output.
   virtual void footer(TextBuffer& out) = 0;
 };

@@ -68,7 +68,8 @@ void TableFormatter::header(TextBuffer& out) {
   out.append("\n");
 }
 
-void TableFormatter::append(const RowBatch& rows, TextBuffer& out) {
+void TableFormatter::append(const RowBatch& rows, std::size_t capture, TextBuffer& out) {
+  capture_ = capture;
   texts_.use(rows.texts());
   for (std::size_t row = 0; row < rows.size(); ++row) {
     std::size_t blanks = 0;
@@ -103,6 +104,8 @@ TableFormatter::Cell TableFormatter::make_cell(const TableColumn& column, const 
     return head.columns.test(k) ? number_cell(rows.value(k, row)) : Cell{};
   }
   switch (static_cast<BuiltinField>(column.field)) {
+    case BuiltinField::kCapture:
+      return number_cell(capture_ + 1);
     case BuiltinField::kOffset:
       return number_cell(head.offset);
     case BuiltinField::kTimestamp:
@@ -111,6 +114,8 @@ TableFormatter::Cell TableFormatter::make_cell(const TableColumn& column, const 
       return head.has_time_ns ? number_cell(head.time_ns) : Cell{};
     case BuiltinField::kProbe:
       return head.has_probe ? number_cell(head.probe) : Cell{};
+    case BuiltinField::kStpMaster:
+      return number_cell(head.stp_master);
     case BuiltinField::kMaster:
       return head.has_master ? text_cell(texts_.get(head.master_text), column.width) : Cell{};
     case BuiltinField::kType:

@@ -21,7 +21,7 @@ class TableFormatter final : public RowFormatter {
   TableFormatter(const ColumnCatalogue& catalogue, const FormatOptions& options);
 
   void header(TextBuffer& out) override;
-  void append(const RowBatch& rows, TextBuffer& out) override;
+  void append(const RowBatch& rows, std::size_t capture, TextBuffer& out) override;
   void footer(TextBuffer& /*out*/) override {}
 
  private:
@@ -52,7 +52,8 @@ class TableFormatter final : public RowFormatter {
   TableLayout layout_;
   std::vector<Pair> pairs_;
   RenderedTexts texts_;
-  TextBuffer scratch_;  ///< the cell being written
+  std::size_t capture_ = 0;  ///< of the current batch
+  TextBuffer scratch_;       ///< the cell being written
 };
 
 }  // namespace qbt2

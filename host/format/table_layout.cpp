@@ -20,10 +20,12 @@ struct BuiltinLayout {
 // In the order of BuiltinField. Offsets and ticks of a long capture fit; larger ones are still
 // written whole. The longest description is that of a throughput row with a period of 8 digits.
 constexpr std::array<BuiltinLayout, kBuiltinFieldCount> kBuiltinLayouts{{
+    {7, 7, false},    // capture
     {12, 12, false},  // offset
     {14, 14, false},  // timestamp
     {20, 20, false},  // time_ns
     {5, 5, false},    // probe
+    {10, 10, false},  // stp_master
     {24, 12, true},   // master
     {5, 5, true},     // type: "Value"
     {11, 11, true},   // kind: "transaction"
@@ -32,9 +34,9 @@ constexpr std::array<BuiltinLayout, kBuiltinFieldCount> kBuiltinLayouts{{
 }};
 
 // Left to right.
-constexpr std::array kDefaultFields{BuiltinField::kOffset, BuiltinField::kTimestamp,
-                                    BuiltinField::kTimeNs, BuiltinField::kMaster,
-                                    BuiltinField::kKind,   BuiltinField::kAddress};
+constexpr std::array kDefaultFields{
+    BuiltinField::kCapture, BuiltinField::kOffset, BuiltinField::kTimestamp, BuiltinField::kTimeNs,
+    BuiltinField::kMaster,  BuiltinField::kKind,   BuiltinField::kAddress};
 
 /// Which of them are dropped, in this order, while the values column would be narrower than this.
 struct Droppable {
@@ -61,7 +63,7 @@ std::size_t widest_number(std::size_t size_bytes) {
 TableLayout::TableLayout(const ColumnCatalogue& catalogue, const FormatOptions& options)
     : catalogue_(&catalogue), limited_(options.terminal_columns != 0) {
   if (options.fields.empty()) {
-    choose_columns(options.terminal_columns);
+    choose_columns(options);
   } else {
     for (const FieldIndex field : options.fields) columns_.push_back(make_column(field));
     if (limited_) narrow_texts(options.terminal_columns);
@@ -88,8 +90,12 @@ TableColumn TableLayout::make_column(FieldIndex field) const {
 }
 
 /// The default table: as many of the fields as leave room for the values column, then that.
-void TableLayout::choose_columns(std::size_t terminal_columns) {
-  for (const BuiltinField field : kDefaultFields) columns_.push_back(make_column(index_of(field)));
+void TableLayout::choose_columns(const FormatOptions& options) {
+  const std::size_t terminal_columns = options.terminal_columns;
+  for (const BuiltinField field : kDefaultFields) {
+    if (field == BuiltinField::kCapture && !options.several_captures) continue;
+    columns_.push_back(make_column(index_of(field)));
+  }
   if (limited_) drop_columns(terminal_columns);
   TableColumn values;
   values.field = kValuesField;

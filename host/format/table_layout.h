@@ -39,7 +39,7 @@ class TableLayout {
 
  private:
   TableColumn make_column(FieldIndex field) const;
-  void choose_columns(std::size_t terminal_columns);
+  void choose_columns(const FormatOptions& options);
   void drop_columns(std::size_t terminal_columns);
   void narrow_texts(std::size_t terminal_columns);
   std::size_t total_width(std::size_t TableColumn::*width) const;

@@ -12,7 +12,8 @@ namespace qbt2 {
 namespace {
 
 constexpr std::array<std::string_view, kBuiltinFieldCount> kBuiltinNames{
-    "offset", "timestamp", "time_ns", "probe", "master", "type", "kind", "description", "address"};
+    "capture", "offset", "timestamp", "time_ns",     "probe",  "stp_master",
+    "master",  "type",   "kind",      "description", "address"};
 constexpr std::array<std::string_view, 4> kKindNames{"", "throughput", "latency", "transaction"};
 
 char lower(char c) {
@@ -65,6 +66,12 @@ std::string_view field_name(const ColumnCatalogue& catalogue, FieldIndex field) 
 std::vector<FieldIndex> all_fields(const ColumnCatalogue& catalogue) {
   std::vector<FieldIndex> fields(kBuiltinFieldCount + catalogue.columns.size());
   std::iota(fields.begin(), fields.end(), FieldIndex{0});
+  return fields;
+}
+
+std::vector<FieldIndex> default_fields(const ColumnCatalogue& catalogue, bool several_captures) {
+  std::vector<FieldIndex> fields = all_fields(catalogue);
+  if (!several_captures) std::erase(fields, static_cast<FieldIndex>(BuiltinField::kCapture));
   return fields;
 }
 

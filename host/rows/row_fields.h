@@ -13,19 +13,22 @@ namespace qbt2 {
 
 /// The fields before the catalogue's columns, in their fixed order.
 enum class BuiltinField {
+  kCapture,
   kOffset,
   kTimestamp,
   kTimeNs,
   kProbe,
+  kStpMaster,
   kMaster,
   kType,
   kKind,
   kDescription,
   kAddress,
 };
-inline constexpr std::size_t kBuiltinFieldCount = 9;
+inline constexpr std::size_t kBuiltinFieldCount = 11;
 
-/// "offset", "timestamp", "time_ns", "probe", "master", "type", "kind", "description", "address".
+/// "capture", "offset", "timestamp", "time_ns", "probe", "stp_master", "master", "type", "kind",
+/// "description", "address".
 std::string_view field_name(BuiltinField field);
 /// "throughput", "latency", "transaction"; empty for kUnknown.
 std::string_view kind_name(RowKind kind);
@@ -36,6 +39,9 @@ using FieldIndex = std::size_t;
 std::string_view field_name(const ColumnCatalogue& catalogue, FieldIndex field);
 /// All fields in their fixed order.
 std::vector<FieldIndex> all_fields(const ColumnCatalogue& catalogue);
+/// Those that rows are written with where the user names none: `capture` only where the rows of
+/// several captures go into one output.
+std::vector<FieldIndex> default_fields(const ColumnCatalogue& catalogue, bool several_captures);
 /// The fields that a comma-separated list names, in the list's order. Throws Error(kUsage) naming
 /// the unknown name and, where one is near, the nearest known one.
 std::vector<FieldIndex> parse_field_list(const ColumnCatalogue& catalogue, std::string_view list);

@@ -81,7 +81,7 @@ inline std::string formatted(std::string_view format, const RowBatch& rows,
   const auto formatter = make_row_formatter(format, rows.catalogue(), options);
   TextBuffer out;
   formatter->header(out);
-  formatter->append(rows, out);
+  formatter->append(rows, 0, out);
   formatter->footer(out);
   return std::string(out.view());
 }

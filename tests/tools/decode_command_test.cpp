@@ -66,22 +66,6 @@ constexpr const char* kTransactionValues =
     R"("RawQBT2_0":1450744508,"RawQBT2_1":2867991092,"RawQBT2_2":2601350485,)"
     R"("RawQBT2_3":3126685401,"RawQBT2_4":1876342110,"RawQBT2_5":4294963491})";
 
-/// The three rows with what the input's layout and the settings decide.
-std::string json_rows(const std::vector<std::string>& where, const std::vector<std::string>& names,
-                      const std::vector<std::string>& periods) {
-  const std::string value = R"(,"type":"Value","kind":")";
-  const auto head = [&](std::size_t i, const char* probe) {
-    std::string text = "{" + where[i];
-    text.append(",\"probe\":").append(probe).append(",\"master\":\"").append(names[i]);
-    return text.append("\"").append(value);
-  };
-  return head(0, "5") + R"(throughput","description":"Throughput statistics)" + periods[0] + "\"," +
-         kThroughputValues + "\n" + head(1, "131") +
-         R"(latency","description":"Latency statistics)" + periods[1] + "\"," + kLatencyValues +
-         "\n" + head(2, "5") + R"(transaction","description":"Transaction logging",)" +
-         kTransactionValues + "\n";
-}
-
 const std::vector<std::string> kStpPlaces = {R"("offset":20,"timestamp":16,"time_ns":80)",
                                              R"("offset":32,"timestamp":16,"time_ns":80)",
                                              R"("offset":54,"timestamp":31,"time_ns":155)"};
@@ -90,6 +74,26 @@ const std::vector<std::string> kFramePlaces = {R"("offset":23,"timestamp":16,"ti
                                                R"("offset":61,"timestamp":31,"time_ns":155)"};
 const std::vector<std::string> kSamplePlaces = {R"("offset":0)", R"("offset":18)",
                                                 R"("offset":46)"};
+
+/// The three rows with what the input's layout and the settings decide.
+std::string json_rows(const std::vector<std::string>& where, const std::vector<std::string>& names,
+                      const std::vector<std::string>& periods) {
+  const std::string value = R"(,"type":"Value","kind":")";
+  // Of master 261 a sample file holds the low 8 bits.
+  const std::string third = where == kSamplePlaces ? "5" : "261";
+  const auto head = [&](std::size_t i, const char* probe, const std::string& stp_master) {
+    std::string text = "{" + where[i];
+    text.append(",\"probe\":").append(probe).append(",\"stp_master\":").append(stp_master);
+    text.append(",\"master\":\"").append(names[i]);
+    return text.append("\"").append(value);
+  };
+  return head(0, "5", "5") + R"(throughput","description":"Throughput statistics)" + periods[0] +
+         "\"," + kThroughputValues + "\n" + head(1, "131", "131") +
+         R"(latency","description":"Latency statistics)" + periods[1] + "\"," + kLatencyValues +
+         "\n" + head(2, "5", third) + R"(transaction","description":"Transaction logging",)" +
+         kTransactionValues + "\n";
+}
+
 const std::vector<std::string> kUnknown(3, "Unknown");
 const std::vector<std::string> kNoPeriods(2, ": sampling period unknown");
 
@@ -166,18 +170,18 @@ TEST_F(DecodeCommand, CsvHasAllColumnsAndTheTableTheChosenOnes) {
   const std::string capture = put("capture.stp", small_capture());
   const auto commas = [](std::size_t count) { return std::string(count, ','); };
   const std::string csv =
-      "offset,timestamp,time_ns,probe,master,type,kind,description,address,Bytes,Matched_,"
-      "AvgLength,"
+      "offset,timestamp,time_ns,probe,stp_master,master,type,kind,description,address,Bytes,"
+      "Matched_,AvgLength,"
       "Tracked,Matched,MaxWait,TotalWait,CreditWait,Mode_,RouteID,DIR_,EXCL_,ByteCount,Priority_,"
       "LSIZE_,PRIV_,PRIVID_,DTYPE_,RSEL_,Interest_,EMUDBG_,INNER_,OUTER_,SDOMAIN_,QOS_,SECURE_,"
       "MEMTYPE_,OPCODE_,CSBAND_,FLUSH_,EPRIORITY_,ORDERID,MSBAND_,FWPASS_,PABLE_,VIRTID,ASEL_,"
       "ATYPE_,CHANNELID,RawQBT2_0,RawQBT2_1,RawQBT2_2,RawQBT2_3,RawQBT2_4,RawQBT2_5\n"
-      "20,16,80,5,Unknown,Value,throughput,Throughput statistics: sampling period "
+      "20,16,80,5,5,Unknown,Value,throughput,Throughput statistics: sampling period "
       "unknown,,100,25,4" +
       commas(36) + ",100,2868903961" + commas(4) +
-      "\n32,16,80,131,Unknown,Value,latency,Latency statistics: sampling period unknown," +
+      "\n32,16,80,131,131,Unknown,Value,latency,Latency statistics: sampling period unknown," +
       commas(3) + ",11259154,3430008,9,777,66" + commas(31) + ",305419896,633805,777,4278190146" +
-      commas(2) + "\n54,31,155,5,Unknown,Value,transaction,Transaction logging,20015998343868" +
+      commas(2) + "\n54,31,155,5,261,Unknown,Value,transaction,Transaction logging,20015998343868" +
       commas(8) +
       ",2,2748,0,1,341,5,3,1,195,2,9,1,0,2,1,3,6,1,2,21,165,0,5,14,85,2,1,90,11,1,291,1450744508,"
       "2867991092,2601350485,3126685401,1876342110,4294963491\n";
@@ -192,6 +196,18 @@ TEST_F(DecodeCommand, CsvHasAllColumnsAndTheTableTheChosenOnes) {
             "{\"kind\":\"throughput\",\"Bytes\":100,\"offset\":20}\n"
             "{\"kind\":\"latency\",\"offset\":32}\n{\"kind\":\"transaction\",\"offset\":54}\n");
   EXPECT_EQ(decode({capture, "--format", "none"}).out, "");
+}
+
+TEST_F(DecodeCommand, RowsOfSeveralCapturesSayWhichTheyComeFrom) {
+  const std::string stp = put("capture.stp", small_capture());
+  const std::string samples = put("capture.smp", small_samples());
+  std::istringstream rows(decode({stp, samples, "--format", "csv"}).out);
+  std::string begins;
+  for (std::string line; std::getline(rows, line);) begins += line.substr(0, 10) + " ";
+  EXPECT_EQ(begins,
+            "capture,of 1,20,16,80 1,32,16,80 1,54,31,15 2,0,,,5,5, 2,18,,,131 2,46,,,5,5 ");
+  EXPECT_EQ(decode({samples, stp, "--columns", "stp_master", "--format", "csv"}).out,
+            "stp_master\n5\n131\n5\n5\n131\n261\n");
 }
 
 TEST_F(DecodeCommand, ChoosesRows) {

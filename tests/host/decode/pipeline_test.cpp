@@ -48,8 +48,8 @@ class CollectingSink : public RowSink {
  public:
   explicit CollectingSink(std::size_t captures) : values(captures) {}
 
-  std::unique_ptr<RowStage> make_stage(const ColumnCatalogue& catalogue) override {
-    return std::make_unique<Stage>(column(catalogue, "Bytes"), throw_at);
+  std::unique_ptr<RowStage> make_stage(const RunOutline& outline) override {
+    return std::make_unique<Stage>(column(outline.catalogue, "Bytes"), throw_at);
   }
   bool take(RowChunk& chunk, std::size_t capture) override {
     for (const std::uint64_t value : static_cast<CollectedChunk&>(chunk).values) {

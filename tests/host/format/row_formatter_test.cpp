@@ -21,7 +21,9 @@ class RowFormatterTest : public testing::Test {
   /// One row of each kind, the second with all the times.
   void add_three_rows() {
     given.offset = 24;
+    given.stp_master = 65281;
     add(throughput(1, "DDR", 100));
+    given.stp_master = 2;
     given.offset = 1234567890123;
     given.timestamp = 18446744073709551615U;
     given.time_ns = 18446744073709551614U;
@@ -46,12 +48,12 @@ TEST_F(RowFormatterTest, JsonLinesLeaveOutWhatARowDoesNotHave) {
   add_three_rows();
   EXPECT_EQ(
       formatted("jsonl", rows),
-      R"({"offset":24,"probe":1,"master":"DDR","type":"Value","kind":"throughput","description":"per 0x10","Bytes":100})"
+      R"({"offset":24,"probe":1,"stp_master":65281,"master":"DDR","type":"Value","kind":"throughput","description":"per 0x10","Bytes":100})"
       "\n"
       R"({"offset":1234567890123,"timestamp":18446744073709551615,"time_ns":18446744073709551614,)"
-      R"("probe":2,"master":"GPU","type":"Value","kind":"latency","description":"waits","Tracked":11259154,"MaxWait":9})"
+      R"("probe":2,"stp_master":2,"master":"GPU","type":"Value","kind":"latency","description":"waits","Tracked":11259154,"MaxWait":9})"
       "\n"
-      R"({"offset":0,"probe":255,"master":"a \"b\", c","type":"Value","kind":"transaction","description":"logged",)"
+      R"({"offset":0,"probe":255,"stp_master":0,"master":"a \"b\", c","type":"Value","kind":"transaction","description":"logged",)"
       R"("address":188900966474565,"Mode_":3,"RouteID":4095,"Wide":18446744073709551615})"
       "\n");
 }
@@ -59,13 +61,36 @@ TEST_F(RowFormatterTest, JsonLinesLeaveOutWhatARowDoesNotHave) {
 TEST_F(RowFormatterTest, CsvHasAllColumnsAndEmptyCells) {
   add_three_rows();
   EXPECT_EQ(formatted("csv", rows),
-            "offset,timestamp,time_ns,probe,master,type,kind,description,address,"
+            "offset,timestamp,time_ns,probe,stp_master,master,type,kind,description,address,"
             "Bytes,Tracked,MaxWait,Mode_,RouteID,Wide\n"
-            "24,,,1,DDR,Value,throughput,per 0x10,,100,,,,,\n"
-            "1234567890123,18446744073709551615,18446744073709551614,2,GPU,Value,latency,waits,,"
+            "24,,,1,65281,DDR,Value,throughput,per 0x10,,100,,,,,\n"
+            "1234567890123,18446744073709551615,18446744073709551614,2,2,GPU,Value,latency,waits,,"
             ",11259154,9,,,\n"
-            "0,,,255,\"a \"\"b\"\", c\",Value,transaction,logged,188900966474565,"
+            "0,,,255,0,\"a \"\"b\"\", c\",Value,transaction,logged,188900966474565,"
             ",,,3,4095,18446744073709551615\n");
+}
+
+TEST_F(RowFormatterTest, RowsOfSeveralCapturesBeginWithTheirNumber) {
+  add(throughput(1, "DDR", 100));
+  FormatOptions options{.fields = {}, .several_captures = true};
+  const auto appended = [&](const char* format) {
+    const auto formatter = make_row_formatter(format, catalogue, options);
+    TextBuffer out;
+    for (const std::size_t capture : {0U, 1U, 0U}) formatter->append(rows, capture, out);
+    return std::string(out.view());
+  };
+  const auto thrice = [](const char* tail) {
+    return "1" + std::string(tail) + "2" + tail + "1" + tail;
+  };
+  EXPECT_EQ(appended("csv"), thrice(",0,,,1,0,DDR,Value,throughput,per 0x10,,100,,,,,\n"));
+  EXPECT_THAT(formatted("csv", rows, options), testing::StartsWith("capture,offset,"));
+  EXPECT_THAT(formatted("table", rows, options), testing::StartsWith("capture  "));
+  // Named, it is there for a single capture too.
+  options = {parse_field_list(catalogue, "stp_master,capture"), 0};
+  EXPECT_EQ(appended("jsonl"),
+            "{\"stp_master\":0,\"capture\":1}\n{\"stp_master\":0,\"capture\":2}\n"
+            "{\"stp_master\":0,\"capture\":1}\n");
+  EXPECT_THAT(appended("table"), testing::HasSubstr("         0        2\n"));
 }
 
 TEST_F(RowFormatterTest, ChosenFieldsComeInTheirOrder) {
@@ -211,10 +236,10 @@ TEST_F(RowFormatterTest, TheBytesDoNotDependOnHowRowsAreBatched) {
       RowBatch one(catalogue, 1);
       reader.read(stream.bytes, {}, one, fault);
       reader.read(stream.bytes, {}, all, fault);
-      formatter->append(one, pieces);
+      formatter->append(one, 0, pieces);
     }
     TextBuffer whole;
-    make_row_formatter(format, catalogue, {})->append(all, whole);
+    make_row_formatter(format, catalogue, {})->append(all, 0, whole);
     EXPECT_EQ(pieces.view(), whole.view()) << format;
   }
 }

@@ -15,9 +15,10 @@ TEST(RowFields, NamesInTheirFixedOrder) {
   for (const FieldIndex field : all_fields(catalogue)) {
     names += std::string(field_name(catalogue, field)) + " ";
   }
-  EXPECT_EQ(names,
-            "offset timestamp time_ns probe master type kind description address "
-            "Bytes Tracked MaxWait Mode_ RouteID Wide ");
+  EXPECT_EQ(
+      names,
+      "capture offset timestamp time_ns probe stp_master master type kind description address "
+      "Bytes Tracked MaxWait Mode_ RouteID Wide ");
 }
 
 TEST(RowFields, ListsThatNameFields) {
@@ -26,17 +27,17 @@ TEST(RowFields, ListsThatNameFields) {
     const char* list;
     std::vector<FieldIndex> fields;
   } cases[] = {
-      {"offset", {0}},
-      {"RouteID,address,Bytes", {13, 8, 9}},
-      {" kind ,\tWide ", {6, 14}},
-      {"routeid,TIME_NS", {13, 2}},
+      {"offset", {1}},
+      {"RouteID,address,Bytes", {15, 10, 11}},
+      {" kind ,\tWide ", {8, 16}},
+      {"routeid,TIME_NS", {15, 3}},
   };
   for (const auto& c : cases) EXPECT_EQ(parse_field_list(catalogue, c.list), c.fields) << c.list;
 }
 
 TEST(RowFields, AnExactNameIsPreferredToOneThatDiffersByCase) {
   const ColumnCatalogue catalogue{0x40, {{"", "MODE", "", 1}, {"", "Mode", "", 1}}};
-  EXPECT_EQ(parse_field_list(catalogue, "Mode"), std::vector<FieldIndex>{10});
+  EXPECT_EQ(parse_field_list(catalogue, "Mode"), std::vector<FieldIndex>{12});
 }
 
 TEST(RowFields, RejectedListsNameTheReason) {

@@ -20,9 +20,7 @@ namespace {
 /// For --format none: rows are counted and not read back.
 class CountingSink final : public RowSink {
  public:
-  std::unique_ptr<RowStage> make_stage(const ColumnCatalogue& /*catalogue*/) override {
-    return nullptr;
-  }
+  std::unique_ptr<RowStage> make_stage(const RunOutline& /*outline*/) override { return nullptr; }
   bool take(RowChunk& /*chunk*/, std::size_t /*capture*/) override { return true; }
 };
 
