@@ -17,6 +17,8 @@ struct TextSinkOptions {
   std::string format = "csv";        ///< as make_row_formatter takes it
   std::string fields;                ///< names separated by commas; empty: the format's own choice
   std::size_t terminal_columns = 0;  ///< table: width to fit into, 0 for no limit
+  bool hex_addresses = false;        ///< as in FormatOptions
+  bool csv_safe = false;             ///< as in FormatOptions
   std::string output = "-";          ///< as OutputFile takes it
   /// The output is a terminal: control characters, which CSV leaves as they are, become U+FFFD.
   bool is_terminal = false;

@@ -57,6 +57,7 @@ FragmentFormatter::FragmentFormatter(const ColumnCatalogue& catalogue, const For
                                      : options.fields),
       labels_(fields_.size()),
       style_(style),
+      hex_addresses_(options.hex_addresses),
       texts_(style.render) {
   if (style.label == nullptr) return;
   for (std::size_t n = 0; n < fields_.size(); ++n) {
@@ -158,7 +159,11 @@ FragmentFormatter::Shape FragmentFormatter::make_shape(const Presence& presence)
       text += *constant;
       continue;
     }
+    const bool is_hex =
+        hex_addresses_ && fields_[n] == static_cast<FieldIndex>(BuiltinField::kAddress);
+    if (is_hex) text.append(style_.quote).append("0x");
     const auto [from, size] = end_fragment();
+    if (is_hex) text += style_.quote;
     Step step{from, size, fields_[n], 0, 0};
     if (fields_[n] >= kBuiltinFieldCount) {
       step.column = static_cast<std::uint16_t>(fields_[n] - kBuiltinFieldCount);
@@ -204,7 +209,8 @@ char* FragmentFormatter::write_value(char* at, FieldIndex field, const RowHead& 
     case BuiltinField::kDescription:
       return copy_text(at, texts_.get(head.description_text));
     case BuiltinField::kAddress:
-      return write_decimal(at, head.address);
+      return hex_addresses_ ? write_hex(at, head.address, kAddressDigits)
+                            : write_decimal(at, head.address);
   }
   return at;
 }

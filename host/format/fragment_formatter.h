@@ -20,9 +20,10 @@ struct RowStyle {
   std::string_view open;
   std::string_view separator;
   std::string_view close;
-  bool keeps_absent;    ///< a field without a value keeps its place between separators
-  TextRenderer render;  ///< how texts are quoted
-  TextRenderer label;   ///< what the name of a field becomes before its value; null: nothing
+  std::string_view quote;  ///< around a hexadecimal number
+  bool keeps_absent;       ///< a field without a value keeps its place between separators
+  TextRenderer render;     ///< how texts are quoted
+  TextRenderer label;      ///< what the name of a field becomes before its value; null: nothing
 };
 
 class FragmentFormatter : public RowFormatter {
@@ -39,6 +40,7 @@ class FragmentFormatter : public RowFormatter {
 
   const ColumnCatalogue& catalogue() const { return *catalogue_; }
   const std::vector<FieldIndex>& fields() const { return fields_; }
+  const RowStyle& style() const { return style_; }
 
  private:
   /// What the fragments depend on.
@@ -79,6 +81,7 @@ class FragmentFormatter : public RowFormatter {
   std::vector<FieldIndex> fields_;
   std::vector<std::string> labels_;
   RowStyle style_;
+  bool hex_addresses_;
   RenderedTexts texts_;
   std::size_t capture_ = 0;  ///< of the current batch
   std::vector<Shape> shapes_;

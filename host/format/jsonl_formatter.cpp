@@ -19,6 +19,7 @@ RowStyle json_style() {
   return {.open = "{",
           .separator = ",",
           .close = "}\n",
+          .quote = "\"",
           .keeps_absent = false,
           .render = append_json_text,
           .label = append_label};

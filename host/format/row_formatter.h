@@ -17,7 +17,13 @@ struct FormatOptions {
   std::vector<FieldIndex> fields;    ///< in output order; empty: the format's own choice
   std::size_t terminal_columns = 0;  ///< table: width to fit into, 0 for no limit
   bool several_captures = false;     ///< rows say which capture they come from
+  /// CSV, JSON lines: addresses as texts with 0x, as the table has them.
+  bool hex_addresses = false;
+  /// CSV: texts that a spreadsheet would run as a formula are made plain.
+  bool csv_safe = false;
 };
+
+inline constexpr std::size_t kAddressDigits = 12;  ///< hexadecimal, of a 48-bit address
 
 class RowFormatter {
  public:

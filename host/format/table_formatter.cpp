@@ -10,7 +10,6 @@
 namespace qbt2 {
 namespace {
 
-constexpr std::size_t kAddressDigits = 12;  // of a 48-bit address
 constexpr std::string_view kEllipsis = "\xE2\x80\xA6";
 
 // The most useful columns of each kind of row; the others follow in catalogue order.

@@ -211,6 +211,43 @@ TEST_F(RowFormatterTest, HostileTextsAreQuotedInCsvAndComeBackFromJson) {
   }
 }
 
+TEST_F(RowFormatterTest, SpreadsheetsFindNoFormulas) {
+  const struct {
+    std::string_view text;
+    std::string_view cell;
+  } cases[] = {
+      {"=1+1", "'=1+1"},
+      {"+1", "'+1"},
+      {"-1", "'-1"},
+      {"@SUM(A1)", "'@SUM(A1)"},
+      {"\tx", "\"'\tx\""},
+      {"\r=1", "\"'\r=1\""},
+      {"=\"a\",1", "\"'=\"\"a\"\",1\""},
+      {"a=1", "a=1"},
+      {"'=1", "'=1"},
+      {"", "\"\""},
+  };
+  FormatOptions options{.fields = parse_field_list(catalogue, "master,Bytes"), .csv_safe = true};
+  for (const auto& c : cases) {
+    rows.clear();
+    add(throughput(1, c.text, 5));
+    EXPECT_EQ(formatted("csv", rows, options), "master,Bytes\n" + std::string(c.cell) + ",5\n");
+  }
+}
+
+TEST_F(RowFormatterTest, AddressesInHexadecimal) {
+  add(transaction(1, "DMA", 0xABCDEF012345, 3, 9, 1));
+  add(transaction(1, "DMA", 0x10, 3, 9, 1));
+  add(throughput(1, "DMA", 5));
+  const FormatOptions options{.fields = parse_field_list(catalogue, "address,Bytes,RouteID"),
+                              .hex_addresses = true};
+  EXPECT_EQ(formatted("csv", rows, options),
+            "address,Bytes,RouteID\n0xabcdef012345,,9\n0x000000000010,,9\n,5,\n");
+  EXPECT_EQ(formatted("jsonl", rows, options),
+            "{\"address\":\"0xabcdef012345\",\"RouteID\":9}\n"
+            "{\"address\":\"0x000000000010\",\"RouteID\":9}\n{\"Bytes\":5}\n");
+}
+
 TEST_F(RowFormatterTest, KeysOfTheCatalogueAreQuotedToo) {
   const ColumnCatalogue odd{kFirst, {{"", "a\"b,\n\xFF", "", 1}}};
   RowReader odd_reader(odd);

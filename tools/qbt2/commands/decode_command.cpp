@@ -30,6 +30,8 @@ std::unique_ptr<RowSink> make_sink(const DecodeArguments& arguments, bool rows_o
   TextSinkOptions options;
   options.format = arguments.format;
   options.fields = arguments.columns;
+  options.hex_addresses = arguments.hex;
+  options.csv_safe = arguments.csv_safe;
   options.output = arguments.output;
   if (arguments.output == "-") options.terminal_columns = terminal_columns();
   options.is_terminal = rows_on_terminal;

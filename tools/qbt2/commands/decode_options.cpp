@@ -41,6 +41,9 @@ void check_contradictions(const DecodeArguments& arguments) {
   refuse(none && arguments.output != "-", "-o contradicts --format none, which writes nothing");
   refuse(none && !arguments.columns.empty(),
          "--columns contradicts --format none, which writes nothing");
+  refuse(none && arguments.hex, "--hex contradicts --format none, which writes nothing");
+  refuse(arguments.csv_safe && arguments.format != "csv",
+         "--csv-safe goes with --format csv, not with --format " + arguments.format);
   refuse(std::count(arguments.captures.begin(), arguments.captures.end(), "-") > 1,
          "standard input (-) can be read only once");
 }
@@ -92,6 +95,9 @@ void DecodeArguments::add_to(CLI::App& app) {
       ->capture_default_str();
   app.add_option("--columns", columns,
                  "Fields to write, separated by commas (see qbt2 columns for their keys)");
+  app.add_flag("--hex", hex, "Addresses as 0x... in CSV and JSON lines, as in the table");
+  app.add_flag("--csv-safe", csv_safe,
+               "CSV: a ' before texts that a spreadsheet would run as a formula");
   app.add_option("--limit", limit, "Stop after this many rows");
   app.add_flag("--stats", stats, "Print statistics of the run on standard error");
   app.add_option("--plugin", plugin, "The decoder plug-in to load")->capture_default_str();

@@ -22,6 +22,8 @@ struct DecodeArguments {
   std::string format = "table";
   std::string output = "-";
   std::string columns;
+  bool hex = false;
+  bool csv_safe = false;
   std::string limit;
   bool stats = false;
   std::string plugin;
