@@ -198,6 +198,27 @@ TEST_F(DecodeCommand, CsvHasAllColumnsAndTheTableTheChosenOnes) {
   EXPECT_EQ(decode({capture, "--format", "none"}).out, "");
 }
 
+TEST_F(DecodeCommand, TheSuffixOfTheOutputChoosesTheFormat) {
+  const std::string capture = put("capture.stp", small_capture());
+  const struct {
+    const char* file;
+    std::vector<std::string> options;
+    const char* begin;
+  } cases[] = {
+      {"rows.csv", {"--csv-safe"}, "offset\n"},
+      {"a.csv.jsonl", {}, "{"},
+      {"table.csv", {"--format", "table"}, "      offset"},
+      {"rows.txt", {}, "      offset"},
+      {"csv", {}, "      offset"},
+  };
+  for (const auto& c : cases) {
+    std::vector<std::string> arguments{capture, "--columns", "offset", "-o", at(c.file)};
+    arguments.insert(arguments.end(), c.options.begin(), c.options.end());
+    EXPECT_EQ(decode(arguments).status, 0) << c.file;
+    EXPECT_EQ(get(c.file).rfind(c.begin, 0), 0U) << c.file;
+  }
+}
+
 TEST_F(DecodeCommand, RowsOfSeveralCapturesSayWhichTheyComeFrom) {
   const std::string stp = put("capture.stp", small_capture());
   const std::string samples = put("capture.smp", small_samples());

@@ -83,7 +83,10 @@ const Mistake kMistakes[] = {
     {"decode small.stp --format none -o rows", 2, {"-o contradicts --format none"}, {}},
     {"decode small.stp --format none --columns Bytes", 2, {"--columns contradicts"}, {}},
     {"decode small.stp --format none --hex", 2, {"--hex contradicts"}, {}},
-    {"decode small.stp --csv-safe", 2, {"--csv-safe goes with --format csv, not"}, {}},
+    {"decode small.stp --csv-safe -o rows.csv.old",
+     2,
+     {"--csv-safe goes with --format csv, not"},
+     {}},
 
     // ---- names of columns ----
     {"decode small.stp --columns Byts", 2, {"column 'Byts'", "nearest is 'Bytes'"}, {}},

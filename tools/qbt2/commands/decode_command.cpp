@@ -26,9 +26,10 @@ class CountingSink final : public RowSink {
 
 std::unique_ptr<RowSink> make_sink(const DecodeArguments& arguments, bool rows_on_terminal,
                                    Reporter& reporter) {
-  if (arguments.format == "none") return std::make_unique<CountingSink>();
+  const std::string format = output_format(arguments);
+  if (format == "none") return std::make_unique<CountingSink>();
   TextSinkOptions options;
-  options.format = arguments.format;
+  options.format = format;
   options.fields = arguments.columns;
   options.hex_addresses = arguments.hex;
   options.csv_safe = arguments.csv_safe;
@@ -50,8 +51,8 @@ int run_decode(const DecodeArguments& arguments) {
   inputs.insert(inputs.end(), {request.config, request.device});
   refuse_to_replace_inputs(arguments.output, inputs);
   separate_standard_output();  // the plug-in may print
-  const bool rows_on_terminal =
-      arguments.output == "-" && arguments.format != "none" && standard_output_is_terminal();
+  const bool rows_on_terminal = arguments.output == "-" && output_format(arguments) != "none" &&
+                                standard_output_is_terminal();
   Reporter reporter(wants_progress(arguments.progress, rows_on_terminal));
   const PluginGuard guard(request.plugin);
   Pipeline pipeline(request, &reporter);

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <filesystem>
 #include <string_view>
 
 #include "host/base/error.h"
@@ -16,6 +17,13 @@ namespace {
 
 constexpr std::uint64_t kLargestMaster = 0xFFFF;
 constexpr std::uint64_t kMostThreads = 256;
+
+/// Suffixes of output files, and the format that each stands for.
+struct OutputSuffix {
+  std::string_view suffix;
+  std::string_view format;
+};
+constexpr std::array kOutputSuffixes{OutputSuffix{".csv", "csv"}, OutputSuffix{".jsonl", "jsonl"}};
 
 template <typename Enum, int Count>
 std::optional<Enum> by_name(std::string_view name, std::string_view (*name_of)(Enum)) {
@@ -37,13 +45,14 @@ void check_contradictions(const DecodeArguments& arguments) {
          "--framing goes with STP, not with --input samples: samples are whole messages");
   refuse(samples && !arguments.clock_hz.empty(),
          "--clock-hz goes with STP, not with --input samples: samples have no timestamps");
-  const bool none = arguments.format == "none";
+  const std::string format = output_format(arguments);
+  const bool none = format == "none";
   refuse(none && arguments.output != "-", "-o contradicts --format none, which writes nothing");
   refuse(none && !arguments.columns.empty(),
          "--columns contradicts --format none, which writes nothing");
   refuse(none && arguments.hex, "--hex contradicts --format none, which writes nothing");
-  refuse(arguments.csv_safe && arguments.format != "csv",
-         "--csv-safe goes with --format csv, not with --format " + arguments.format);
+  refuse(arguments.csv_safe && format != "csv",
+         "--csv-safe goes with --format csv, not with --format " + format);
   refuse(std::count(arguments.captures.begin(), arguments.captures.end(), "-") > 1,
          "standard input (-) can be read only once");
 }
@@ -88,9 +97,11 @@ void DecodeArguments::add_to(CLI::App& app) {
       ->allow_extra_args(false);
   app.add_option("--clock-hz", clock_hz,
                  "Rate of the STP timestamps where no FREQ packet gives it");
-  app.add_option("--format", format, "How to write rows: table, csv, jsonl or none (count only)")
-      ->check(CLI::IsMember({"table", "csv", "jsonl", "none"}))
-      ->capture_default_str();
+  app.add_option(
+         "--format", format,
+         "How to write rows: table, csv, jsonl or none (count only) (default: by the suffix "
+         "of -o, .csv or .jsonl, else table)")
+      ->check(CLI::IsMember({"table", "csv", "jsonl", "none"}));
   app.add_option("-o,--output", output, "Where to write rows; - is standard output")
       ->capture_default_str();
   app.add_option("--columns", columns,
@@ -106,6 +117,15 @@ void DecodeArguments::add_to(CLI::App& app) {
       ->capture_default_str();
   app.add_option("--threads", threads, "Threads to decode with (default: one a core)");
   refuse_empty_values(app);
+}
+
+std::string output_format(const DecodeArguments& arguments) {
+  if (!arguments.format.empty()) return arguments.format;
+  const std::string suffix = std::filesystem::path(arguments.output).extension().string();
+  const auto known =
+      std::find_if(kOutputSuffixes.begin(), kOutputSuffixes.end(),
+                   [&](const OutputSuffix& entry) { return entry.suffix == suffix; });
+  return std::string(known == kOutputSuffixes.end() ? "table" : known->format);
 }
 
 DecodeRequest request_from(const DecodeArguments& arguments) {

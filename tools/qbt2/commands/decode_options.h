@@ -19,7 +19,7 @@ struct DecodeArguments {
   std::string device;
   std::vector<std::string> masters;
   std::string clock_hz;
-  std::string format = "table";
+  std::string format;  ///< as typed; empty: output_format() chooses
   std::string output = "-";
   std::string columns;
   bool hex = false;
@@ -32,6 +32,9 @@ struct DecodeArguments {
 
   void add_to(CLI::App& app);
 };
+
+/// How rows are written: what --format says, else what the suffix of -o stands for, else a table.
+std::string output_format(const DecodeArguments& arguments);
 
 /// What the arguments ask for, checked: numbers are numbers, and no option contradicts another.
 /// Throws Error(kUsage).
