@@ -1,6 +1,7 @@
 #include "host/base/input_file.h"
 
 #include <fcntl.h>
+#include <poll.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -15,6 +16,9 @@ namespace qbt2 {
 namespace {
 
 constexpr std::size_t kPieceBytes = std::size_t{256} << 10;
+constexpr auto kNoWait = std::chrono::milliseconds(0);
+/// A writer that sends nothing for so long is waiting for something itself.
+constexpr auto kPause = std::chrono::milliseconds(500);
 
 std::string system_reason(int code) {
   return std::generic_category().message(code);
@@ -62,15 +66,56 @@ std::size_t InputFile::read_some(std::span<std::uint8_t> buffer) {
   }
 }
 
-std::span<const std::uint8_t> InputFile::peek(std::size_t bytes) {
+bool InputFile::has_input() const {
+  return is_regular_ || ahead_.size() != ahead_taken_ || has_new_input(kNoWait);
+}
+
+/// Whether a read from the system would return within `wait`.
+bool InputFile::has_new_input(std::chrono::milliseconds wait) const {
+  pollfd input{descriptor_, POLLIN, 0};
+  // An interrupted wait counts as a short one; what cannot be polled shows when it is read.
+  const int ready = ::poll(&input, 1, static_cast<int>(wait.count()));
+  return ready > 0 || (ready < 0 && errno != EINTR);
+}
+
+void InputFile::drop_taken() {
   ahead_.erase(ahead_.begin(), ahead_.begin() + static_cast<std::ptrdiff_t>(ahead_taken_));
   ahead_taken_ = 0;
+}
+
+/// Reads once, for up to `bytes` bytes ahead; false at the end.
+bool InputFile::read_ahead(std::size_t bytes) {
+  const std::size_t had = ahead_.size();
+  ahead_.resize(std::min(bytes, had + kPieceBytes));
+  const std::size_t got = read_some(std::span(ahead_).subspan(had));
+  ahead_.resize(had + got);
+  return got != 0;
+}
+
+std::span<const std::uint8_t> InputFile::peek(std::size_t bytes) {
+  drop_taken();
+  while (ahead_.size() < bytes && read_ahead(bytes)) {
+  }
+  return {ahead_.data(), std::min(bytes, ahead_.size())};
+}
+
+std::span<const std::uint8_t> InputFile::peek_live(
+    std::size_t bytes,
+    const std::function<bool(std::span<const std::uint8_t> first_bytes, bool paused)>& is_enough) {
+  if (is_regular_) return peek(bytes);
+  drop_taken();
+  std::size_t asked_at = 0;
   while (ahead_.size() < bytes) {
-    const std::size_t had = ahead_.size();
-    ahead_.resize(bytes);
-    const std::size_t got = read_some(std::span(ahead_).subspan(had));
-    ahead_.resize(had + got);
-    if (got == 0) break;
+    const std::size_t there = ahead_.size();
+    // Only where it grew by a part of its size: else bytes that trickle in one by one would have
+    // all before them looked through as often.
+    const bool has_grown = there > asked_at + asked_at / 64;
+    if (has_grown && !has_new_input(kNoWait)) {
+      asked_at = there;
+      if (is_enough(ahead_, false)) break;
+    }
+    if (there != 0 && !has_new_input(kPause) && is_enough(ahead_, true)) break;
+    if (!read_ahead(bytes)) break;
   }
   return {ahead_.data(), std::min(bytes, ahead_.size())};
 }

@@ -1,8 +1,10 @@
 #pragma once
 
 #include <algorithm>
+#include <chrono>
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <optional>
 #include <span>
 #include <string>
@@ -29,6 +31,15 @@ class InputFile {
   /// The next bytes, up to `bytes` of them (fewer only at the end of the input), without taking
   /// them. Valid until the next call. Throws Error(kInput) when reading fails.
   std::span<const std::uint8_t> peek(std::size_t bytes);
+  /// As peek(), but of a pipe or device that is being written perhaps only what is there so far:
+  /// `is_enough` is asked about it where no more is there for now, and again, with `paused`, where
+  /// none came for half a second; false: wait for more.
+  std::span<const std::uint8_t> peek_live(
+      std::size_t bytes,
+      const std::function<bool(std::span<const std::uint8_t> first_bytes, bool paused)>& is_enough);
+  /// Whether read() would return without waiting, with bytes or because the input has ended.
+  /// Always true for a regular file.
+  bool has_input() const;
   /// Takes up to buffer.size() bytes; 0 means the end. Throws Error(kInput) with the offset when
   /// reading fails.
   std::size_t read(std::span<std::uint8_t> buffer);
@@ -41,6 +52,9 @@ class InputFile {
 
  private:
   std::size_t read_some(std::span<std::uint8_t> buffer);
+  void drop_taken();
+  bool read_ahead(std::size_t bytes);
+  bool has_new_input(std::chrono::milliseconds wait) const;
 
   std::string name_;
   int descriptor_ = -1;

@@ -10,7 +10,8 @@
 namespace qbt2 {
 
 /// The trace sources that frames in `input` hold: those of a whole regular file, which is then
-/// rewound to its first byte; of a pipe those of its first megabyte, which stays to be read.
+/// rewound to its first byte; of a pipe those of its first megabyte, which stays to be read, or of
+/// less where a source is there and the pipe pauses for half a second or takes two.
 /// `on_progress` (may be empty) is called with the bytes read so far. Throws Error(kInput) when the
 /// input cannot be read.
 std::vector<SourceBytes> find_sources(

@@ -8,10 +8,9 @@ namespace {
 
 CaptureFormat format_of(InputFile& file, const DecodeRequest& request) {
   if (request.input) return *request.input;
-  const auto first_bytes = file.peek(kDetectionBytes);
-  const auto format = detect_capture_format(first_bytes);
+  const auto format = detect_capture_format(file);
   if (format) return *format;
-  if (first_bytes.empty()) return CaptureFormat::kStp;  // reported as empty at its end
+  if (file.peek(1).empty()) return CaptureFormat::kStp;  // reported as empty at its end
   throw Error(ErrorCode::kInput, file.name(), 0,
               "not recognised as a capture (neither samples, nor STP with an ASYNC packet, nor "
               "formatter frames); choose with --input");

@@ -51,6 +51,7 @@ class Pipeline::Run {
 
  private:
   void make_workers();
+  bool can_read() const { return capture_ != captures_.size() && pool_->has_room(); }
   bool limit_reached() const { return rows_ >= request_.limit; }
   void release_taken_job();
   void read_piece();
@@ -133,7 +134,7 @@ DecodeJob* Pipeline::Run::next_job() {
       job_taken_ = true;
       if (job->counts.rows() != 0) return job;
       release_taken_job();
-    } else if (capture_ != captures_.size() && pool_->has_room()) {
+    } else if (can_read() && (pool_->is_empty() || captures_[capture_].file->has_input())) {
       read_piece();
     } else if (!pool_->is_empty()) {
       pool_->wait_for_oldest();

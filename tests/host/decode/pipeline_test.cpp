@@ -1,9 +1,15 @@
 #include "host/decode/pipeline.h"
 
+#include <fcntl.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <unistd.h>
 
+#include <array>
+#include <atomic>
+#include <chrono>
 #include <stdexcept>
+#include <thread>
 
 #include "host/base/error.h"
 #include "host/decode/text_sink.h"
@@ -279,6 +285,51 @@ TEST(Pipeline, DecodesOnlyTheTimesAndFieldsAskedFor) {
             static_cast<std::uint64_t>(20000 - wanted));
   request.fields = "Byte";
   EXPECT_THROW(Pipeline{request}, Error);
+}
+
+TEST(Pipeline, TheRowsOfALivePipeComeBeforeItGoesOn) {
+  const test::TestFolder folder;
+  for (const CaptureFormat format :
+       {CaptureFormat::kStp, CaptureFormat::kFrames, CaptureFormat::kSamples}) {
+    GeneratorOptions options;
+    options.format = format;
+    options.messages = 3000;
+    generate(folder.at("whole"), options);
+    const std::string bytes = test::read_file(folder.at("whole"));
+    const auto request = [](const std::string& path) {
+      DecodeRequest request = request_for({path}, 2);
+      request.framing = Framing::kFlag;
+      return request;
+    };
+    const auto rows_of_first = [&](std::size_t size) {
+      CollectingSink sink(1);
+      const auto run = Pipeline(request(folder.put("part", bytes.substr(0, size)))).run(sink);
+      return run.decode_totals().rows();
+    };
+    std::array<int, 2> ends{};
+    ASSERT_EQ(::pipe2(ends.data(), O_CLOEXEC), 0);
+    std::atomic<std::uint64_t> rows{0};
+    std::thread writer([&] {
+      std::size_t written = 0;
+      for (const std::size_t part : {std::size_t{2000}, std::size_t{70'000}, bytes.size()}) {
+        const auto piece = static_cast<ssize_t>(part - written);
+        EXPECT_EQ(::write(ends[1], bytes.data() + written, part - written), piece);
+        written = part;
+        const std::uint64_t expected = rows_of_first(part);
+        const auto give_up = std::chrono::steady_clock::now() + std::chrono::seconds(30);
+        while (rows != expected && std::chrono::steady_clock::now() < give_up) {
+          std::this_thread::sleep_for(std::chrono::milliseconds(5));
+        }
+        EXPECT_EQ(rows, expected) << capture_format_name(format) << " " << part;
+      }
+      ::close(ends[1]);
+    });
+    Pipeline pipeline(request("/dev/fd/" + std::to_string(ends[0])));
+    while (const auto decoded = pipeline.next()) rows += decoded->rows->size();
+    writer.join();
+    ::close(ends[0]);
+    EXPECT_EQ(rows, 3000U);
+  }
 }
 
 /// Whether a row is what the generator wrote.
