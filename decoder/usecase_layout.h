@@ -15,12 +15,8 @@
 /// The line is text, 15 tokens separated by ";": the master's name, six numbers, and the registers
 /// A to D of filter 0 and of filter 1. Constant data and pure functions; any thread may use them.
 
-inline constexpr std::size_t kNameToken = 0;
 inline constexpr std::size_t kFirstRegisterToken = 7;
 inline constexpr std::size_t kFilterCount = 2;
-
-/// As token 0: the name of the master is looked up in the device model.
-inline constexpr const char* kMasterNamePlaceholder = "MASTERNAME";
 
 enum eFilterRegister : std::uint8_t { kRegisterA, kRegisterB, kRegisterC, kRegisterD };
 inline constexpr std::size_t kRegisterCount = 4;

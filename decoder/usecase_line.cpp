@@ -43,7 +43,8 @@ unsigned long ParseUsecaseNumber(const std::string& token) {
 }
 
 void ParseUsecaseNumbers(const std::vector<std::string>& tokens, Qbt2ProbeData_t& record) {
-  for (std::size_t token = kNameToken + 1; token < kFirstRegisterToken; ++token) {
+  for (std::size_t token = Kz::Dvt::Trace::kUseCaseNameField + 1; token < kFirstRegisterToken;
+       ++token) {
     kTokenStores[token - 1](record, ParseUsecaseNumber(tokens[token]));
   }
   std::array<FilterRegisters, kFilterCount> filters{};

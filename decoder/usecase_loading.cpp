@@ -78,8 +78,10 @@ void StpQBTracer2Decoder::LoadMaster(std::uint32_t masterId, Qbt2ProbeData_t& re
   }
   const std::vector<std::string> tokens = SplitUsecaseLine(line.text);
   if (tokens.size() != Kz::Dvt::Trace::kUseCaseFields) return;
-  record.probeName = tokens[kNameToken];
-  if (record.probeName == kMasterNamePlaceholder) LookUpMasterName(masterId, record.probeName);
+  record.probeName = tokens[Kz::Dvt::Trace::kUseCaseNameField];
+  if (record.probeName == Kz::Dvt::Trace::kMasterNamePlaceholder) {
+    LookUpMasterName(masterId, record.probeName);
+  }
   ParseUsecaseNumbers(tokens, record);
   record.stateBits = std::uint32_t{currentProbeId} >> 5;
   record.recordFound = true;

@@ -15,6 +15,10 @@ namespace Kz::Dvt::Trace {
 /// "QBT2_5". Its value is text: this many fields, separated by ';'.
 inline constexpr std::string_view kUseCaseSettingPrefix = "QBT2_";
 inline constexpr std::size_t kUseCaseFields = 15;
+inline constexpr std::size_t kUseCaseNameField = 0;
+inline constexpr std::size_t kUseCasePeriodField = 2;  ///< of sampling, in clock cycles
+/// As the name: the device model has the master's name.
+inline constexpr std::string_view kMasterNamePlaceholder = "MASTERNAME";
 
 /// Kind codes of ConfigPropertyValue::type.
 enum eConfigPropertyType : std::uint32_t {

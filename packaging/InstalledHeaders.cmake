@@ -81,5 +81,6 @@ list(APPEND QBT2_INSTALLED_HEADERS
   host/decode/run_report.h
   host/decode/text_sink.h
   host/format/row_formatter.h
+  host/rows/named_master.h
   host/rows/row_batch.h
   host/rows/row_fields.h)

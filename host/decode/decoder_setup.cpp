@@ -6,6 +6,7 @@
 #include "host/base/input_file.h"
 #include "host/base/parse_number.h"
 #include "host/base/trace_id.h"
+#include "host/base/use_case_setting.h"
 #include "host/device/settings_file.h"
 #include "host/tdf/decoder_info.h"
 #include "host/tdf/trace_file.h"
@@ -77,6 +78,21 @@ void DecoderSetup::apply(Kz::Dvt::Trace::CDecoderUnitIF& unit) {
     unit.SetMasterIds(master_ids_);
   }
   unit.DataReset();
+}
+
+std::vector<NamedMaster> DecoderSetup::masters() {
+  std::vector<NamedMaster> masters;
+  for (const std::uint32_t id : master_ids_) {
+    DescribedSetting setting;
+    if (!session_.settings().find(use_case_setting_name(id), setting)) continue;
+    auto line = read_usecase_line(setting.value);
+    if (!line) continue;
+    if (line->name == Kz::Dvt::Trace::kMasterNamePlaceholder) {
+      line->name = session_.described_name(id).value_or(line->name);
+    }
+    masters.push_back({id, std::move(line->name), line->sampling_period});
+  }
+  return masters;
 }
 
 std::optional<std::uint8_t> DecoderSetup::atb_id() const {

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "host/device/device_session.h"
+#include "host/rows/named_master.h"
 #include "interfaces/decoder_unit_if.h"
 #include "interfaces/device_config_manager_if.h"
 
@@ -31,6 +32,8 @@ class DecoderSetup {
   bool has_settings() const { return has_settings_; }
   /// The ids of the QBT2_<id> settings, in rising order.
   const std::vector<std::uint32_t>& master_ids() const { return master_ids_; }
+  /// The masters whose settings the decoder can use, as it will name them, in rising order of ids.
+  std::vector<NamedMaster> masters();
   /// The source of formatter frames that is to be decoded: by the setting ATBID, else by that of
   /// the decoder information in the trace data file, else by the trace ID of the device
   /// description. What is 0 or not an ID counts as missing; empty where all are.

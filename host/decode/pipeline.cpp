@@ -89,6 +89,7 @@ Pipeline::Run::Run(DecodeRequest request, RunObserver* observer)
       library_(request_.plugin),
       total_bytes_(total_bytes(captures_)) {
   outline_.captures = captures_.size();
+  outline_.masters = setup_.masters();
   make_workers();
   for (const OpenCapture& capture : captures_) {
     CaptureReport& report = report_.captures.emplace_back();

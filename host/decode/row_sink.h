@@ -2,7 +2,9 @@
 
 #include <cstddef>
 #include <memory>
+#include <vector>
 
+#include "host/rows/named_master.h"
 #include "host/rows/row_batch.h"
 
 /// Where a pipeline's rows go. A new output is one sink and one stage.
@@ -17,7 +19,8 @@ struct RunReport;
 /// What is known of a run's rows before the first one.
 struct RunOutline {
   ColumnCatalogue catalogue;
-  std::size_t captures = 0;  ///< whose rows go into one sink
+  std::size_t captures = 0;          ///< whose rows go into one sink
+  std::vector<NamedMaster> masters;  ///< of the settings, in rising order of ids
 };
 
 /// What a stage makes of the rows of one job: text, an encoded block, a partial aggregate. Only the

@@ -14,9 +14,6 @@ namespace {
 using EktTrace::DeviceBase_t;
 using EktTrace::eDeviceResult;
 
-constexpr std::string_view kMasterList = "masterid.proc";
-constexpr std::string_view kTracerName = "MOD_QBTRACER0";
-
 void check(const JsonNode& node, eDeviceResult result) {
   if (result != EktTrace::eDeviceOk) node.fail(EktTrace::DeviceResultText(result));
 }

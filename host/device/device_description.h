@@ -16,6 +16,10 @@
 /// thread.
 namespace qbt2 {
 
+/// The bus tracer's component, and its list of masters: an entry is a name and an id.
+inline constexpr std::string_view kTracerName = "MOD_QBTRACER0";
+inline constexpr std::string_view kMasterList = "masterid.proc";
+
 struct DeviceDescription {
   std::unique_ptr<EktTrace::DeviceBase_t> device;  ///< never null
   int first_number = 0;                            ///< the user defines what the numbers mean

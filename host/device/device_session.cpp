@@ -2,9 +2,9 @@
 
 #include <algorithm>
 
-#include "host/base/use_case_setting.h"
-
 #include "host/base/error.h"
+#include "host/base/parse_number.h"
+#include "host/base/use_case_setting.h"
 
 namespace qbt2 {
 
@@ -71,6 +71,21 @@ std::vector<std::uint32_t> DeviceSession::master_ids() const {
   }
   std::sort(ids.begin(), ids.end());
   return ids;
+}
+
+std::optional<std::string> DeviceSession::described_name(std::uint32_t master) {
+  const EktTrace::IDevice_t* const device = identifier_.GetDeviceByName(device_name_);
+  const EktTrace::IComponent_t* const tracer =
+      device != nullptr ? device->GetComponent(std::string(kTracerName)) : nullptr;
+  const auto* const masters =
+      tracer != nullptr ? tracer->GetPropertyList(std::string(kMasterList)) : nullptr;
+  if (masters == nullptr) return std::nullopt;
+  for (const EktTrace::IPropertyEntry_t* const entry : *masters) {
+    if (entry == nullptr) continue;
+    const auto id = parse_c_number(entry->GetValue());
+    if (id && static_cast<std::uint32_t>(*id) == master) return entry->GetName();
+  }
+  return std::nullopt;
 }
 
 Kz::Dvt::Trace::CDeviceIdentifier* DeviceSession::GetDeviceIdentifier() {

@@ -59,6 +59,8 @@ class DeviceSession final : public EktTrace::IDeviceSession_t {
   /// The master ids with a setting QBT2_<id>, in ascending order. Names that the decoder never
   /// reads (leading zeros, hexadecimal, more than 32 bits) do not count.
   std::vector<std::uint32_t> master_ids() const;
+  /// The name that the description gives a master; empty where it gives none.
+  std::optional<std::string> described_name(std::uint32_t master);
 
   // EktTrace::IDeviceSession_t. The second name is ignored: a session has one set of settings. A
   // device of another name is refused with an error text.

@@ -39,6 +39,14 @@ std::string usecase_line_fault(std::string_view line) {
   return {};
 }
 
+std::optional<UsecaseLine> read_usecase_line(std::string_view line) {
+  if (!usecase_line_fault(line).empty()) return std::nullopt;
+  const std::vector<std::string_view> fields = split(line, ';');
+  const auto period = parse_c_number(std::string(fields[Kz::Dvt::Trace::kUseCasePeriodField]));
+  return UsecaseLine{std::string(fields[Kz::Dvt::Trace::kUseCaseNameField]),
+                     static_cast<std::uint32_t>(*period)};
+}
+
 std::vector<std::string> check_usecase_settings(
     const std::map<std::string, std::string>& settings) {
   std::vector<std::string> faults;

@@ -1,6 +1,8 @@
 #pragma once
 
+#include <cstdint>
 #include <map>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -11,6 +13,14 @@ namespace qbt2 {
 
 /// Why the decoder cannot read this line; empty when it can. Fields are counted from 0.
 std::string usecase_line_fault(std::string_view line);
+
+/// What a line says of its master, as the decoder reads it.
+struct UsecaseLine {
+  std::string name;                   ///< or kMasterNamePlaceholder
+  std::uint32_t sampling_period = 0;  ///< clock cycles
+};
+/// Empty for a line that the decoder cannot read.
+std::optional<UsecaseLine> read_usecase_line(std::string_view line);
 
 /// One text for each QBT2_ setting that the decoder cannot read or never reads (it builds the name
 /// from the id in plain decimal).

@@ -58,6 +58,15 @@ std::string rows_of(DecoderSetup& setup, const std::vector<std::uint8_t>& probes
   return text;
 }
 
+std::string named_masters(DecoderSetup& setup) {
+  std::string text;
+  for (const NamedMaster& master : setup.masters()) {
+    text += std::to_string(master.id) + "=" + master.name + "/" +
+            std::to_string(master.sampling_window) + " ";
+  }
+  return text;
+}
+
 TEST(DecoderSetup, NamesMastersFromTextAndTraceDataFiles) {
   const test::TestFolder folder;
   const std::string device = folder.put("soc.json", kDevice);
@@ -75,6 +84,8 @@ TEST(DecoderSetup, NamesMastersFromTextAndTraceDataFiles) {
     EXPECT_EQ(rows_of(described, {131, 9}),
               "GPU,Throughput statistics per 0xff clock cycles\n"
               "ISP,Throughput statistics per 0x10 clock cycles\n");
+    EXPECT_EQ(named_masters(plain), "5=DMA1/4096 131=MASTERNAME/255 261=SHADOWED/2 ");
+    EXPECT_EQ(named_masters(described), "5=DMA1/4096 9=ISP/16 131=GPU/255 261=SHADOWED/2 ");
     EXPECT_EQ(described.atb_id(), 0x21) << "settings cover the description";
     EXPECT_TRUE(described.warnings().empty());
   }
@@ -83,6 +94,10 @@ TEST(DecoderSetup, NamesMastersFromTextAndTraceDataFiles) {
   EXPECT_THAT(device_only.master_ids(), ElementsAre(9));
   DecoderSetup nothing("", "");
   EXPECT_FALSE(nothing.has_settings());
+  EXPECT_EQ(named_masters(nothing), "");
+  DecoderSetup unusable(
+      {{"QBT2_7", "ISP;1;2d00;0;0;0;0;0;0;0;0;0;0;0;0"}, {"QBT2_8", "short;1;1"}});
+  EXPECT_EQ(named_masters(unusable), "7=ISP/2 ") << "digits up to the first other character";
   EXPECT_EQ(rows_of(nothing, {5}), "Unknown,Throughput statistics: sampling period unknown\n");
 }
 
