@@ -21,7 +21,7 @@ function(qbt2_add_layer target folder)
   add_library(${target} OBJECT)
   list(TRANSFORM ARG_SOURCES PREPEND "${PROJECT_SOURCE_DIR}/${folder}/")
   target_sources(${target} PRIVATE ${ARG_SOURCES})
-  target_link_libraries(${target} PUBLIC qbt2_options ${ARG_LIBRARIES}
-                        PRIVATE ${ARG_PRIVATE_LIBRARIES})
+  target_link_libraries(${target} PUBLIC ${ARG_LIBRARIES}
+                        PRIVATE qbt2_options ${ARG_PRIVATE_LIBRARIES})
   qbt2_publish_headers(${target} PUBLIC "${folder}")
 endfunction()

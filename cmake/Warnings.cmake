@@ -1,4 +1,5 @@
-# qbt2_options: what every target of ours is compiled with. Third-party headers come in as system
+# qbt2_options: what every target of ours is compiled and linked with. Each links it itself, privately:
+# who uses our libraries gets neither our warnings nor our sanitizers. Third-party headers come in as system
 # headers and stay silent. Warnings are errors only where CMAKE_COMPILE_WARNING_AS_ERROR says so.
 add_library(qbt2_options INTERFACE)
 target_compile_options(qbt2_options INTERFACE -Wall -Wextra -Wconversion)
