@@ -17,6 +17,8 @@ libdir=$(dirname "$(find "$work/root" -name 'libqbt2decoder.so')")
 test -L "$libdir/libqbt2decoder.so"
 readelf -d "$libdir/libqbt2decoder.so" | grep -Eq 'SONAME.*libqbt2decoder\.so\.[0-9]'
 
+cmp "$work/root/share/doc/qbt2/THIRD-PARTY-NOTICES" "$here/../../THIRD-PARTY-NOTICES"
+
 cmake -G Ninja -S "$here/consumer" -B "$work/cmake" -DCMAKE_PREFIX_PATH="$work/root" \
   -DCMAKE_CXX_FLAGS="$flags" >"$work/cmake.log"
 cmake --build "$work/cmake" >>"$work/cmake.log"
