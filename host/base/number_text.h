@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <cstring>
 #include <string>
+#include <string_view>
 
 /// Numbers to text (parse_number.h goes the other way). write_decimal and write_hex write straight
 /// into a caller's characters: formatters spend most of their time on it, so there is no locale, no
@@ -130,6 +131,14 @@ inline std::string hex_text(std::uint64_t value, std::size_t min_digits = 1) {
   std::string text = "0x";
   append_hex(text, value, min_digits);
   return text;
+}
+
+/// A number and the noun that it counts: "1 word", "2 words". `plural` where an s does not make it.
+inline std::string counted(std::uint64_t count, std::string_view noun,
+                           std::string_view plural = {}) {
+  std::string text = std::to_string(count).append(" ");
+  if (count == 1) return text.append(noun);
+  return plural.empty() ? text.append(noun).append("s") : text.append(plural);
 }
 
 }  // namespace qbt2

@@ -18,6 +18,8 @@ AssemblyCounts& AssemblyCounts::operator+=(const AssemblyCounts& other) {
   messages_incomplete += other.messages_incomplete;
   ignored_packets += other.ignored_packets;
   source_errors += other.source_errors;
+  has_timestamps |= other.has_timestamps;
+  has_clock |= other.has_clock;
   masters |= other.masters;
   for (const auto& [length, count] : other.messages_of_words) messages_of_words[length] += count;
   return *this;

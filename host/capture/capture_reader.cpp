@@ -2,13 +2,16 @@
 
 #include <string>
 
+#include "host/base/number_text.h"
+
 namespace qbt2 {
 
 bool report_if_cut(const InputFile& input, const OnDamage& on_damage) {
   if (input.missing_bytes() == 0) return false;
   if (on_damage) {
     on_damage(input.position(), "the file became shorter while it was read: its last " +
-                                    std::to_string(input.missing_bytes()) + " bytes are missing");
+                                    counted(input.missing_bytes(), "byte is", "bytes are") +
+                                    " missing");
   }
   return true;
 }

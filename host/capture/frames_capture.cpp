@@ -47,8 +47,8 @@ std::uint8_t choose_source(InputFile& input, const CaptureOptions& options) {
   const std::uint8_t source = sources.front().id;
   if (all.size() > 1 && options.on_notice) {
     options.on_notice("decoding source " + shown_id(source) + "; " +
-                      std::to_string(all.size() - 1) +
-                      " other IDs have less than 1 % of its data each and are taken for damage");
+                      counted(all.size() - 1, "other ID has", "other IDs have") +
+                      " less than 1 % of its data each, taken for damage");
   }
   return source;
 }
@@ -92,9 +92,9 @@ void FramesCaptureReader::finish(SampleBatch& batch) {
 
 void FramesCaptureReader::report_cut_frames() const {
   if (frames_.frames_cut() == 0 || !options_.on_notice) return;
-  options_.on_notice(
-      std::to_string(frames_.frames_cut()) +
-      " frames are cut short by a frame synchronization packet; their bytes are lost");
+  options_.on_notice(counted(frames_.frames_cut(), "frame is", "frames are") +
+                     " cut short by a frame synchronization packet, the first at byte " +
+                     std::to_string(frames_.first_cut_offset()) + "; what it held is lost");
 }
 
 CaptureCounts FramesCaptureReader::counts() const {

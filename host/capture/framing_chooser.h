@@ -8,7 +8,8 @@
 
 /// The message assembler for a source whose framing is not given: holds back the first packets,
 /// tries every framing on them, and continues with the one that gives the largest share of messages
-/// of a known length. Sink of the STP reader; one stream, one thread.
+/// of a known length. Where the framing is given it keeps a copy of the first packets, to name a
+/// better one if no message has a known length. Sink of the STP reader; one stream, one thread.
 namespace qbt2 {
 
 /// Data packets on which the choice is made.
@@ -26,6 +27,9 @@ struct FramingChoice {
   Framing framing = Framing::kFlag;
   std::uint64_t good_messages = 0;  ///< of a known length: 2, 4 or 6 words
   std::uint64_t messages = 0;       ///< in all; words outside any message count as one
+  /// Of `messages`: 1 where a message that may still get a known length was open at the end of the
+  /// trial. It counts in the choice, but says nothing against the framing.
+  std::uint64_t cut_messages = 0;
 };
 
 class FramingChooser {
@@ -36,10 +40,10 @@ class FramingChooser {
   void set_batch(SampleBatch& batch);
 
   void on_packet(const StpPacket& packet) {
-    if (assembler_) {
-      assembler_->on_packet(packet);
-    } else {
+    if (holding_) {
       hold(packet);
+    } else {
+      assembler_->on_packet(packet);
     }
   }
   void on_sync_lost(std::uint64_t byte_offset, StpSyncLoss reason);
@@ -50,6 +54,9 @@ class FramingChooser {
 
   /// The choice; empty when the framing was given, and before it is made.
   const std::optional<FramingChoice>& choice() const { return choice_; }
+  /// Where the framing was given and the first packets had no message of a known length: what would
+  /// have been chosen. Set at the latest by finish().
+  const std::optional<FramingChoice>& better() const { return better_; }
   /// Complete after finish().
   AssemblyCounts counts() const { return assembler_ ? assembler_->counts() : AssemblyCounts{}; }
 
@@ -61,6 +68,8 @@ class FramingChooser {
   };
 
   void hold(const StpPacket& packet);
+  void end_trial(bool at_end, bool on_packet_boundary);
+  FramingChoice best_framing(bool at_end, bool on_packet_boundary) const;
   void decide(bool at_end, bool on_packet_boundary);
   FramingChoice try_framing(Framing framing, bool at_end, bool on_packet_boundary) const;
   static void replay(const std::vector<Event>& events, MessageAssembler& assembler);
@@ -69,6 +78,8 @@ class FramingChooser {
   SampleBatch* batch_ = nullptr;
   std::optional<MessageAssembler> assembler_;
   std::optional<FramingChoice> choice_;
+  std::optional<FramingChoice> better_;
+  bool holding_ = true;  ///< the trial goes on; without an assembler until it ends
   std::vector<Event> held_;
   std::size_t data_packets_ = 0;
   std::uint64_t first_data_offset_ = 0;  ///< in the stream; valid with the first data packet

@@ -209,6 +209,12 @@ void MessageAssembler::finish(bool on_packet_boundary) {
   drop_all();
 }
 
+bool MessageAssembler::has_short_open_message() {
+  return std::any_of(sources_.begin(), sources_.end(), [this](const Source& source) {
+    return is_open(source) && !source.stray && source.words <= SampleFormat::kMostWords;
+  });
+}
+
 /// In the order in which the messages began.
 void MessageAssembler::end_open_messages() {
   std::vector<Source*> open;
@@ -222,6 +228,8 @@ void MessageAssembler::end_open_messages() {
 
 AssemblyCounts MessageAssembler::counts() const {
   AssemblyCounts counts = counts_;
+  counts.has_timestamps = newest_.known;
+  counts.has_clock = clock_hz_ != 0;
   for (std::size_t words = 1; words < messages_of_words_.size(); ++words) {
     if (messages_of_words_[words] != 0) counts.messages_of_words[words] = messages_of_words_[words];
   }

@@ -91,6 +91,8 @@ class MessageAssembler {
 
   /// Messages begun and not ended, stray words included.
   std::uint64_t open_messages() const { return open_messages_; }
+  /// Whether one of them may still get a length that the decoder knows.
+  bool has_short_open_message();
   /// Runs of words outside any message: under marker-first, those before the first marked packet.
   std::uint64_t stray_messages() const { return stray_messages_; }
   /// Replaces AssemblerOptions::offsets from now on.

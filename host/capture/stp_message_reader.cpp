@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <string>
 
+#include "host/base/number_text.h"
+
 namespace qbt2 {
 namespace {
 
@@ -10,6 +12,19 @@ namespace {
 std::string percent(std::uint64_t part, std::uint64_t whole) {
   const std::uint64_t tenths = whole == 0 ? 0 : part * 1000 / whole;
   return std::to_string(tenths / 10) + "." + std::to_string(tenths % 10) + " %";
+}
+
+/// Without one that the end of the trial has cut, which is nobody's fault.
+std::uint64_t judged_messages(const FramingChoice& choice) {
+  return choice.messages - choice.cut_messages;
+}
+
+/// "flag (99.8 % of 738 messages have 2, 4 or 6 words)".
+std::string share_text(const FramingChoice& choice) {
+  const std::uint64_t messages = judged_messages(choice);
+  return std::string(framing_name(choice.framing)) + " (" +
+         percent(choice.good_messages, messages) + " of " + counted(messages, "message") +
+         (messages == 1 ? " has" : " have") + " 2, 4 or 6 words)";
 }
 
 }  // namespace
@@ -45,17 +60,33 @@ void StpMessageReader::finish(SampleBatch& batch) {
   sink_.chooser.set_batch(batch);
   const bool on_packet_boundary = reader_.finish(sink_);
   sink_.chooser.finish(on_packet_boundary);
-  report_choice();
+  if (!report_no_message()) report_choice();
 }
 
 void StpMessageReader::report_choice() {
   const auto& choice = sink_.chooser.choice();
   if (choice_reported_ || !choice || !options_.on_notice) return;
   choice_reported_ = true;
-  if (choice->messages == 0) return;
-  options_.on_notice("framing " + std::string(framing_name(choice->framing)) + " (" +
-                     percent(choice->good_messages, choice->messages) + " of " +
-                     std::to_string(choice->messages) + " messages have 2, 4 or 6 words)");
+  if (judged_messages(*choice) == 0) return;
+  options_.on_notice("framing " + share_text(*choice));
+}
+
+/// Words without a message that gives a row: most often the framing is not the source's.
+bool StpMessageReader::report_no_message() {
+  const AssemblyCounts counts = sink_.chooser.counts();
+  if (!options_.on_notice || !counts.has_words_only()) return false;
+  const auto& better = sink_.chooser.better();
+  if (better && better->good_messages != 0) {
+    options_.on_notice("--framing " + std::string(framing_name(*options_.framing)) +
+                       " finds no message of 2, 4 or 6 words, so there are no rows; "
+                       "--framing auto would choose " +
+                       share_text(*better));
+  } else {
+    options_.on_notice(counted(counts.words, "word") +
+                       ", but no complete message of 2, 4 or 6 words in any framing, so there are "
+                       "no rows");
+  }
+  return true;
 }
 
 void StpMessageReader::add_to(CaptureCounts& counts) const {

@@ -29,6 +29,7 @@ class StpMessageReader {
 
  private:
   void report_choice();
+  bool report_no_message();
 
   /// Sink of the STP reader: the framing chooser with its assembler, and the damage callback.
   struct Sink {

@@ -127,7 +127,9 @@ void FrameDemultiplexer::take_byte(std::uint8_t byte) {
   ++partial_size_;
   if (newest_bytes_ == kNewestFrameSync) {
     // Anywhere but between two frames it cuts one short; the next frame begins after it.
-    if (partial_size_ != kFrameSync.size()) ++frames_cut_;
+    if (partial_size_ != kFrameSync.size() && frames_cut_++ == 0) {
+      first_cut_offset_ = partial_offsets_[0];
+    }
     partial_size_ = 0;
     is_continuous_ = true;
     return;

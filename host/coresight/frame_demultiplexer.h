@@ -65,6 +65,8 @@ class FrameDemultiplexer {
   std::uint64_t input_bytes() const { return input_bytes_; }
   /// Frames that a frame synchronization packet cut short: damage.
   std::uint64_t frames_cut() const { return frames_cut_; }
+  /// Byte of the input at which the first of them begins; only where there is one.
+  std::uint64_t first_cut_offset() const { return first_cut_offset_; }
   /// ID changes (bytes that select a source), and those to a reserved ID among them.
   std::uint64_t id_changes() const { return id_changes_; }
   std::uint64_t reserved_id_changes() const { return reserved_id_changes_; }
@@ -98,6 +100,7 @@ class FrameDemultiplexer {
   std::uint64_t input_bytes_ = 0;
   std::uint64_t stream_bytes_ = 0;
   std::uint64_t frames_cut_ = 0;
+  std::uint64_t first_cut_offset_ = 0;
   std::uint64_t id_changes_ = 0;
   std::uint64_t reserved_id_changes_ = 0;
   std::array<std::uint64_t, kUnknownSource + 1> source_bytes_{};

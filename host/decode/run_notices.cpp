@@ -28,7 +28,8 @@ std::string master(std::uint32_t id) {
 }  // namespace
 
 bool held_nothing(const CaptureCounts& counts) {
-  return counts.bytes == 0 || has_no_stp(counts) || has_no_async(counts);
+  const bool has_no_row = counts.stp_bytes != 0 && counts.assembly.has_words_only();
+  return counts.bytes == 0 || has_no_stp(counts) || has_no_async(counts) || has_no_row;
 }
 
 std::vector<std::string> capture_notices(const CaptureCounts& counts) {
@@ -38,14 +39,9 @@ std::vector<std::string> capture_notices(const CaptureCounts& counts) {
   } else if (has_no_async(counts)) {
     notices.emplace_back("contains no ASYNC packet, so nothing in it can be decoded");
   }
-  const AssemblyCounts& assembly = counts.assembly;
-  if (assembly.messages == 0 && assembly.words != 0) {
-    notices.push_back(std::to_string(assembly.words) +
-                      " words, but no complete message; another --framing may fit");
-  }
-  if (assembly.source_errors != 0) {
+  if (counts.assembly.source_errors != 0) {
     notices.push_back("the source lost trace (MERR and GERR packets: " +
-                      std::to_string(assembly.source_errors) + ")");
+                      std::to_string(counts.assembly.source_errors) + ")");
   }
   return notices;
 }
@@ -53,6 +49,11 @@ std::vector<std::string> capture_notices(const CaptureCounts& counts) {
 std::vector<std::string> settings_notices(const DecoderSetup& setup, const RunReport& report) {
   if (!setup.has_settings()) return {};
   std::vector<std::string> notices = setup.warnings();
+  // Of a capture without a message nothing can be said about its masters.
+  const bool is_incomplete =
+      std::any_of(report.captures.begin(), report.captures.end(),
+                  [](const CaptureReport& one) { return one.nothing_to_decode; });
+  if (is_incomplete) return notices;
   // Samples carry only the low 8 bits of a master's id, and the decoder compares no more of any.
   const bool has_samples =
       std::any_of(report.captures.begin(), report.captures.end(),

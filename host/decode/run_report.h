@@ -29,7 +29,8 @@ struct CaptureReport {
   CaptureCounts capture;  ///< complete where the run read the capture to its end
   DecodeCounts decode;
   std::uint64_t messages_outside = 0;  ///< not decoded: outside the request's time range
-  bool nothing_to_decode = false;      ///< read to its end: empty, no ASYNC packet, no such source
+  /// Read to its end: empty, no ASYNC packet, no such source, or no message of a known length.
+  bool nothing_to_decode = false;
 };
 
 enum class RunEnd : std::uint8_t {

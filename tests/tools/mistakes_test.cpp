@@ -27,6 +27,10 @@ std::vector<NamedFile> files_at_hand() {
   return {
       {"small.stp", stp(words + "FE")},
       {"words.stp", stp(words)},  // no message ends
+      // The last word of a message is marked; the last message is cut by the end.
+      {"marks.stp", stp("FFFFFFFFFFFFFFFFFFFFF0 F003 105 6 00000064 FA 00000019 6 00000064 "
+                        "FA 00000019 6 00000064")},
+      {"small.cfg", "QBT2_6=DMA;1;4096;0;0;0;0;0;0;0;0;0;0;0;0\n"},
       {"empty", ""},
       {"padding.frames", std::string(32, '\0')},
       {"ones", std::string(40, '\x11')},
@@ -50,7 +54,12 @@ const Mistake kMistakes[] = {
     {"decode --input stp ones", 1, {"ones: contains no ASYNC packet"}, {}},
     {"decode --input frames padding.frames", 1, {"the frames contain no trace source"}, {}},
     {"decode --input frames --atb-id 9 padding.frames", 1, {"no data of source 0x09"}, {}},
-    {"decode --framing flag words.stp", 0, {"2 words, but no complete message", "--framing"}, {}},
+    {"decode words.stp", 1, {"2 words, but no complete message of", "in any framing"}, {"flag"}},
+    {"decode --framing flag --config small.cfg marks.stp",
+     1,
+     {"--framing flag finds no message", "auto would choose marker-last (100.0 % of 2 messages"},
+     {"traffic"}},
+    {"decode --framing marker-last marks.stp", 0, {}, {"would choose"}},
     {"info missing", 2, {"missing: cannot open"}, {}},
     {"info .", 2, {"is a directory"}, {}},
     {"info - < bad.tdf", 2, {"standard input: is a trace data file", "found by seeking"}, {}},
