@@ -9,6 +9,7 @@
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
+#include <exception>
 #include <map>
 #include <span>
 #include <string>
@@ -154,6 +155,17 @@ bool DecodeOneMessage(CDecoderUnitIF& unit) {
   return PrintRow(columns, std::span(output).first(produced));
 }
 
+// The debug log is the host's to open, once and before other threads log. It stays closed unless
+// the environment asks for it, and throws if it cannot be opened.
+void OpenDebugLog(void* plugin) {
+  const auto open = reinterpret_cast<void (*)()>(dlsym(plugin, "_Z14debug_log_initv"));
+  try {
+    if (open != nullptr) open();
+  } catch (const std::exception& error) {
+    std::fprintf(stderr, "no debug log: %s\n", error.what());
+  }
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -168,6 +180,7 @@ int main(int argc, char** argv) {
     std::fprintf(stderr, "%s is not a decoder plug-in\n", argv[1]);
     return 2;
   }
+  OpenDebugLog(plugin);
   void* unit = create();
   const bool decoded = DecodeOneMessage(*static_cast<CDecoderUnitIF*>(unit));
   destroy(unit);

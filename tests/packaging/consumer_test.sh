@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# Installs the build into an empty folder and builds a stranger's program against it, once through the
-# CMake package and once through pkg-config; runs both, and the installed tool. Compiles every installed
+# Installs the build into an empty folder and builds a stranger's programs against it, through the CMake
+# package, through pkg-config and with nothing but dlopen; runs them, and the installed tool. Compiles every installed
 # header alone.
 # usage: consumer_test.sh BUILD_FOLDER WORK_FOLDER [COMPILER_FLAGS]
 set -euo pipefail
@@ -24,11 +24,20 @@ cmake -G Ninja -S "$here/consumer" -B "$work/cmake" -DCMAKE_PREFIX_PATH="$work/r
 cmake --build "$work/cmake" >>"$work/cmake.log"
 LD_LIBRARY_PATH=$libdir "$work/cmake/consumer"
 
-export PKG_CONFIG_PATH=$libdir/pkgconfig
-# shellcheck disable=SC2046,SC2086  # word splitting is wanted
-c++ -std=c++20 $flags "$here"/consumer/*.cpp -o "$work/by_pkg_config" \
-  $(pkg-config --cflags --libs qbt2-host)
-LD_LIBRARY_PATH=$libdir "$work/by_pkg_config"
+# The lines of docs/use/install.md; a function only adds the sanitizer's flags.
+c++() { command c++ $flags "$@"; }  # shellcheck disable=SC2086
+cc() { command cc $flags "$@"; }    # shellcheck disable=SC2086
+cp "$here"/../../examples/{decode_capture.cpp,c_host.c,*.expected,three_messages.*} "$work"
+cd "$work"
+export PKG_CONFIG_PATH=$libdir/pkgconfig LD_LIBRARY_PATH=$libdir
+# shellcheck disable=SC2046  # word splitting is wanted
+{
+c++ -std=c++20 decode_capture.cpp -o decode_capture $(pkg-config --cflags --libs qbt2-host)
+cc c_host.c -o c_host
+}
+./decode_capture three_messages.stp three_messages.stp.cfg | diff decode_capture.expected -
+./c_host "$(pkg-config --variable=plugin qbt2-decoder)" | diff c_host.expected -
+unset LD_LIBRARY_PATH
 
 # Found through its own path, without any help of the environment.
 "$work/root/bin/qbt2" columns --format jsonl | grep -c '"key"' | grep -qx 45
