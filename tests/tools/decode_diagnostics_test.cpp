@@ -515,20 +515,6 @@ TEST_F(DecodeDiagnostics, TheProgressBarIsDrawnOnlyWhereItIsWanted) {
   EXPECT_EQ(elsewhere.err.find('\r'), std::string::npos) << elsewhere.err;
 }
 
-// ---- help ----
-
-TEST(ToolHelp, EveryCommandHasHelp) {
-  for (const std::string command : {"decode", "columns", "generate", "tdf", "info"}) {
-    EXPECT_THAT(run_tool({"--help"}).out, HasSubstr("\n  " + command + " "));
-    const ToolResult result = run_tool({command, "--help"});
-    EXPECT_EQ(result.status, 0) << command;
-    EXPECT_EQ(result.err, "") << command;
-    EXPECT_THAT(result.out, AllOf(HasSubstr("--help"), Not(HasSubstr("\033")))) << command;
-  }
-  EXPECT_THAT(run_tool({"--version"}).out, StartsWith("qbt2 "));
-  EXPECT_EQ(run_tool(std::vector<std::string>{}).status, 2);
-}
-
 TEST(ColumnsCommand, ListsTheCatalogue) {
   const auto table = lines_of(run_tool({"columns"}).out);
   ASSERT_EQ(table.size(), 46U);

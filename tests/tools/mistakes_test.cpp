@@ -1,4 +1,6 @@
 // Typical mistakes at the command line: what the program says, and that nothing is left behind.
+#include <cstring>
+
 #include "tests/tools/tool_test.h"
 
 namespace qbt2::test {
@@ -103,23 +105,54 @@ const Mistake kMistakes[] = {
     {"decode small.stp --columns Bytes,bytes", 2, {"'Bytes' is named twice"}, {}},
 
     // ---- numbers ----
-    {"decode small.stp --limit ten", 2, {"--limit: 'ten' is not a number (decimal"}, {}},
+    {"decode small.stp --limit ten", 2, {"--limit: 'ten' is not a number (decimal or"}, {}},
     {"decode small.stp --limit -1", 2, {"--limit: '-1' is not a number"}, {}},
     {"decode small.stp --limit 0x", 2, {"--limit: '0x' is not a number"}, {}},
-    {"decode small.stp --limit 18446744073709551616", 2, {"18446744073709551616 is too large"}, {}},
-    {"decode small.stp --master 0x10000", 2, {"--master: 0x10000 is too large"}, {}},
-    {"decode small.stp --atb-id 0x70", 2, {"--atb-id: 0x70 is too large (at most 111)"}, {}},
+    {"decode small.stp --limit 10q", 2, {"--limit: '10q' is not a number", "k, M, G"}, {}},
+    {"decode small.stp --limit 18446744073709551616", 2, {"is too large (at most 1844"}, {}},
+    {"decode small.stp --limit 18446744073709552k", 2, {"'18446744073709552k' is too large"}, {}},
+    {"decode small.stp --limit 0x2k --framing flag", 0, {}, {"qbt2"}},
+    {"decode small.stp --clock-hz 200M --framing flag", 0, {}, {"qbt2"}},
+    {"decode small.stp --master 0x10000", 2, {"--master: ", "0x10000"}, {}},
+    {"decode small.stp --atb-id 0x70", 2, {"--atb-id: '0x70' is too large (at most 111)"}, {}},
     {"decode small.stp --atb-id 0", 2, {"--atb-id: 0 is the null trace ID"}, {}},
-    {"decode small.stp --clock-hz 0", 2, {"--clock-hz: at least 1"}, {}},
-    {"decode small.stp --threads 0", 2, {"--threads: at least 1"}, {}},
-    {"decode small.stp --threads 257", 2, {"--threads: 257 is too large (at most 256)"}, {}},
+    {"decode small.stp --clock-hz 0", 2, {"--clock-hz: '0' is too small (at least 1)"}, {}},
+    {"decode small.stp --threads 0", 2, {"--threads: '0' is too small (at least 1)"}, {}},
+    {"decode small.stp --threads 257", 2, {"--threads: '257' is too large (at most 256)"}, {}},
+    {"generate -o x --damage 1M1", 2, {"--damage: '1M1' is not a number"}, {}},
+
+    // ---- words that the program does not know ----
+    {"", 2, {"no command given; the commands are decode, columns"}, {}},
+    {"decod small.stp", 2, {"unknown command 'decod'; the nearest is 'decode'"}, {}},
+    {"help", 2, {"unknown command 'help'; the commands are decode, "}, {"nearest"}},
+    {"tdf", 2, {"no command given; the commands are list, show"}, {}},
+    {"tdf lst x.tdf", 2, {"unknown command 'lst'; the nearest is 'list'"}, {}},
+    {"decode small.stp --colums=kind", 2, {"option '--colums'; the nearest is '--columns'"}, {}},
+    {"decode small.stp -limit 3", 2, {"option '-limit'; the nearest is '--limit'"}, {}},
+    {"decode small.stp --nonsense", 2, {"'--nonsense'; see qbt2 decode --help"}, {"nearest"}},
+    {"generate --outptu x", 2, {"'--outptu'; the nearest is '--output'"}, {"missing"}},
+    {"--limit 3 decode small.stp", 2, {"the option --limit goes after 'qbt2 decode'"}, {}},
+    {"info small.stp text", 2, {"unexpected argument 'text'; see qbt2 info --help"}, {}},
+    {"decode", 2, {"CAPTURE is missing; see qbt2 decode --help"}, {}},
+    {"decode small.stp --input wav", 2, {"--input: 'wav' is not one of auto, samples"}, {"near"}},
+    {"decode small.stp --format csb", 2, {"--format: 'csb' is not", "nearest is 'csv'"}, {}},
+    {"generate -o", 2, {"--output: needs a value"}, {}},
+    {"decode small.stp --config --limit 3", 2, {"--config: needs a value before --limit"}, {}},
+    {"decode small.stp --limit 1 --limit 2", 2, {"--limit: is given more than once"}, {}},
+    {"decode small.stp --stats=maybe", 2, {"--stats: takes no value"}, {}},
+    {"decode small.stp --columns ''", 2, {"--columns: empty value"}, {}},
+    {"decode small.stp --config ''", 2, {"--config: empty value"}, {}},
+    {"decode small.stp --plugin ''", 2, {"--plugin: empty value"}, {}},
+    {"generate -o ''", 2, {"--output: empty value"}, {}},
+    {"decode ''", 2, {"CAPTURE: empty value"}, {}},
 };
 
 class Mistakes : public ToolTest {
  protected:
-  ToolResult run(const char* line) const {
+  ToolResult run(const char* line, const std::string& output = {}) const {
     ToolRun run;
     run.folder = folder_;
+    run.output = output;
     std::istringstream words(line);
     for (std::string word; words >> word;) {
       if (word == "<" && words >> word) {
@@ -146,6 +179,77 @@ TEST_F(Mistakes, AreExplainedInOneLine) {
     EXPECT_EQ(lines_of(result.err).size(), 1U) << result.err;
     EXPECT_EQ(result.out, "");
     EXPECT_EQ(names(), files_before);
+  }
+}
+
+// ---- help ----
+
+/// The lines of a command's help after `heading`, up to the next empty one, without their blanks.
+std::vector<std::string> lines_below(const std::string& heading, const std::string& help) {
+  std::vector<std::string> lines;
+  bool below = false;
+  for (const std::string& line : lines_of(help)) {
+    if (below && line.empty()) break;
+    if (below) lines.push_back(line.substr(2));
+    below |= line == heading;
+  }
+  return lines;
+}
+
+/// Every command, from the help of the one above it, with its help.
+void collect_help(const std::string& command, std::map<std::string, std::string>& all) {
+  ToolRun run;
+  std::istringstream words(command);
+  for (std::string word; words >> word;) run.arguments.push_back(word);
+  run.arguments.emplace_back("--help");
+  const ToolResult result = run_tool(run);
+  EXPECT_EQ(result.status, 0) << command;
+  EXPECT_EQ(result.err, "") << command;
+  all[command] = result.out;
+  for (const std::string& line : lines_below("Commands:", result.out)) {
+    if (line.front() != ' ') collect_help(command + " " + line.substr(0, line.find(' ')), all);
+  }
+}
+
+TEST_F(Mistakes, HelpFitsATerminalAndItsExamplesWork) {
+  std::map<std::string, std::string> help;
+  collect_help("", help);
+  EXPECT_EQ(help.size(), 12U);
+  generate("soc.stp", {"--messages", "10"});
+  for (const char* name : {"notes.txt", "plan.pdf", "soc.tdf"}) put(name, "TDF2");
+  ASSERT_EQ(run("tdf add soc.tdf --settings soc.stp.cfg").status, 0);
+  for (const auto& [command, text] : help) {
+    for (const std::string& line : lines_of(text)) EXPECT_LE(line.size(), 80U) << command << line;
+    EXPECT_THAT(
+        lines_below("Exit status:", text),
+        testing::Contains("2  wrong usage, or a file that could not be opened, read or written"));
+    const std::vector<std::string> examples = lines_below("Examples:", text);
+    EXPECT_EQ(examples.size(), 2U) << command;
+    for (const std::string& example : examples) {
+      // These replace no file.
+      const bool captures = example.starts_with("qbt2 generate -o soc.stp");
+      const bool tdf = example.starts_with("qbt2 tdf create");
+      if (captures) std::filesystem::remove(at("soc.stp"));
+      if (captures) std::filesystem::remove(at("soc.stp.cfg"));
+      if (tdf) std::filesystem::remove(at("soc.tdf"));
+      const ToolResult result = run(example.c_str() + std::strlen("qbt2 "));
+      EXPECT_EQ(result.status, 0) << example << result.err;
+    }
+  }
+  EXPECT_EQ(run_tool({"--version"}).out, "qbt2 " QBT2_VERSION "\n");
+}
+
+/// What does not reach the reader is not "done", whichever command wrote it.
+TEST_F(Mistakes, AFullDiskIsReported) {
+  const std::string capture = generate("soc.stp", {"--messages", "10"});
+  ASSERT_EQ(run_tool({"tdf", "create", at("soc.tdf"), "--settings", capture + ".cfg"}).status, 0);
+  for (const char* line :
+       {"--help", "--version", "decode --help", "columns", "info soc.stp", "decode soc.stp",
+        "decode soc.stp --format csv", "generate -o -", "tdf show soc.tdf", "tdf list soc.tdf",
+        "tdf verify soc.tdf", "tdf extract soc.tdf STMDECODERINFO"}) {
+    const ToolResult result = run(line, "/dev/full");
+    EXPECT_EQ(result.status, 2) << line;
+    EXPECT_THAT(result.err, HasSubstr("qbt2: standard output: No space left on device\n")) << line;
   }
 }
 

@@ -97,6 +97,9 @@ pid_t start(const ToolRun& run, int in, int out, int err) {
   posix_spawn_file_actions_adddup2(&actions, in, STDIN_FILENO);
   posix_spawn_file_actions_adddup2(&actions, out, STDOUT_FILENO);
   posix_spawn_file_actions_adddup2(&actions, err, STDERR_FILENO);
+  if (!run.output.empty()) {
+    posix_spawn_file_actions_addopen(&actions, STDOUT_FILENO, run.output.c_str(), O_WRONLY, 0);
+  }
   if (!run.folder.empty()) posix_spawn_file_actions_addchdir_np(&actions, run.folder.c_str());
   // This process ignores SIGPIPE; the program must prove that it copes with its default.
   sigset_t reset;

@@ -14,6 +14,7 @@ struct ToolRun {
   std::vector<std::string> arguments;
   std::string input;   ///< on standard input, which then ends
   std::string folder;  ///< to run in; empty: this process's
+  std::string output;  ///< a file for standard output; empty: a pipe, whose text is returned
   /// "NAME=VALUE", added to this process's variables or replacing them.
   std::vector<std::string> environment;
   /// Stop reading standard output after this many bytes, as `| head` does.

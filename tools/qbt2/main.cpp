@@ -2,7 +2,6 @@
 #include <unistd.h>
 
 #include <CLI/CLI.hpp>
-#include <cstdio>
 #include <cstdlib>
 #include <exception>
 #include <sstream>
@@ -11,9 +10,11 @@
 
 #include "host/base/error.h"
 #include "tools/qbt2/cli/command.h"
+#include "tools/qbt2/cli/help.h"
 #include "tools/qbt2/cli/message.h"
 #include "tools/qbt2/cli/printer.h"
 #include "tools/qbt2/cli/signals.h"
+#include "tools/qbt2/cli/usage_error.h"
 #include "tools/qbt2/commands/columns_command.h"
 #include "tools/qbt2/commands/decode_command.h"
 #include "tools/qbt2/commands/generate_command.h"
@@ -23,13 +24,6 @@
 namespace {
 
 using qbt2::tool::Command;
-
-int run_chosen(const std::vector<Command>& commands) {
-  for (const Command& command : commands) {
-    if (command.app->parsed()) return command.run();
-  }
-  return qbt2::tool::kExitFailed;
-}
 
 /// A stream that the caller has closed (`2>&-`) would give its number to the next file opened, and
 /// messages would end up in a capture. Opened the wrong way round, so that its use still fails.
@@ -41,19 +35,21 @@ void open_missing_standard_streams() {
   }
 }
 
-/// CLI11's own answer, with its many exit codes folded into ours: help and version are fine,
-/// everything else is a mistake in the call.
-int exit_for_parse(const CLI::App& app, const CLI::ParseError& error) {
-  std::ostringstream out;
-  std::ostringstream err;
-  const int status = app.exit(error, out, err);
-  std::fputs(out.str().c_str(), stdout);
-  // The arguments in it may be names that a shell has found in a folder.
-  std::istringstream lines(err.str());
-  for (std::string line; std::getline(lines, line);) {
-    std::fputs((qbt2::tool::shown(line) + "\n").c_str(), stderr);
-  }
-  return status == 0 ? qbt2::tool::kExitOk : qbt2::tool::kExitFailed;
+void print(const std::string& text) {
+  qbt2::tool::Printer printer("-");
+  printer.print(text);
+  printer.finish();
+}
+
+/// Runs the command that the arguments name; --help and --version are answers of their own.
+int run(CLI::App& app, const std::vector<Command>& commands, int argc, char** argv) try {
+  app.parse(argc, argv);
+  return qbt2::tool::run_chosen(commands);
+} catch (const CLI::Success& answer) {
+  std::ostringstream text;
+  app.exit(answer, text, text);
+  print(text.str());
+  return qbt2::tool::kExitOk;
 }
 
 }  // namespace
@@ -62,18 +58,24 @@ int main(int argc, char** argv) {
   open_missing_standard_streams();
   qbt2::tool::set_up_signals();
   CLI::App app{"Decodes QB Tracer 2 bus traffic from STP captures into rows.", "qbt2"};
-  app.set_version_flag("--version", "qbt2 " QBT2_VERSION);
+  qbt2::tool::set_up_help(app);
+  app.set_version_flag("--version", "qbt2 " QBT2_VERSION, "Print the version and exit");
   app.require_subcommand(1);
   const std::vector<Command> commands = {
       qbt2::tool::add_decode_command(app),   qbt2::tool::add_columns_command(app),
       qbt2::tool::add_generate_command(app), qbt2::tool::add_tdf_command(app),
       qbt2::tool::add_info_command(app),
   };
+  qbt2::tool::end_help(app,
+                       {"qbt2 generate -o soc.stp --messages 100k",
+                        "qbt2 decode soc.stp --config soc.stp.cfg --limit 20"},
+                       {0, 1, 2});
   try {
-    app.parse(argc, argv);
-    return run_chosen(commands);
+    return run(app, commands, argc, argv);
+  } catch (const qbt2::tool::ReaderGone&) {
+    return qbt2::tool::kExitOk;
   } catch (const CLI::ParseError& error) {
-    return exit_for_parse(app, error);
+    qbt2::tool::print_message(qbt2::tool::usage_error_text(app, error));
   } catch (const qbt2::Error& error) {
     qbt2::tool::print_message(error.what());
   } catch (const std::exception& error) {

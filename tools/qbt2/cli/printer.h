@@ -10,7 +10,7 @@
 /// the reader has gone. One thread.
 namespace qbt2::tool {
 
-/// Thrown when the reader of the output has gone. It ends a run quietly, with status 0.
+/// Thrown when the reader of the output has gone. main() ends the run quietly, with status 0.
 struct ReaderGone {};
 
 class Printer {

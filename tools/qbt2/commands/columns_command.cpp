@@ -5,9 +5,10 @@
 #include <string>
 
 #include "host/base/error.h"
-#include "host/base/output_file.h"
 #include "host/base/standard_output.h"
 #include "host/decode/decoder_library.h"
+#include "tools/qbt2/cli/help.h"
+#include "tools/qbt2/cli/options.h"
 #include "tools/qbt2/cli/plugin_guard.h"
 #include "tools/qbt2/cli/printer.h"
 #include "tools/qbt2/commands/json_list.h"
@@ -66,11 +67,9 @@ int run_columns(const ColumnsArguments& arguments) {
   const DecoderLibrary library(arguments.plugin);
   const DecoderLibrary::Unit unit = library.create_unit();
   const ColumnCatalogue catalogue = read_catalogue(*unit);
-  OutputFile output("-");
-  // A closed pipe is not a failure.
-  if (output.write(arguments.format == "jsonl" ? as_jsonl(catalogue) : as_table(catalogue))) {
-    output.commit();
-  }
+  Printer printer("-");
+  printer.print(arguments.format == "jsonl" ? as_jsonl(catalogue) : as_table(catalogue));
+  printer.finish();
   return kExitOk;
 }
 
@@ -80,11 +79,13 @@ Command add_columns_command(CLI::App& root) {
   CLI::App* const app = root.add_subcommand("columns", "List the columns of the plug-in's rows");
   const auto arguments = std::make_shared<ColumnsArguments>();
   app->add_option("--format", arguments->format, "Output format: table or jsonl")
-      ->check(CLI::IsMember({"table", "jsonl"}))
+      ->check(one_of({"table", "jsonl"}))
       ->capture_default_str();
   app->add_option("--plugin", arguments->plugin, "The decoder plug-in to load")
+      ->type_name(kFileValue)
       ->capture_default_str();
-  refuse_empty_values(*app);
+  check_values(*app);
+  end_help(*app, {"qbt2 columns", "qbt2 columns --format jsonl"}, {kExitOk, kExitFailed});
   return {app, [arguments] { return run_columns(*arguments); }};
 }
 

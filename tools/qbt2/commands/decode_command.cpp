@@ -9,6 +9,7 @@
 #include "host/base/standard_output.h"
 #include "host/decode/pipeline.h"
 #include "host/decode/text_sink.h"
+#include "tools/qbt2/cli/help.h"
 #include "tools/qbt2/cli/plugin_guard.h"
 #include "tools/qbt2/cli/reporter.h"
 #include "tools/qbt2/cli/terminal.h"
@@ -70,6 +71,10 @@ Command add_decode_command(CLI::App& root) {
   CLI::App* const app = root.add_subcommand("decode", "Decode captures into rows of bus traffic");
   const auto arguments = std::make_shared<DecodeArguments>();
   arguments->add_to(*app);
+  end_help(*app,
+           {"qbt2 decode soc.stp --config soc.stp.cfg --limit 20",
+            "qbt2 decode soc.stp --config soc.stp.cfg --format csv -o soc.csv"},
+           {kExitOk, kExitDamaged, kExitFailed});
   return {app, [arguments] { return run_decode(*arguments); }};
 }
 

@@ -10,6 +10,7 @@
 #include "host/decode/decoder_library.h"
 #include "tools/qbt2/cli/command.h"
 #include "tools/qbt2/cli/numbers.h"
+#include "tools/qbt2/cli/options.h"
 #include "tools/qbt2/cli/terminal.h"
 
 namespace qbt2::tool {
@@ -61,16 +62,15 @@ std::vector<std::uint16_t> parse_masters(const std::vector<std::string>& texts) 
   std::vector<std::uint16_t> masters;
   masters.reserve(texts.size());
   for (const std::string& text : texts) {
-    masters.push_back(static_cast<std::uint16_t>(parse_number("--master", text, kLargestMaster)));
+    masters.push_back(
+        static_cast<std::uint16_t>(parse_number("--master", text, {.most = kLargestMaster})));
   }
   return masters;
 }
 
 unsigned parse_threads(const std::string& text) {
   if (text.empty()) return 0;  // one for each core
-  const auto threads = static_cast<unsigned>(parse_number("--threads", text, kMostThreads));
-  refuse(threads == 0, "--threads: at least 1");
-  return threads;
+  return static_cast<unsigned>(parse_number("--threads", text, {.least = 1, .most = kMostThreads}));
 }
 
 }  // namespace
@@ -80,43 +80,50 @@ void DecodeArguments::add_to(CLI::App& app) {
   app.add_option("CAPTURE", captures, "Captures to decode in this order; - is standard input")
       ->required();
   app.add_option("--input", input, "What the captures are: auto, samples, stp or frames")
-      ->check(CLI::IsMember({"auto", "samples", "stp", "frames"}))
+      ->check(one_of({"auto", "samples", "stp", "frames"}))
       ->capture_default_str();
   app.add_option(
-      "--atb-id", atb_id,
-      "Frames: the source to decode, 1 to 0x6F (default: the setting ATBID, else the only one)");
+         "--atb-id", atb_id,
+         "Frames: the source to decode, 1 to 0x6F (default: the setting ATBID, else the only one)")
+      ->type_name(kNumberValue);
   app.add_option("--framing", framing,
                  "How a message ends: auto, flag, marker-first, marker-last or timestamp-last")
-      ->check(CLI::IsMember({"auto", "flag", "marker-first", "marker-last", "timestamp-last"}))
+      ->check(one_of({"auto", "flag", "marker-first", "marker-last", "timestamp-last"}))
       ->capture_default_str();
   app.add_option("--config", config,
-                 "Settings that name the masters: a .tdf, or lines of KEY=VALUE");
-  app.add_option("--device", device, "Device description (JSON) that answers for the device model");
+                 "Settings that name the masters: a .tdf, or lines of KEY=VALUE")
+      ->type_name(kFileValue);
+  app.add_option("--device", device, "Device description (JSON) that answers for the device model")
+      ->type_name(kFileValue);
   app.add_option("--master", masters,
                  "Rows of this master only, by its full id; repeat for more (default: all)")
       ->allow_extra_args(false);
-  app.add_option("--clock-hz", clock_hz,
-                 "Rate of the STP timestamps where no FREQ packet gives it");
+  app.add_option("--clock-hz", clock_hz, "Rate of the STP timestamps where no FREQ packet gives it")
+      ->type_name(kNumberValue);
   app.add_option(
          "--format", format,
          "How to write rows: table, csv, jsonl or none (count only) (default: by the suffix "
          "of -o, .csv or .jsonl, else table)")
-      ->check(CLI::IsMember({"table", "csv", "jsonl", "none"}));
+      ->check(one_of({"table", "csv", "jsonl", "none"}));
   app.add_option("-o,--output", output, "Where to write rows; - is standard output")
+      ->type_name(kFileValue)
       ->capture_default_str();
   app.add_option("--columns", columns,
                  "Fields to write, separated by commas (see qbt2 columns for their keys)");
   app.add_flag("--hex", hex, "Addresses as 0x... in CSV and JSON lines, as in the table");
   app.add_flag("--csv-safe", csv_safe,
                "CSV: a ' before texts that a spreadsheet would run as a formula");
-  app.add_option("--limit", limit, "Stop after this many rows");
+  app.add_option("--limit", limit, "Stop after this many rows")->type_name(kNumberValue);
   app.add_flag("--stats", stats, "Print statistics of the run on standard error");
-  app.add_option("--plugin", plugin, "The decoder plug-in to load")->capture_default_str();
-  app.add_option("--progress", progress, "Progress bar on standard error: auto, always or never")
-      ->check(CLI::IsMember({"auto", "always", "never"}))
+  app.add_option("--plugin", plugin, "The decoder plug-in to load")
+      ->type_name(kFileValue)
       ->capture_default_str();
-  app.add_option("--threads", threads, "Threads to decode with (default: one a core)");
-  refuse_empty_values(app);
+  app.add_option("--progress", progress, "Progress bar on standard error: auto, always or never")
+      ->check(one_of({"auto", "always", "never"}))
+      ->capture_default_str();
+  app.add_option("--threads", threads, "Threads to decode with (default: one a core)")
+      ->type_name(kNumberValue);
+  check_values(app);
 }
 
 std::string output_format(const DecodeArguments& arguments) {
@@ -135,13 +142,12 @@ DecodeRequest request_from(const DecodeArguments& arguments) {
   request.input = by_name<CaptureFormat, kCaptureFormatCount>(arguments.input, capture_format_name);
   request.framing = by_name<Framing, kFramingCount>(arguments.framing, framing_name);
   if (!arguments.atb_id.empty()) {
-    request.source_id =
-        static_cast<std::uint8_t>(parse_number("--atb-id", arguments.atb_id, kLargestTraceId));
+    request.source_id = static_cast<std::uint8_t>(
+        parse_number("--atb-id", arguments.atb_id, {.most = kLargestTraceId}));
     refuse(request.source_id == 0, "--atb-id: 0 is the null trace ID (padding), not a source");
   }
   if (!arguments.clock_hz.empty()) {
-    request.clock_hz = parse_number("--clock-hz", arguments.clock_hz);
-    refuse(request.clock_hz == 0, "--clock-hz: at least 1");
+    request.clock_hz = parse_number("--clock-hz", arguments.clock_hz, {.least = 1});
   }
   request.config = arguments.config;
   request.device = arguments.device;

@@ -14,6 +14,7 @@
 #include "host/device/device_session.h"
 #include "host/tdf/section_text_check.h"
 #include "host/tdf/trace_file.h"
+#include "tools/qbt2/cli/options.h"
 #include "tools/qbt2/commands/capture_info_json.h"
 
 namespace qbt2::tool {

@@ -12,6 +12,7 @@
 #include "host/base/error.h"
 #include "host/base/output_file.h"
 #include "host/generate/capture_generator.h"
+#include "tools/qbt2/cli/help.h"
 #include "tools/qbt2/cli/message.h"
 #include "tools/qbt2/cli/printer.h"
 #include "tools/qbt2/commands/generate_options.h"
@@ -65,7 +66,7 @@ void write_or_stop(OutputFile& file, std::string_view bytes) {
   if (!file.write(bytes)) throw ReaderGone();
 }
 
-int run_generate(const CLI::App& app, const GenerateArguments& arguments) try {
+int run_generate(const CLI::App& app, const GenerateArguments& arguments) {
   const GeneratorOptions options = arguments.checked(app);
   CaptureGenerator generator(options);
   const std::string settings = settings_path(arguments);
@@ -81,8 +82,6 @@ int run_generate(const CLI::App& app, const GenerateArguments& arguments) try {
   capture.commit();
   print_summary(summary, options.traffic.clock_hz);
   return kExitOk;
-} catch (const ReaderGone&) {
-  return kExitOk;
 }
 
 }  // namespace
@@ -92,6 +91,10 @@ Command add_generate_command(CLI::App& root) {
       root.add_subcommand("generate", "Write a synthetic capture and the settings to decode it");
   const auto arguments = std::make_shared<GenerateArguments>();
   arguments->add_to(*app);
+  end_help(*app,
+           {"qbt2 generate -o soc.stp --messages 100k",
+            "qbt2 generate -o frames.stp --input frames --size 2Mi --damage 3"},
+           {kExitOk, kExitFailed});
   return {app, [app, arguments] { return run_generate(*app, *arguments); }};
 }
 

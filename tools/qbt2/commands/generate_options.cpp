@@ -9,6 +9,7 @@
 #include "host/base/trace_id.h"
 #include "host/generate/damage_injector.h"
 #include "tools/qbt2/cli/numbers.h"
+#include "tools/qbt2/cli/options.h"
 
 namespace qbt2::tool {
 namespace {
@@ -37,36 +38,17 @@ Enum by_name(int count, std::string_view (*name_of)(Enum), std::string_view name
   return static_cast<Enum>(i);
 }
 
-/// A number with a suffix: k, M, G for powers of 1000, Ki, Mi, Gi for powers of 1024.
-std::uint64_t parse_amount(const std::string& option, const std::string& text) {
-  struct Suffix {
-    std::string_view text;
-    std::uint64_t factor;
-  };
-  static constexpr std::array<Suffix, 6> kSuffixes = {{{"Ki", std::uint64_t{1} << 10},
-                                                       {"Mi", std::uint64_t{1} << 20},
-                                                       {"Gi", std::uint64_t{1} << 30},
-                                                       {"k", 1'000},
-                                                       {"M", 1'000'000},
-                                                       {"G", 1'000'000'000}}};
-  for (const Suffix& suffix : kSuffixes) {
-    if (!text.ends_with(suffix.text)) continue;
-    const std::string digits = text.substr(0, text.size() - suffix.text.size());
-    return parse_number(option, digits, UINT64_MAX / suffix.factor) * suffix.factor;
-  }
-  return parse_number(option, text);
-}
-
 /// Ids and ranges of ids: 5, 0x20-0x27.
 std::vector<std::uint16_t> parse_masters(const std::vector<std::string>& items) {
   std::vector<std::uint16_t> masters;
   for (const std::string& item : items) {
     const std::size_t dash = item.find('-');
-    const std::uint64_t first = parse_number("--masters", item.substr(0, dash), kLargestMaster);
+    const std::uint64_t first =
+        parse_number("--masters", item.substr(0, dash), {.most = kLargestMaster});
     const std::uint64_t last =
         dash == std::string::npos
             ? first
-            : parse_number("--masters", item.substr(dash + 1), kLargestMaster);
+            : parse_number("--masters", item.substr(dash + 1), {.most = kLargestMaster});
     refuse(last < first, "--masters: the range " + item + " ends before it begins");
     for (std::uint64_t id = first; id <= last; ++id) {
       masters.push_back(static_cast<std::uint16_t>(id));
@@ -79,7 +61,7 @@ TrafficMix parse_mix(const std::string& text) {
   const std::vector<std::string_view> weights = split(text, ':');
   refuse(weights.size() != 3, "--mix: '" + text + "' is not three weights, such as 1:1:8");
   const auto weight = [&](std::size_t i) {
-    return static_cast<std::uint32_t>(parse_number("--mix", weights[i], kMostMixWeight));
+    return static_cast<std::uint32_t>(parse_number("--mix", weights[i], {.most = kMostMixWeight}));
   };
   return {weight(0), weight(1), weight(2)};
 }
@@ -110,69 +92,82 @@ GeneratorOptions GenerateArguments::checked(const CLI::App& app) const {
   options.traffic.masters = parse_masters(masters);
   options.traffic.mix = parse_mix(mix);
   if (!messages.empty()) {
-    options.messages = parse_amount("--messages", messages);
+    options.messages = parse_number("--messages", messages);
   }
-  if (!size.empty()) options.bytes = parse_amount("--size", size);
+  if (!size.empty()) options.bytes = parse_number("--size", size);
   if (messages.empty() && size.empty()) {
-    options.messages = parse_amount("--messages", kDefaultMessages);
+    options.messages = parse_number("--messages", kDefaultMessages);
   }
   options.format = by_name<CaptureFormat>(kCaptureFormatCount, capture_format_name, input);
   options.encoding.framing = by_name<Framing>(kFramingCount, framing_name, framing);
   options.encoding.timestamps = by_name<TimestampUse>(kTimestampUses, timestamps);
   options.encoding.coding = by_name<StpTimestampCoding>(kCodings, timestamp_coding);
-  options.encoding.async_every = parse_amount("--async-every", async_every);
+  options.encoding.async_every = parse_number("--async-every", async_every);
   options.frequency_packet = !no_freq;
   options.damaged_places =
-      static_cast<std::uint32_t>(parse_number("--damage", damage, kMostDamagedPlaces));
+      static_cast<std::uint32_t>(parse_number("--damage", damage, {.most = kMostDamagedPlaces}));
   if (!atb_id.empty()) {
-    options.atb_id = static_cast<std::uint8_t>(parse_number("--atb-id", atb_id, kLargestTraceId));
+    options.atb_id =
+        static_cast<std::uint8_t>(parse_number("--atb-id", atb_id, {.most = kLargestTraceId}));
   }
-  options.other_sources =
-      static_cast<std::uint32_t>(parse_number("--other-sources", other_sources, kMostOtherSources));
+  options.other_sources = static_cast<std::uint32_t>(
+      parse_number("--other-sources", other_sources, {.most = kMostOtherSources}));
   return options;
 }
 
 void GenerateArguments::add_to(CLI::App& app) {
-  app.add_option("-o,--output", output, "The capture to write; - is standard output")->required();
+  app.add_option("-o,--output", output, "The capture to write; - is standard output")
+      ->type_name(kFileValue)
+      ->required();
   app.add_option(
-      "--settings", settings,
-      "The settings to decode it with --config (default: the capture's name with .cfg appended)");
+         "--settings", settings,
+         "The settings to decode it with --config (default: the capture's name with .cfg appended)")
+      ->type_name(kFileValue);
   app.add_option("--messages", messages,
-                 std::string("Messages to write; suffixes k, M, G, Ki, Mi, Gi (default: ") +
-                     kDefaultMessages + ", or as many as --size needs)");
-  app.add_option("--size", size,
-                 "Bytes to write, rounded up to a whole message; suffixes as above");
+                 std::string("Messages to write (default: ") + kDefaultMessages +
+                     ", or as many as --size needs)")
+      ->type_name(kNumberValue);
+  app.add_option("--size", size, "Bytes to write, rounded up to a whole message")
+      ->type_name(kNumberValue);
   app.add_option("--seed", seed, "Equal seeds and options give equal captures")
+      ->type_name(kNumberValue)
       ->capture_default_str();
   app.add_option("--input", input, "Format of the capture: stp, frames or samples")
-      ->check(CLI::IsMember({"stp", "frames", "samples"}))
+      ->check(one_of({"stp", "frames", "samples"}))
       ->capture_default_str();
   app.add_option("--framing", framing,
                  "How messages end: flag, marker-last, timestamp-last or marker-first")
-      ->check(CLI::IsMember({"flag", "marker-last", "timestamp-last", "marker-first"}))
+      ->check(one_of({"flag", "marker-last", "timestamp-last", "marker-first"}))
       ->capture_default_str();
   app.add_option("--masters", masters, "STP master ids and ranges of ids, such as 5,0x20-0x27,300")
       ->delimiter(',');
   app.add_option("--mix", mix, "Shares of throughput:latency:transaction messages")
       ->capture_default_str();
   app.add_option("--timestamps", timestamps, "Messages with a timestamp: every, some or none")
-      ->check(CLI::IsMember({"every", "some", "none"}))
+      ->check(one_of({"every", "some", "none"}))
       ->capture_default_str();
   app.add_option("--timestamp-coding", timestamp_coding,
                  "Coding of the timestamps: natural, gray or delta")
-      ->check(CLI::IsMember({"natural", "gray", "delta"}))
+      ->check(one_of({"natural", "gray", "delta"}))
       ->capture_default_str();
   app.add_option("--clock-hz", clock_hz, "Rate of the bus clock and of the timestamps")
+      ->type_name(kNumberValue)
       ->capture_default_str();
   app.add_flag("--no-freq", no_freq, "Write no FREQ packets");
   app.add_option("--async-every", async_every,
                  "STP bytes from one ASYNC packet to the next; 0: only at the beginning")
+      ->type_name(kNumberValue)
       ->capture_default_str();
-  app.add_option("--damage", damage, "Number of places to damage")->capture_default_str();
-  app.add_option("--atb-id", atb_id, "Frames: trace ID of the source, 1 to 0x6F (default: 0x10)");
+  app.add_option("--damage", damage, "Number of places to damage")
+      ->type_name(kNumberValue)
+      ->capture_default_str();
+  app.add_option("--atb-id", atb_id, "Frames: trace ID of the source, 1 to 0x6F (default: 0x10)")
+      ->type_name(kNumberValue);
   app.add_option("--other-sources", other_sources, "Frames: number of other trace sources")
+      ->type_name(kNumberValue)
       ->capture_default_str();
   app.add_flag("--force", force, "Replace an existing capture and its settings");
+  check_values(app);
 }
 
 }  // namespace qbt2::tool

@@ -4,6 +4,8 @@
 #include <string>
 #include <string_view>
 
+#include "tools/qbt2/cli/help.h"
+#include "tools/qbt2/cli/options.h"
 #include "tools/qbt2/cli/printer.h"
 #include "tools/qbt2/cli/reporter.h"
 #include "tools/qbt2/cli/terminal.h"
@@ -18,7 +20,7 @@ struct InfoArguments {
   std::string format = "text";
 };
 
-int run_info(const InfoArguments& arguments) try {
+int run_info(const InfoArguments& arguments) {
   InputFile input(arguments.file);
   Reporter reporter(wants_progress("auto", false));
   bool is_damaged = false;
@@ -42,8 +44,6 @@ int run_info(const InfoArguments& arguments) try {
   printer.print(arguments.format == "json" ? json_text(document, 2) + "\n" : outline(document));
   printer.finish();
   return is_damaged || info.is_bad ? kExitDamaged : kExitOk;
-} catch (const ReaderGone&) {
-  return kExitOk;
 }
 
 }  // namespace
@@ -53,9 +53,11 @@ Command add_info_command(CLI::App& root) {
   const auto arguments = std::make_shared<InfoArguments>();
   app->add_option("FILE", arguments->file, "Any input; - is standard input")->required();
   app->add_option("--format", arguments->format, "Output format: text or json")
-      ->check(CLI::IsMember({"text", "json"}))
+      ->check(one_of({"text", "json"}))
       ->capture_default_str();
-  refuse_empty_values(*app);
+  check_values(*app);
+  end_help(*app, {"qbt2 info soc.stp", "qbt2 info soc.stp --format json"},
+           {kExitOk, kExitDamaged, kExitFailed});
   return {app, [arguments] { return run_info(*arguments); }};
 }
 

@@ -1,4 +1,5 @@
 #include "tools/qbt2/commands/json_outline.h"
+#include "tools/qbt2/cli/options.h"
 
 #include <algorithm>
 

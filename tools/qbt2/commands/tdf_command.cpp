@@ -6,8 +6,10 @@
 #include <vector>
 
 #include "host/base/output_file.h"
+#include "tools/qbt2/cli/help.h"
 #include "tools/qbt2/cli/message.h"
 #include "tools/qbt2/cli/numbers.h"
+#include "tools/qbt2/cli/options.h"
 #include "tools/qbt2/cli/printer.h"
 #include "tools/qbt2/commands/tdf_subcommands.h"
 
@@ -70,9 +72,11 @@ Command add_list(CLI::App& tdf) {
   const auto arguments = std::make_shared<ListArguments>();
   app->add_option("FILE", arguments->file, "The trace data file")->required();
   app->add_option("--format", arguments->format, "Output format: table or json")
-      ->check(CLI::IsMember({"table", "json"}))
+      ->check(one_of({"table", "json"}))
       ->capture_default_str();
-  refuse_empty_values(*app);
+  check_values(*app);
+  end_help(*app, {"qbt2 tdf list soc.tdf", "qbt2 tdf list soc.tdf --format json"},
+           {kExitOk, kExitDamaged, kExitFailed});
   return {app, [arguments] { return run_list(*arguments); }};
 }
 
@@ -99,8 +103,13 @@ Command add_extract(CLI::App& tdf) {
   const auto arguments = std::make_shared<ExtractArguments>();
   app->add_option("FILE", arguments->file, "The trace data file")->required();
   app->add_option("-o,--output", arguments->output, "Output file; - is standard output")
+      ->type_name(kFileValue)
       ->capture_default_str();
   arguments->section.add_to(*app, "The section's name")->required();
+  end_help(*app,
+           {"qbt2 tdf extract soc.tdf STMDECODERINFO",
+            "qbt2 tdf extract soc.tdf STMDECODERINFO -o settings.cfg"},
+           {kExitOk, kExitDamaged, kExitFailed});
   return {app, [arguments] { return run_extract(*arguments); }};
 }
 
@@ -155,27 +164,22 @@ Command add_verify(CLI::App& tdf) {
   const auto arguments = std::make_shared<VerifyArguments>();
   app->add_option("FILE", arguments->file, "The trace data file")->required();
   app->add_option("--format", arguments->format, "Output format: text or json")
-      ->check(CLI::IsMember({"text", "json"}))
+      ->check(one_of({"text", "json"}))
       ->capture_default_str();
-  refuse_empty_values(*app);
+  check_values(*app);
+  end_help(*app, {"qbt2 tdf verify soc.tdf", "qbt2 tdf verify soc.tdf --format json"},
+           {kExitOk, kExitDamaged, kExitFailed});
   return {app, [arguments] { return run_verify(*arguments); }};
-}
-
-int run_chosen(const std::vector<Command>& commands) try {
-  for (const Command& command : commands) {
-    if (command.app->parsed()) return command.run();
-  }
-  return kExitFailed;
-} catch (const ReaderGone&) {
-  return kExitOk;
 }
 
 }  // namespace
 
 CLI::Option* SectionChoice::add_to(CLI::App& app, const std::string& description) {
-  CLI::Option* const versions = app.add_option(
-      "--section-version", version, "The section's version, if the file has several of that name");
-  refuse_empty_values(app);
+  CLI::Option* const versions =
+      app.add_option("--section-version", version,
+                     "The section's version, if the file has several of that name")
+          ->type_name(kNumberValue);
+  check_values(app);
   CLI::Option* const section = app.add_option("SECTION", name, description);
   versions->needs(section);
   return section;
@@ -184,7 +188,8 @@ CLI::Option* SectionChoice::add_to(CLI::App& app, const std::string& description
 const TraceSection& SectionChoice::find_in(const TraceFile& file) const {
   std::optional<std::uint32_t> wanted;
   if (!version.empty()) {
-    wanted = static_cast<std::uint32_t>(parse_number("--section-version", version, UINT32_MAX));
+    wanted = static_cast<std::uint32_t>(
+        parse_number("--section-version", version, {.most = UINT32_MAX}));
   }
   return file.find(*name, wanted);
 }
@@ -218,6 +223,8 @@ Command add_tdf_command(CLI::App& root) {
   app->require_subcommand(1);
   const std::vector<Command> commands = {add_list(*app),   add_tdf_show(*app),   add_extract(*app),
                                          add_verify(*app), add_tdf_create(*app), add_tdf_add(*app)};
+  end_help(*app, {"qbt2 tdf create soc.tdf --settings soc.stp.cfg", "qbt2 tdf list soc.tdf"},
+           {kExitOk, kExitDamaged, kExitFailed});
   return {app, [commands] { return run_chosen(commands); }};
 }
 

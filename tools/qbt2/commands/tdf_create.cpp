@@ -9,8 +9,10 @@
 #include "host/base/output_file.h"
 #include "host/tdf/section_sources.h"
 #include "host/tdf/trace_file_writer.h"
+#include "tools/qbt2/cli/help.h"
 #include "tools/qbt2/cli/message.h"
 #include "tools/qbt2/cli/numbers.h"
+#include "tools/qbt2/cli/options.h"
 #include "tools/qbt2/commands/tdf_subcommands.h"
 
 namespace qbt2::tool {
@@ -39,7 +41,7 @@ SectionFile parse_section(const std::string& text) {
   }
   const std::string version = text.substr(colon + 1, equals - colon - 1);
   return {text.substr(0, colon),
-          static_cast<std::uint32_t>(parse_number("--section", version, UINT32_MAX)),
+          static_cast<std::uint32_t>(parse_number("--section", version, {.most = UINT32_MAX})),
           text.substr(equals + 1)};
 }
 
@@ -93,13 +95,16 @@ int run_add(const BuildArguments& arguments) {
 }
 
 void add_section_options(CLI::App& app, BuildArguments& arguments) {
-  app.add_option("--settings", arguments.settings, "Settings: lines of NAME=VALUE");
+  app.add_option("--settings", arguments.settings, "Settings: lines of NAME=VALUE")
+      ->type_name(kFileValue);
   app.add_option("--config-type", arguments.config_type, "Kind of settings: arm, dsp or stm")
-      ->check(CLI::IsMember({"arm", "dsp", "stm"}))
+      ->check(one_of({"arm", "dsp", "stm"}))
       ->capture_default_str();
   app.add_option("--decoder-info", arguments.decoder,
-                 "Decoder information: DECODER, DATA_TYPE, DATA_FORMAT and ATBID lines");
-  app.add_option("--device-id", arguments.device, "Device identifier: the lines EMU to PROCMAP");
+                 "Decoder information: DECODER, DATA_TYPE, DATA_FORMAT and ATBID lines")
+      ->type_name(kFileValue);
+  app.add_option("--device-id", arguments.device, "Device identifier: the lines EMU to PROCMAP")
+      ->type_name(kFileValue);
   app.add_option("--section", arguments.sections,
                  "Any other section, as NAME:VERSION=FILE; may be repeated")
       ->allow_extra_args(false);
@@ -112,10 +117,15 @@ Command add_tdf_create(CLI::App& tdf) {
   const auto arguments = std::make_shared<BuildArguments>();
   app->add_option("FILE", arguments->file, "The trace data file to create (.tdf)")->required();
   app->add_option("--header", arguments->header,
-                  "Trace header: lines of KEY=VALUE (default: all texts empty, all numbers 0)");
+                  "Trace header: lines of KEY=VALUE (default: all texts empty, all numbers 0)")
+      ->type_name(kFileValue);
   add_section_options(*app, *arguments);
   app->add_flag("--force", arguments->force, "Replace an existing file");
-  refuse_empty_values(*app);
+  check_values(*app);
+  end_help(*app,
+           {"qbt2 tdf create soc.tdf --settings soc.stp.cfg",
+            "qbt2 tdf create soc.tdf --settings soc.stp.cfg --section NOTES:1=notes.txt"},
+           {kExitOk, kExitFailed});
   return {app, [arguments] { return run_create(*arguments); }};
 }
 
@@ -124,7 +134,11 @@ Command add_tdf_add(CLI::App& tdf) {
   const auto arguments = std::make_shared<BuildArguments>();
   app->add_option("FILE", arguments->file, "The trace data file to add to")->required();
   add_section_options(*app, *arguments);
-  refuse_empty_values(*app);
+  check_values(*app);
+  end_help(*app,
+           {"qbt2 tdf add soc.tdf --section NOTES:1=notes.txt",
+            "qbt2 tdf add soc.tdf --section NOTES:2=notes.txt --section PLAN:1=plan.pdf"},
+           {kExitOk, kExitFailed});
   return {app, [arguments] { return run_add(*arguments); }};
 }
 

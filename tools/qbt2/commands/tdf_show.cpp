@@ -3,6 +3,8 @@
 #include <optional>
 #include <string>
 
+#include "tools/qbt2/cli/help.h"
+#include "tools/qbt2/cli/options.h"
 #include "tools/qbt2/cli/printer.h"
 #include "tools/qbt2/commands/section_view.h"
 #include "tools/qbt2/commands/tdf_dump.h"
@@ -118,9 +120,11 @@ Command add_tdf_show(CLI::App& tdf) {
   app->add_option("FILE", arguments->file, "The trace data file")->required();
   app->add_flag("--hex", arguments->hex, "Show all sections as bytes, those of known kinds too");
   app->add_option("--format", arguments->format, "Output format: text or json")
-      ->check(CLI::IsMember({"text", "json"}))
+      ->check(one_of({"text", "json"}))
       ->capture_default_str();
   arguments->section.add_to(*app, "One section only, by its name");
+  end_help(*app, {"qbt2 tdf show soc.tdf", "qbt2 tdf show soc.tdf STMDECODERINFO --hex"},
+           {kExitOk, kExitDamaged, kExitFailed});
   return {app, [arguments] { return run_show(*arguments); }};
 }
 
