@@ -95,8 +95,8 @@ TEST(DecoderSetup, NamesMastersFromTextAndTraceDataFiles) {
   DecoderSetup nothing("", "");
   EXPECT_FALSE(nothing.has_settings());
   EXPECT_EQ(named_masters(nothing), "");
-  DecoderSetup unusable(
-      {{"QBT2_7", "ISP;1;2d00;0;0;0;0;0;0;0;0;0;0;0;0"}, {"QBT2_8", "short;1;1"}});
+  DecoderSetup unusable(std::map<std::string, std::string>{
+      {"QBT2_7", "ISP;1;2d00;0;0;0;0;0;0;0;0;0;0;0;0"}, {"QBT2_8", "short;1;1"}});
   EXPECT_EQ(named_masters(unusable), "7=ISP/2 ") << "digits up to the first other character";
   EXPECT_EQ(rows_of(nothing, {5}), "Unknown,Throughput statistics: sampling period unknown\n");
 }
