@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "interfaces/sample_format.h"
+
 namespace qbt2 {
 namespace {
 
@@ -20,6 +22,12 @@ constexpr std::uint32_t kOutputProblem = 0;
 std::string describe(const Kz::Dvt::Trace::DecodeError& error) {
   return "the decoder rejects the sample (kind " + std::to_string(error.kind) + ", detail " +
          std::to_string(error.detail) + ")";
+}
+
+RowClass class_of(const SampleHead& head) {
+  using namespace Kz::Dvt::Trace;
+  return {SampleFormat::ProbeOfMaster(head.master),
+          (head.size - SampleFormat::kHeaderBytes) / SampleFormat::kPairBytes};
 }
 
 }  // namespace
@@ -67,15 +75,16 @@ void DecodeWorker::run(DecodeJob& job) {
   if (use_ != RowUse::kKeep) flush(job);
 }
 
-/// Runs the plug-in over one sample, with a larger output buffer if it needs one.
-std::size_t DecodeWorker::process(std::uint8_t* sample) {
+/// Runs the plug-in over one sample, with a larger output buffer if it needs one. Returns the
+/// record stream, valid until the next call.
+inline std::span<const std::uint8_t> DecodeWorker::process(std::uint8_t* sample) {
   for (;;) {
     try {
       std::uint32_t produced = 0;
       unit_->ProcessSamples(0, sample,
                             static_cast<std::uint32_t>(output_.size() - kOutputSlackBytes),
                             output_.data(), produced);
-      return std::min<std::size_t>(produced, output_.size());
+      return {output_.data(), std::min<std::size_t>(produced, output_.size())};
     } catch (const Kz::Dvt::Trace::DecodeError& error) {
       if (error.kind != kOutputProblem || output_.size() > kLargestOutputBytes) throw;
       output_.resize(output_.size() * 4);
@@ -83,22 +92,27 @@ std::size_t DecodeWorker::process(std::uint8_t* sample) {
   }
 }
 
-void DecodeWorker::decode_sample(DecodeJob& job, const SampleHead& head, RowBatch& rows) {
-  std::size_t produced = 0;
+inline void DecodeWorker::decode_sample(DecodeJob& job, const SampleHead& head, RowBatch& rows) {
+  std::span<const std::uint8_t> stream;
   try {
-    produced = call_plugin(unit_.get_deleter().path,
-                           [&] { return process(job.samples.bytes.data() + head.begin); });
+    stream = call_plugin(unit_.get_deleter().path,
+                         [&] { return process(job.samples.bytes.data() + head.begin); });
   } catch (const Kz::Dvt::Trace::DecodeError& error) {
     reject(job, head, describe(error));
     return;
   }
-  const std::span<const std::uint8_t> stream(output_.data(), produced);
+  const RowClass row_class = class_of(head);
   if (use_ == RowUse::kCount) {
-    if (const auto kind = reader_.recognise(stream)) {
+    if (const auto kind = reader_.recognise(row_class, stream)) {
       ++job.counts.rows_of_kind[static_cast<std::size_t>(*kind)];
       return;
     }
   }
+  read_rows(job, head, row_class, stream, rows);
+}
+
+void DecodeWorker::read_rows(DecodeJob& job, const SampleHead& head, RowClass row_class,
+                             std::span<const std::uint8_t> stream, RowBatch& rows) {
   RowHead row;
   row.offset = head.offset;
   row.timestamp = head.timestamp;
@@ -108,7 +122,7 @@ void DecodeWorker::decode_sample(DecodeJob& job, const SampleHead& head, RowBatc
   row.stp_master = head.master;
   RecordFault fault;
   const std::size_t first = rows.size();
-  reader_.read(stream, row, rows, fault);
+  reader_.read(stream, row, rows, fault, row_class);
   if (fault.reason != nullptr) {
     reject(job, head,
            "the decoder's output cannot be read at its byte " + std::to_string(fault.offset) +

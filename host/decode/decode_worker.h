@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <span>
 #include <string>
 #include <vector>
 
@@ -60,7 +61,9 @@ class DecodeWorker {
  private:
   void prepare(DecodeJob& job) const;
   void decode_sample(DecodeJob& job, const SampleHead& head, RowBatch& rows);
-  std::size_t process(std::uint8_t* sample);
+  std::span<const std::uint8_t> process(std::uint8_t* sample);
+  void read_rows(DecodeJob& job, const SampleHead& head, RowClass row_class,
+                 std::span<const std::uint8_t> stream, RowBatch& rows);
   static void count_rows(DecodeJob& job, const RowBatch& rows, std::size_t first);
   void reject(DecodeJob& job, const SampleHead& head, std::string reason) const;
   void flush(DecodeJob& job);

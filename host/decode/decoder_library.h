@@ -21,9 +21,9 @@ inline constexpr const char* kDefaultPluginPath = "libqbt2decoder.so";
 inline constexpr std::uint32_t kFirstColumnId = 100;
 
 /// Calls into the plug-in, which is foreign code: any exception other than DecodeError becomes
-/// Error(kPlugin) that names the library.
+/// Error(kPlugin) that names the library. Inlined, as it is called for every sample.
 template <typename Call>
-auto call_plugin(const std::string& path, const Call& call) {
+[[gnu::always_inline]] inline auto call_plugin(const std::string& path, const Call& call) {
   try {
     return call();
   } catch (const Kz::Dvt::Trace::DecodeError&) {

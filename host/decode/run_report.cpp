@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cstdio>
-#include <numeric>
 #include <string_view>
 #include <utility>
 
@@ -18,10 +17,6 @@ std::uint64_t per_second(std::uint64_t amount, double seconds) {
 }
 
 }  // namespace
-
-std::uint64_t DecodeCounts::rows() const {
-  return std::accumulate(rows_of_kind.begin(), rows_of_kind.end(), std::uint64_t{0});
-}
 
 DecodeCounts& DecodeCounts::operator+=(const DecodeCounts& other) {
   for (std::size_t i = 0; i < rows_of_kind.size(); ++i) rows_of_kind[i] += other.rows_of_kind[i];

@@ -18,7 +18,9 @@ struct DecodeCounts {
   std::uint64_t samples_without_row = 0;
   std::uint64_t samples_rejected = 0;
 
-  std::uint64_t rows() const;
+  std::uint64_t rows() const {
+    return rows_of_kind[0] + rows_of_kind[1] + rows_of_kind[2] + rows_of_kind[3];
+  }
   DecodeCounts& operator+=(const DecodeCounts& other);
 };
 

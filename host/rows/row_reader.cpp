@@ -88,19 +88,19 @@ RowKind RowReader::kind_of(const ColumnMask& columns) const {
 }
 
 std::size_t RowReader::read(std::span<const std::uint8_t> stream, const RowHead& head,
-                            RowBatch& rows, RecordFault& fault) {
+                            RowBatch& rows, RecordFault& fault, RowClass row_class) {
   fault = {};
   if (rows.full()) rows.grow();
-  if (shapes_.read(stream, rows)) {
+  if (shapes_.read(row_class, stream, rows)) {
     take_from_host(rows.head(rows.size()), head);
     rows.commit_row();
     return 1;
   }
-  return read_rows(stream, head, rows, fault);
+  return read_rows(stream, head, rows, fault, row_class);
 }
 
 std::size_t RowReader::read_rows(std::span<const std::uint8_t> stream, const RowHead& head,
-                                 RowBatch& rows, RecordFault& fault) {
+                                 RowBatch& rows, RecordFault& fault, RowClass row_class) {
   if (stream.size() == 1 && stream[0] == format::kNoData) return 0;
   const std::size_t rows_before = rows.size();
   std::size_t offset = 0;
@@ -122,7 +122,7 @@ std::size_t RowReader::read_rows(std::span<const std::uint8_t> stream, const Row
   }
   const std::size_t added = rows.size() - rows_before;
   if (added == 1) {
-    shapes_.remember(layout_, wanted_, stream, rows.head(rows_before), rows.texts());
+    shapes_.remember(row_class, layout_, wanted_, stream, rows.head(rows_before), rows.texts());
   }
   return added;
 }

@@ -30,22 +30,23 @@ class RowReader {
 
   /// Appends the rows of one sample's output to `rows`, which was made for the same catalogue; it
   /// should not be full, as the batch grows where the rows do not fit. `head` gives the fields that
-  /// the stream does not hold (offset, times, STP master). Returns the number of rows added: 0 for
-  /// the no-data byte, and for a fault, which `fault` describes; nothing is added then.
+  /// the stream does not hold (offset, times, STP master), `row_class` the class of the sample; any
+  /// will do, at the price of speed. Returns the number of rows added: 0 for the no-data byte, and
+  /// for a fault, which `fault` describes; nothing is added then.
   std::size_t read(std::span<const std::uint8_t> stream, const RowHead& head, RowBatch& rows,
-                   RecordFault& fault);
+                   RecordFault& fault, RowClass row_class = {});
 
   /// For callers that only count rows: the kind of the one row that read() would add, if the stream
   /// has the shape of a row read before. Empty otherwise; then read() is needed.
-  std::optional<RowKind> recognise(std::span<const std::uint8_t> stream) const {
-    return shapes_.recognise(stream);
+  std::optional<RowKind> recognise(RowClass row_class, std::span<const std::uint8_t> stream) const {
+    return shapes_.recognise(row_class, stream);
   }
 
  private:
   void find_kind_columns();
   RowKind kind_of(const ColumnMask& columns) const;
   std::size_t read_rows(std::span<const std::uint8_t> stream, const RowHead& head, RowBatch& rows,
-                        RecordFault& fault);
+                        RecordFault& fault, RowClass row_class);
   const char* read_row(std::span<const std::uint8_t> stream, std::size_t& offset,
                        RowBatch& rows) const;
 

@@ -99,10 +99,43 @@ TEST_F(RowReaderTest, SeveralRowsInOneStreamAreAllReadAndMayOutgrowTheBatch) {
 TEST_F(RowReaderTest, AStreamLongerThanARememberedOneIsReadWhole) {
   Stream stream = throughput(1, "DDR", 1);
   EXPECT_EQ(read(stream), 1U);
-  // Shapes are found by probe and length modulo 256: a second row of 256 bytes finds the same one.
-  const Stream second = head_of(1, "M", std::string(232, 'd')).end();
+  const Stream second = throughput(1, "DDR", 2);
   stream.bytes.insert(stream.bytes.end(), second.bytes.begin(), second.bytes.end());
   EXPECT_EQ(read(stream), 2U);
+}
+
+TEST_F(RowReaderTest, ShapesOfOneClassAreKnownSideBySide) {
+  // Equal bytes after the first column's position, names of one length and of two.
+  const std::vector<Stream> streams = {throughput(1, "DDR", 7),
+                                       head_of(1, "DDR", "per 0x10").number(kFirst + 1, 4, 7).end(),
+                                       throughput(1, "GPU", 7), throughput(1, "a longer name", 7)};
+  const RowKind kinds[] = {RowKind::kThroughput, RowKind::kLatency, RowKind::kThroughput,
+                           RowKind::kThroughput};
+  for (const Stream& stream : streams) {
+    EXPECT_FALSE(reader.recognise({}, stream.bytes));
+    read(stream);
+  }
+  for (std::size_t n = 0; n < streams.size(); ++n) {
+    EXPECT_EQ(reader.recognise({}, streams[n].bytes), kinds[n]) << n;
+    EXPECT_FALSE(reader.recognise({.probe = 1, .words = 2}, streams[n].bytes)) << n;
+    read(streams[n]);
+    EXPECT_EQ(rows.head(4 + n).kind, kinds[n]) << n;
+    EXPECT_EQ(rows.value(n == 1 ? 1 : 0, 4 + n), 7U) << n;
+  }
+  EXPECT_EQ(text(rows.head(7).master_text), "a longer name");
+}
+
+TEST_F(RowReaderTest, RowsThatNeverRepeatTakeBoundedMemory) {
+  const auto stream = [](std::size_t n) {
+    return throughput(static_cast<std::uint8_t>(n), std::string(3000, 'x') + std::to_string(n), 1);
+  };
+  for (std::size_t n = 0; n < 360; ++n) {  // 1.08 MB of names
+    EXPECT_EQ(reader.read(stream(n).bytes, given, rows, fault, {static_cast<std::uint8_t>(n), n}),
+              1U);
+    rows.clear();
+  }
+  EXPECT_TRUE(reader.recognise({359 & 0xFF, 359}, stream(359).bytes));
+  EXPECT_FALSE(reader.recognise({0, 0}, stream(0).bytes));
 }
 
 TEST_F(RowReaderTest, ATextEndsAtItsFirstZero) {
