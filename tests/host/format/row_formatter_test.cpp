@@ -80,7 +80,9 @@ TEST_F(RowFormatterTest, RowsOfSeveralCapturesBeginWithTheirNumber) {
     return std::string(out.view());
   };
   const auto thrice = [](const char* tail) {
-    return "1" + std::string(tail) + "2" + tail + "1" + tail;
+    std::string text;
+    for (const char capture : {'1', '2', '1'}) (text += capture) += tail;
+    return text;
   };
   EXPECT_EQ(appended("csv"), thrice(",0,,,1,0,DDR,Value,throughput,per 0x10,,100,,,,,\n"));
   EXPECT_THAT(formatted("csv", rows, options), testing::StartsWith("capture,offset,"));
