@@ -1,9 +1,11 @@
 #pragma once
 
 #include <cstddef>
+#include <span>
 #include <vector>
 
 #include "host/base/text_buffer.h"
+#include "host/rows/named_master.h"
 #include "host/rows/row_batch.h"
 #include "host/rows/row_fields.h"
 
@@ -17,6 +19,8 @@ struct FormatOptions {
   std::vector<FieldIndex> fields;    ///< in output order; empty: the format's own choice
   std::size_t terminal_columns = 0;  ///< table: width to fit into, 0 for no limit
   bool several_captures = false;     ///< rows say which capture they come from
+  /// Table: the masters that the settings name; outlive the formatter.
+  std::span<const NamedMaster> masters = {};
   /// CSV, JSON lines: addresses as texts with 0x, as the table has them.
   bool hex_addresses = false;
   /// CSV: texts that a spreadsheet would run as a formula are made plain.

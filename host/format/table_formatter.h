@@ -11,8 +11,10 @@
 
 /// Rows as lines for a person: a header line, a rule, one line a row. One thread.
 ///
-/// Rows of all kinds share the table. If the user names no columns, the last one, `values`, lists a
-/// row's own columns as key=value, the most useful ones of its kind first.
+/// Rows of all kinds share the table. If the user names no columns, it shows what a person looks
+/// for first: the time in microseconds, the master, the address, and in the last column, `values`,
+/// a row's own columns as key=value, the most useful ones of its kind first. The sampling windows
+/// of the settings come once, before the header.
 namespace qbt2 {
 
 class TableFormatter final : public RowFormatter {
@@ -35,21 +37,32 @@ class TableFormatter final : public RowFormatter {
     std::string_view text;
     std::size_t width = 0;
   };
+  /// The line being written. Blanks are pending from the cells before; they are written only before
+  /// more content, so that lines have no trailing blanks.
+  struct Line {
+    TextBuffer* out;
+    std::size_t width = 0;
+    std::size_t blanks = 0;
+  };
+  enum class Cut : std::uint8_t { kEnd, kMiddle };
 
   const std::vector<TableColumn>& columns() const { return layout_.columns(); }
   void make_pairs();
+  std::size_t room(const Line& line) const;
 
-  void append_cell(const TableColumn& column, const Cell& cell, std::size_t& blanks,
-                   TextBuffer& out);
+  static void append_cell(const TableColumn& column, const Cell& cell, Line& line);
   Cell make_cell(const TableColumn& column, const RowBatch& rows, std::size_t row);
   Cell number_cell(std::uint64_t value);
-  Cell hex_cell(std::uint64_t value);
-  Cell text_cell(std::string_view text, std::size_t width);
+  Cell address_cell(std::uint64_t address);
+  Cell text_cell(std::string_view text, std::size_t width, Cut cut);
+  Cell time_cell(const RowHead& head);
+  Cell source_cell(const RowHead& head, std::size_t width, const TextPool& texts);
   Cell values_cell(const RowBatch& rows, std::size_t row, std::size_t width);
 
   const ColumnCatalogue* catalogue_;
-  bool limited_;  ///< whether texts are cut to their column
+  std::size_t terminal_columns_;  ///< 0: texts are not cut
   TableLayout layout_;
+  std::string windows_;  ///< the line before the header, or empty
   std::vector<Pair> pairs_;
   RenderedTexts texts_;
   std::size_t capture_ = 0;  ///< of the current batch

@@ -6,15 +6,6 @@ namespace {
 
 using testing::HasSubstr;
 
-// One message of each kind. The timestamps are 16 and 31 ticks of 5 ns; the second message has the
-// first one's, since its FLAG brings none.
-constexpr const char* kSync = "FFFFFFFFFFFFFFFFFFFFF0 F003";
-constexpr const char* kFreq = "F08 0BEBC200";  // 200 MHz
-constexpr const char* kMessages =
-    "105     6 00000064 6 AB000019                                                  E2 10"
-    "183     6 12345678 6 0009ABCD 6 00000309 6 FF000042                            FE"
-    "F1 0105 6 56789ABC 6 AAF21234 6 9B0D7555 6 BA5D6ED9 6 6FD6B55E 6 FFFFF123      E1 F";
-
 std::string small_capture() {
   return stp(std::string(kSync) + kFreq + kMessages);
 }

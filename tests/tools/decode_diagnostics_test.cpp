@@ -424,15 +424,76 @@ TEST_F(DecodeDiagnostics, TheTableFitsTheTerminal) {
     EXPECT_EQ(result.status, 0);
     EXPECT_THAT(result.text, Not(HasSubstr("\033")));  // no bar among rows
     std::vector<std::string> lines = lines_of(result.text);
-    ASSERT_EQ(lines.size(), 503U) << columns;
+    ASSERT_EQ(lines.size(), 504U) << columns;
     EXPECT_THAT(lines.front(), HasSubstr("framing flag"));
     lines.erase(lines.begin());
     for (std::string& line : lines) {
       line.pop_back();  // the terminal's CR
       ASSERT_LE(characters(line), columns) << line;
     }
-    EXPECT_EQ(characters(lines[1]), columns) << lines[1];  // the rule takes the whole width
+    EXPECT_EQ(characters(lines[2]), columns) << lines[2];  // the rule takes the whole width
   }
+}
+
+TEST_F(DecodeDiagnostics, TheTableShowsWhatMattersFirstAtEveryWidth) {
+  if (!has_terminals()) GTEST_SKIP() << "no pseudo-terminals here";
+  const std::string capture = put("each.stp", stp(std::string(kSync) + kFreq + kMessages));
+  const std::string settings = put("soc.cfg",
+                                   "QBT2_5=DISPLAY_CONTROLLER_0;1;0x1000;0;0;0;0;0;0;0;0;0;0;0;0\n"
+                                   "QBT2_131=GPU;1;0x1000;0;0;0;0;0;0;0;0;0;0;0;0\n");
+  const struct {
+    std::uint16_t columns;
+    const char* table;
+  } cases[] = {
+      {60,
+       "sampling window: 4096 clock cycles (0x1000)\n"
+       "        time  master        values\n"
+       "------------  ------------  --------------------------------\n"
+       "    0.080 us  DISPLA…LER_0  Bytes=100 Matched_=25 …\n"
+       "    0.080 us  GPU           MaxWait=9 TotalWait=777 …\n"
+       "    0.155 us  DISPLA…LER_0  0x123456789abc ByteCount=341 …\n"},
+      {80,
+       "sampling window: 4096 clock cycles (0x1000)\n"
+       "           time  master            values\n"
+       "---------------  ----------------  ---------------------------------------------\n"
+       "       0.080 us  DISPLAY_…OLLER_0  Bytes=100 Matched_=25 AvgLength=4 …\n"
+       "       0.080 us  GPU               MaxWait=9 TotalWait=777 Tracked=11259154 …\n"
+       "       0.155 us  DISPLAY_…OLLER_0  0x123456789abc ByteCount=341 DIR_=0 …\n"},
+      {120,
+       "sampling window: 4096 clock cycles (0x1000)\n"
+       "              time  master                       address  values\n"
+       "------------------  --------------------  --------------  "
+       "--------------------------------------------------------------\n"
+       "          0.080 us  DISPLAY_CONTROLLER_0                  "
+       "Bytes=100 Matched_=25 AvgLength=4 RawQBT2_0=100 …\n"
+       "          0.080 us  GPU                                   "
+       "MaxWait=9 TotalWait=777 Tracked=11259154 CreditWait=66 …\n"
+       "          0.155 us  DISPLAY_CONTROLLER_0  0x123456789abc  "
+       "ByteCount=341 DIR_=0 OPCODE_=21 RouteID=2748 CHANNELID=291 …\n"},
+      {200,
+       "sampling window: 4096 clock cycles (0x1000)\n"
+       "              time  master                kind                address        offset  "
+       "values\n"
+       "------------------  --------------------  -----------  --------------  ------------  "
+       "------------------------------------------------------------"
+       "-------------------------------------------------------\n"
+       "          0.080 us  DISPLAY_CONTROLLER_0  throughput                             20  "
+       "Bytes=100 Matched_=25 AvgLength=4 RawQBT2_0=100 RawQBT2_1=2868903961\n"
+       "          0.080 us  GPU                   latency                                32  "
+       "MaxWait=9 TotalWait=777 Tracked=11259154 CreditWait=66 Matched=3430008 "
+       "RawQBT2_0=305419896 RawQBT2_1=633805 …\n"
+       "          0.155 us  DISPLAY_CONTROLLER_0  transaction  0x123456789abc            54  "
+       "ByteCount=341 DIR_=0 OPCODE_=21 RouteID=2748 CHANNELID=291 Priority_=5 QOS_=6 SECURE_=1 "
+       "Mode_=2 EXCL_=1 LSIZE_=3 …\n"},
+  };
+  for (const auto& c : cases) {
+    std::string text = run_on_terminal(c.columns, {"decode", capture, "--config", settings}).text;
+    std::erase(text, '\r');
+    EXPECT_THAT(text, HasSubstr(c.table)) << c.columns;
+  }
+  const std::string unnamed = run_on_terminal(60, {"decode", capture}).text;
+  EXPECT_THAT(unnamed, HasSubstr("    0.080 us  probe 5       Bytes=100 Matched_=25 …"));
+  EXPECT_THAT(unnamed, HasSubstr("    0.155 us  master 261    0x123456789abc ByteCount=341 …"));
 }
 
 TEST_F(DecodeDiagnostics, RowsOnATerminalCannotActOnIt) {

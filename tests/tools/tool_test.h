@@ -35,6 +35,15 @@ inline std::string stp(std::string_view digits) {
   return bytes;
 }
 
+/// One message of each kind. The timestamps are 16 and 31 ticks of 5 ns; the second message has the
+/// first one's, since its FLAG brings none.
+inline constexpr const char* kSync = "FFFFFFFFFFFFFFFFFFFFF0 F003";
+inline constexpr const char* kFreq = "F08 0BEBC200";  // 200 MHz
+inline constexpr const char* kMessages =
+    "105     6 00000064 6 AB000019                                                  E2 10"
+    "183     6 12345678 6 0009ABCD 6 00000309 6 FF000042                            FE"
+    "F1 0105 6 56789ABC 6 AAF21234 6 9B0D7555 6 BA5D6ED9 6 6FD6B55E 6 FFFFF123      E1 F";
+
 inline std::vector<std::string> lines_of(const std::string& text) {
   std::vector<std::string> lines;
   std::istringstream stream(text);

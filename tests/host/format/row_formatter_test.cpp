@@ -113,38 +113,59 @@ TEST_F(RowFormatterTest, TableWithoutLimitShowsEverything) {
   add_three_rows();
   EXPECT_EQ(
       formatted("table", rows),
-      "      offset       timestamp               time_ns  master                    kind         "
-      "       address  values\n"
-      "------------  --------------  --------------------  ------------------------  -----------  "
-      "--------------  ------\n"
-      "          24                                        DDR                       throughput   "
-      "                Bytes=100\n"
-      "1234567890123  18446744073709551615  18446744073709551614  GPU                       "
-      "latency  "
-      "                    Tracked=11259154 MaxWait=9\n"
-      "           0                                        a \"b\", c                  transaction "
-      " "
-      "0xabcdef012345  RouteID=4095 Mode_=3 Wide=18446744073709551615\n");
+      "              time  master        kind                address        offset  values\n"
+      "------------------  ------------  -----------  --------------  ------------  ------\n"
+      "                    DDR           throughput                             24  Bytes=100\n"
+      "18446744073709551.614 us  GPU           latency                      1234567890123  "
+      "MaxWait=9 Tracked=11259154\n"
+      "                    a \"b\", c      transaction  0xabcdef012345             0  "
+      "RouteID=4095 Mode_=3 Wide=18446744073709551615\n");
 }
 
 TEST_F(RowFormatterTest, TableFitsTheTerminal) {
   given.timestamp = 99999999999999;
   given.has_timestamp = true;
+  given.stp_master = 0x1234;
   add(transaction(7, "a master with a very long name", 0xFFFFFFFFFFFF, 255, 65535, ~0ULL));
+  given.timestamp = 7;
   add(throughput(1, "\xC3\xA4\xC3\xB6\xC3\xBC\xE2\x82\xAC", 4294967295));
+  add(throughput(0x34, "Unknown", 1));
+  given.stp_master = 7;
+  add(latency(7, "Unknown", 1, 2));
   EXPECT_EQ(formatted("table", rows, {{}, 80}),
-            "     timestamp  master         kind                address  values\n"
-            "--------------  -------------  -----------  --------------  --------------------\n"
-            "99999999999999  a master wit\xE2\x80\xA6  transaction  0xffffffffffff  "
-            "RouteID=65535 \xE2\x80\xA6\n"
-            "99999999999999  \xC3\xA4\xC3\xB6\xC3\xBC\xE2\x82\xAC           throughput"
-            "                   Bytes=4294967295\n");
-  for (std::size_t width = 47; width < 240; ++width) {
+            "           time  master        values\n"
+            "---------------  ------------  -------------------------------------------------\n"
+            "99999999999999 ticks  a mast\xE2\x80\xA6 name  0xffffffffffff RouteID=65535 Mode_=255 "
+            "\xE2\x80\xA6\n"
+            "        7 ticks  \xC3\xA4\xC3\xB6\xC3\xBC\xE2\x82\xAC          Bytes=4294967295\n"
+            "        7 ticks  master 4660   Bytes=1\n"
+            "        7 ticks  probe 7       MaxWait=2 Tracked=1\n");
+  for (std::size_t width = 40; width < 240; ++width) {
     std::istringstream lines(formatted("table", rows, {{}, width}));
     for (std::string line; std::getline(lines, line);) {
       EXPECT_LE(measure_text(line, 1000).characters, width) << width << ": " << line;
     }
   }
+}
+
+TEST_F(RowFormatterTest, TableSaysOnceHowLongTheSamplingWindowsAre) {
+  add(throughput(1, "DDR", 1));
+  const auto first_line = [&](std::vector<NamedMaster> masters, std::size_t width) {
+    const FormatOptions options{.fields = {}, .terminal_columns = width, .masters = masters};
+    const std::string table = formatted("table", rows, options);
+    return table.substr(0, table.find('\n'));
+  };
+  EXPECT_EQ(first_line({{5, "DDR", 4096}, {6, "GPU", 4096}}, 0),
+            "sampling window: 4096 clock cycles (0x1000)");
+  EXPECT_EQ(first_line({{5, "D\x1B", 255}, {6, "GPU", 4096}, {7, "ISP", 4096}}, 0),
+            "sampling windows in clock cycles: 4096 (2 masters), 255 (D\xEF\xBF\xBD)");
+  EXPECT_EQ(first_line({{5, "DDR", 4096}}, 40),
+            "sampling window: 4096 clock cycles (0x1\xE2\x80\xA6");
+  std::vector<NamedMaster> many;
+  for (std::uint32_t id = 0; id < 1000; ++id) many.push_back({id, "m", id + 1});
+  EXPECT_EQ(first_line(many, 0),
+            "sampling windows in clock cycles: 1 (m), 2 (m), 3 (m), 4 (m), 5 (m), 6 (m), 7 (m), "
+            "8 (m), ...");
 }
 
 TEST_F(RowFormatterTest, TableOfChosenColumnsCutsTextsButDropsNothing) {
@@ -153,7 +174,7 @@ TEST_F(RowFormatterTest, TableOfChosenColumnsCutsTextsButDropsNothing) {
   EXPECT_EQ(formatted("table", rows, {fields, 30}),
             "MaxWait  master        RouteID\n"
             "-------  ------------  -------\n"
-            "      2  mmmmmmmmmmm\xE2\x80\xA6\n");
+            "      2  mmmmmm\xE2\x80\xA6mmmmm\n");
   EXPECT_EQ(formatted("table", rows, {fields, 5}), formatted("table", rows, {fields, 30}));
   EXPECT_THAT(formatted("table", rows, {fields, 0}), testing::HasSubstr(std::string(40, 'm')));
 }
