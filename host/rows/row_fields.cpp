@@ -11,9 +11,20 @@
 namespace qbt2 {
 namespace {
 
-constexpr std::array<std::string_view, kBuiltinFieldCount> kBuiltinNames{
-    "capture", "offset", "timestamp", "time_ns",     "probe",  "stp_master",
-    "master",  "type",   "kind",      "description", "address"};
+// In the order of BuiltinField.
+constexpr std::array<FieldDescription, kBuiltinFieldCount> kBuiltinFields{{
+    {"capture", false, "1, 2, ... in the order given, where several captures go into one output"},
+    {"offset", false, "byte of the input at which the message, or the sample, begins"},
+    {"timestamp", false, "STP timestamp at the end of the message, in ticks"},
+    {"time_ns", false, "the same in nanoseconds, where the rate of the timestamps is known"},
+    {"probe", false, "low 8 bits of the STP master, by which the decoder knows it"},
+    {"stp_master", false, "STP master in full; in a sample file, the probe"},
+    {"master", true, "name of the master in the settings, else Unknown"},
+    {"type", true, "always Value"},
+    {"kind", true, "throughput, latency or transaction"},
+    {"description", true, "the kind in words, with the sampling period in clock cycles"},
+    {"address", false, "address of the transaction, 48 bits"},
+}};
 constexpr std::array<std::string_view, 4> kKindNames{"", "throughput", "latency", "transaction"};
 
 char lower(char c) {
@@ -50,8 +61,12 @@ FieldIndex find_field(const ColumnCatalogue& catalogue, std::string_view name) {
 
 }  // namespace
 
+const FieldDescription& describe_field(BuiltinField field) {
+  return kBuiltinFields[static_cast<std::size_t>(field)];
+}
+
 std::string_view field_name(BuiltinField field) {
-  return kBuiltinNames[static_cast<std::size_t>(field)];
+  return describe_field(field).name;
 }
 
 std::string_view kind_name(RowKind kind) {

@@ -27,6 +27,14 @@ enum class BuiltinField {
 };
 inline constexpr std::size_t kBuiltinFieldCount = 11;
 
+/// A field before the catalogue's columns, for a person.
+struct FieldDescription {
+  std::string_view name;
+  bool is_text = false;  ///< else a number
+  std::string_view description;
+};
+const FieldDescription& describe_field(BuiltinField field);
+
 /// "capture", "offset", "timestamp", "time_ns", "probe", "stp_master", "master", "type", "kind",
 /// "description", "address".
 std::string_view field_name(BuiltinField field);

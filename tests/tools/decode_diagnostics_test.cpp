@@ -576,14 +576,18 @@ TEST_F(DecodeDiagnostics, TheProgressBarIsDrawnOnlyWhereItIsWanted) {
   EXPECT_EQ(elsewhere.err.find('\r'), std::string::npos) << elsewhere.err;
 }
 
-TEST(ColumnsCommand, ListsTheCatalogue) {
+TEST(ColumnsCommand, ListsTheLeadingFieldsAndTheCatalogue) {
   const auto table = lines_of(run_tool({"columns"}).out);
-  ASSERT_EQ(table.size(), 46U);
-  EXPECT_THAT(table[6], AllOf(HasSubstr(" 5  MaxWait"), HasSubstr("Max Wait"), HasSubstr(" 16  ")));
+  ASSERT_EQ(table.size(), 63U);  // 3 + 11 fields, 4 + 45 columns
+  EXPECT_THAT(table[8], testing::StartsWith("stp_master   number  STP master in full"));
+  EXPECT_THAT(table[23],
+              AllOf(HasSubstr(" 5  MaxWait"), HasSubstr("Max Wait"), HasSubstr(" 16  ")));
   const auto objects = lines_of(run_tool({"columns", "--format", "jsonl"}).out);
-  ASSERT_EQ(objects.size(), 45U);
+  ASSERT_EQ(objects.size(), 56U);
+  EXPECT_THAT(objects[6], testing::StartsWith(
+                              R"({"field":6,"key":"master","type":"text","description":"name)"));
   EXPECT_EQ(
-      objects[4],
+      objects[15],
       R"({"column":4,"key":"Matched","name":"Matched Transactions","bits":32,)"
       R"("description":"Total number of matched transactions recorded per sampling window."})");
   EXPECT_EQ(run_tool({"columns", "--plugin", "libm.so.6"}).status, 2);

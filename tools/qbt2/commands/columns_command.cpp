@@ -3,10 +3,13 @@
 #include <algorithm>
 #include <memory>
 #include <string>
+#include <string_view>
+#include <vector>
 
 #include "host/base/error.h"
 #include "host/base/standard_output.h"
 #include "host/decode/decoder_library.h"
+#include "host/rows/row_fields.h"
 #include "tools/qbt2/cli/help.h"
 #include "tools/qbt2/cli/options.h"
 #include "tools/qbt2/cli/plugin_guard.h"
@@ -21,19 +24,47 @@ struct ColumnsArguments {
   std::string plugin = kDefaultPluginPath;
 };
 
+constexpr std::size_t kFieldWidth = 11;  // description
+constexpr std::size_t kTypeWidth = 6;    // number
+
 std::string padded(const std::string& text, std::size_t width) {
   return text + std::string(width > text.size() ? width - text.size() : 0, ' ');
 }
 
-std::string as_table(const ColumnCatalogue& catalogue) {
+std::string_view type_name(const FieldDescription& field) {
+  return field.is_text ? "text" : "number";
+}
+
+/// The fields that rows have before the decoder's columns.
+std::vector<FieldDescription> leading_fields() {
+  std::vector<FieldDescription> fields;
+  for (std::size_t n = 0; n < kBuiltinFieldCount; ++n) {
+    fields.push_back(describe_field(static_cast<BuiltinField>(n)));
+  }
+  return fields;
+}
+
+std::string fields_as_table() {
+  std::string text = "Fields of rows before the decoder's columns:\n\n";
+  text += padded("key", kFieldWidth) + "  " + padded("type", kTypeWidth) + "  description\n";
+  for (const FieldDescription& field : leading_fields()) {
+    text += padded(std::string(field.name), kFieldWidth) + "  " +
+            padded(std::string(type_name(field)), kTypeWidth) + "  ";
+    text.append(field.description).append("\n");
+  }
+  return text;
+}
+
+std::string columns_as_table(const ColumnCatalogue& catalogue) {
   std::size_t key_width = 3;
   std::size_t name_width = 4;
   for (const ColumnDescription& column : catalogue.columns) {
     key_width = std::max(key_width, column.key.size());
     name_width = std::max(name_width, column.name.size());
   }
-  std::string text = " #  " + padded("key", key_width) + "  " + padded("name", name_width) +
-                     "  bits  description\n";
+  std::string text = "Columns of the decoder:\n\n";
+  text += " #  " + padded("key", key_width) + "  " + padded("name", name_width) +
+          "  bits  description\n";
   for (std::size_t k = 0; k < catalogue.columns.size(); ++k) {
     const ColumnDescription& column = catalogue.columns[k];
     const std::string number = std::to_string(k);
@@ -47,8 +78,20 @@ std::string as_table(const ColumnCatalogue& catalogue) {
   return text;
 }
 
+std::string as_table(const ColumnCatalogue& catalogue) {
+  return fields_as_table() + "\n" + columns_as_table(catalogue);
+}
+
 std::string as_jsonl(const ColumnCatalogue& catalogue) {
   std::string text;
+  std::size_t number = 0;
+  for (const FieldDescription& field : leading_fields()) {
+    const Json line = {{"field", number++},
+                       {"key", field.name},
+                       {"type", type_name(field)},
+                       {"description", field.description}};
+    text += json_text(line) + "\n";
+  }
   for (std::size_t k = 0; k < catalogue.columns.size(); ++k) {
     const ColumnDescription& column = catalogue.columns[k];
     const Json line = {{"column", k},
@@ -76,7 +119,8 @@ int run_columns(const ColumnsArguments& arguments) {
 }  // namespace
 
 Command add_columns_command(CLI::App& root) {
-  CLI::App* const app = root.add_subcommand("columns", "List the columns of the plug-in's rows");
+  CLI::App* const app = root.add_subcommand(
+      "columns", "List the fields of rows: the leading ones and the decoder's columns");
   const auto arguments = std::make_shared<ColumnsArguments>();
   app->add_option("--format", arguments->format, "Output format: table or jsonl")
       ->check(one_of({"table", "jsonl"}))
