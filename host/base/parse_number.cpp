@@ -14,4 +14,10 @@ ParsedNumber<unsigned long> parse_c_number(const std::string& text, unsigned lon
   return {number, NumberFault::kNone};
 }
 
+std::size_t c_number_end(const std::string& text) {
+  char* end = nullptr;
+  (void)std::strtoul(text.c_str(), &end, 0);
+  return static_cast<std::size_t>(end - text.c_str());
+}
+
 }  // namespace qbt2

@@ -3,6 +3,7 @@
 #include <charconv>
 #include <climits>
 #include <concepts>
+#include <cstddef>
 #include <cstdint>
 #include <limits>
 #include <string>
@@ -53,5 +54,7 @@ inline ParsedNumber<std::uint64_t> parse_decimal_or_hex(std::string_view text,
 /// 0: white space and a sign may come first, 0 means octal, and what follows the digits is ignored.
 ParsedNumber<unsigned long> parse_c_number(const std::string& text,
                                            unsigned long limit = ULONG_MAX);
+/// How many characters of `text` parse_c_number() reads.
+std::size_t c_number_end(const std::string& text);
 
 }  // namespace qbt2

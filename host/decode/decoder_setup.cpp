@@ -104,6 +104,12 @@ std::optional<std::uint8_t> DecoderSetup::atb_id() const {
   return decoder_info_id_ ? decoder_info_id_ : session_.trace_id();
 }
 
+std::optional<std::string> DecoderSetup::setting(const std::string& name) const {
+  DescribedSetting setting;
+  if (!session_.settings().find(name, setting)) return std::nullopt;
+  return setting.value;
+}
+
 std::vector<std::string> DecoderSetup::warnings() const {
   std::vector<std::string> lines = notices_;
   const auto faults = check_usecase_settings(session_.settings().values());

@@ -38,7 +38,10 @@ class DecoderSetup {
   /// the decoder information in the trace data file, else by the trace ID of the device
   /// description. What is 0 or not an ID counts as missing; empty where all are.
   std::optional<std::uint8_t> atb_id() const;
-  /// A line for each use-case setting that the decoder cannot use, and for what is odd in the file.
+  /// The value of a setting in force; empty where it is not set.
+  std::optional<std::string> setting(const std::string& name) const;
+  /// What the decoder makes of the settings other than they say, and what is odd in the file: a
+  /// line for each kind.
   std::vector<std::string> warnings() const;
 
  private:

@@ -58,7 +58,10 @@ class Pipeline::Run {
   void end_capture();
   void leave_out_other_times(DecodeJob& job);
   void account_for(const DecodeJob& job);
-  void complete();
+  const std::string& settings_file() const;
+  bool writes_field(BuiltinField field) const;
+  void note_missing_settings(std::size_t capture);
+  void end_with_notices(RunEnd how);
   void notice(const std::string& file, const std::string& text);
 
   const DecodeRequest request_;
@@ -78,6 +81,7 @@ class Pipeline::Run {
   std::uint64_t bytes_before_ = 0;  // of the captures already read
   std::uint64_t rows_ = 0;
   bool job_taken_ = false;  // the oldest job is the caller's
+  bool writes_rows_ = true;
   bool ended_ = false;
 };
 
@@ -96,6 +100,8 @@ Pipeline::Run::Run(DecodeRequest request, RunObserver* observer)
     report.file = capture.file->name();
     report.format = capture.format;
   }
+  if (!setup_.has_settings()) return;
+  for (const std::string& text : setup_.warnings()) notice(settings_file(), text);
 }
 
 void Pipeline::Run::make_workers() {
@@ -118,6 +124,7 @@ void Pipeline::Run::start(RowUse use,
   for (const auto& worker : workers_) {
     std::unique_ptr<RowStage> stage = make_stage ? make_stage() : nullptr;
     const bool counts_only = use == RowUse::kStage && stage == nullptr;
+    writes_rows_ = !counts_only;
     worker->use_rows(counts_only ? RowUse::kCount : use, std::move(stage));
   }
   pool_ = std::make_unique<DecodePool>(std::move(workers_));
@@ -129,7 +136,7 @@ DecodeJob* Pipeline::Run::next_job() {
     if (stopping_.load(std::memory_order_relaxed)) {
       end(RunEnd::kStopped);
     } else if (limit_reached()) {
-      end(RunEnd::kLimit);
+      end_with_notices(RunEnd::kLimit);
     } else if (DecodeJob* const job = pool_->oldest_if_done()) {
       account_for(*job);
       job_taken_ = true;
@@ -140,7 +147,7 @@ DecodeJob* Pipeline::Run::next_job() {
     } else if (!pool_->is_empty()) {
       pool_->wait_for_oldest();
     } else {
-      complete();
+      end_with_notices(RunEnd::kComplete);
     }
   }
   return nullptr;
@@ -184,6 +191,7 @@ void Pipeline::Run::leave_out_other_times(DecodeJob& job) {
 
 void Pipeline::Run::account_for(const DecodeJob& job) {
   CaptureReport& report = report_.captures[job.capture];
+  if (job.counts.rows() != 0) note_missing_settings(job.capture);
   report.decode += job.counts;
   rows_ += job.counts.rows();
   for (const SampleRejection& rejection : job.rejections) {
@@ -194,10 +202,46 @@ void Pipeline::Run::account_for(const DecodeJob& job) {
   observer_.on_more_rejected_samples(job.counts.samples_rejected - job.rejections.size());
 }
 
-void Pipeline::Run::complete() {
-  const std::string& file = request_.config.empty() ? request_.device : request_.config;
-  for (const std::string& text : settings_notices(setup_, report_)) notice(file, text);
-  end(RunEnd::kComplete);
+/// The name of the file that settings are from, for messages.
+const std::string& Pipeline::Run::settings_file() const {
+  return request_.config.empty() ? request_.device : request_.config;
+}
+
+bool Pipeline::Run::writes_field(BuiltinField field) const {
+  if (!writes_rows_) return false;
+  if (request_.fields.empty()) return true;
+  const std::vector<FieldIndex> fields = parse_field_list(outline_.catalogue, request_.fields);
+  return std::find(fields.begin(), fields.end(), static_cast<FieldIndex>(field)) != fields.end();
+}
+
+void Pipeline::Run::note_missing_settings(std::size_t capture) {
+  const bool is_first = rows_ == 0;
+  if (!is_first || setup_.has_settings() || !writes_field(BuiltinField::kMaster)) return;
+  notice(report_.captures[capture].file, no_settings_notice(request_.captures[capture]));
+}
+
+/// Ends a run that nobody stopped, with what only the traffic could show.
+void Pipeline::Run::end_with_notices(RunEnd how) {
+  const RunReport so_far = report();
+  const bool has_read_all =
+      how == RunEnd::kComplete && !request_.time && request_.masters.empty() &&
+      std::none_of(so_far.captures.begin(), so_far.captures.end(),
+                   [](const CaptureReport& one) { return one.nothing_to_decode; });
+  if (setup_.has_settings() && has_read_all) {
+    for (const auto& text : traffic_notices(setup_.master_ids(), so_far)) {
+      notice(settings_file(), text);
+    }
+  }
+  for (const auto& text : shared_probe_notices(outline_.masters, request_.masters, so_far)) {
+    notice(settings_file(), text);
+  }
+  const bool needs_time = request_.time ? request_.time->unit == TimeRange::Unit::kNanoseconds
+                                        : writes_field(BuiltinField::kTimeNs);
+  if (needs_time) {
+    const auto clock = clock_notice(setup_.setting(kClockSetting), so_far);
+    if (clock) notice(clock->file, clock->text);
+  }
+  end(how);
 }
 
 void Pipeline::Run::notice(const std::string& file, const std::string& text) {

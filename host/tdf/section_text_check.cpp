@@ -5,6 +5,7 @@
 #include <set>
 #include <vector>
 
+#include "host/base/number_text.h"
 #include "host/base/parse_number.h"
 #include "host/base/text_parts.h"
 #include "host/base/trace_id.h"
@@ -58,6 +59,11 @@ void check_setting(const TextLine& line, LineChecker& lines) {
   lines.is_first(line);
   if (!has_use_case_prefix(line.key())) return;
   const std::string name(line.key());
+  if (use_case_master(name) && usecase_line_fault(line.value()).empty()) {
+    const std::string remark = usecase_line_remark(line.value());
+    if (!remark.empty()) lines.note(line, name + ": " + remark);
+    return;
+  }
   for (const std::string& fault : check_usecase_settings({{name, std::string(line.value())}})) {
     lines.fault(line, fault);
   }
@@ -108,8 +114,7 @@ std::string record_fault(std::string_view record, std::string_view kinds) {
   const std::string shown = "the record " + quoted(record) + " ";
   const std::size_t count = part_count(record, '$');  // before the parts: they may be millions
   if (count != kinds.size()) {
-    return shown + "has " + std::to_string(count) + " fields instead of " +
-           std::to_string(kinds.size());
+    return shown + "has " + counted(count, "field") + " instead of " + std::to_string(kinds.size());
   }
   const std::vector<std::string_view> fields = split(record, '$');
   for (std::size_t i = 0; i < fields.size(); ++i) {

@@ -22,8 +22,13 @@ struct UsecaseLine {
 /// Empty for a line that the decoder cannot read.
 std::optional<UsecaseLine> read_usecase_line(std::string_view line);
 
-/// One text for each QBT2_ setting that the decoder cannot read or never reads (it builds the name
-/// from the id in plain decimal).
+/// A number of a readable line that ends before its text does, as `2d00` is read as 2; empty where
+/// there is none. Blanks at the end of a field are no remark.
+std::string usecase_line_remark(std::string_view line);
+
+/// What the decoder makes of QBT2_ settings other than they say, one text a kind, which names the
+/// masters: settings that it cannot read, numbers that it reads in part, and settings that it never
+/// reads (it builds the name from the id in plain decimal).
 std::vector<std::string> check_usecase_settings(const std::map<std::string, std::string>& settings);
 
 }  // namespace qbt2

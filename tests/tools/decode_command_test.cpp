@@ -107,10 +107,14 @@ TEST_F(DecodeCommand, RowsOfEveryInputLayoutWithoutSettings) {
       EXPECT_EQ(file.status, 0) << c.input;
       const ToolResult pipe = decode({"-", "--format", "jsonl", "--input", input}, c.bytes);
       EXPECT_EQ(pipe.out, expected) << c.input << pipe.err;
-      const std::string notice = ": framing flag (100.0 % of 3 messages have 2, 4 or 6 words)\n";
-      const bool samples = std::string(c.input) == "samples";
-      EXPECT_EQ(file.err, samples ? "" : "qbt2: " + path + notice);
-      EXPECT_EQ(pipe.err, samples ? "" : "qbt2: standard input" + notice);
+      const auto notices = [&](const std::string& name) {
+        const std::string framing = ": framing flag (100.0 % of 3 messages have 2, 4 or 6 words)\n";
+        return (std::string(c.input) == "samples" ? "" : "qbt2: " + name + framing) +
+               "qbt2: " + name +
+               ": no settings, so every row says Unknown; name the masters with --config FILE\n";
+      };
+      EXPECT_EQ(file.err, notices(path));
+      EXPECT_EQ(pipe.err, notices("standard input"));
     }
   }
 }
@@ -134,8 +138,9 @@ TEST_F(DecodeCommand, SettingsNameMastersAndPeriods) {
     EXPECT_EQ(described.out, json_rows(kStpPlaces, {"DMA1", "GPU", "DMA1"}, periods));
     EXPECT_THAT(described.err,
                 HasSubstr("qbt2: " + config +
-                          ": master 261 has traffic but no settings; its rows are named after "
-                          "master 5, which has the same low 8 bits\n"));
+                          ": the rows of masters 5, 261 carry the name of master 5 (DMA1): the low "
+                          "8 bits of their ids are the same; the field stp_master tells them "
+                          "apart\n"));
     EXPECT_EQ(described.status, 0);
   }
 }
@@ -149,10 +154,11 @@ TEST_F(DecodeCommand, ReportsSettingsThatCannotBeUsed) {
   EXPECT_EQ(result.out, json_rows(kStpPlaces, kUnknown, kNoPeriods));
   EXPECT_EQ(result.status, 0);
   for (const char* line :
-       {"QBT2_5: field 2 ('long') is not a number; its rows say Unknown",
-        "QBT2_7: 3 fields instead of 15; its rows say Unknown",
+       {"masters 5, 7 have settings that the decoder cannot read; their rows say Unknown "
+        "(QBT2_5: field 2 ('long') is not a number)",
         "QBT2_0x8: the decoder never reads it, ids must be plain decimal",
-        "master 7 has settings but no traffic", "master 131 has traffic but no settings"}) {
+        "master 7 has settings but no traffic",
+        "master 131 has traffic but no settings; its rows say Unknown"}) {
     EXPECT_THAT(result.err, HasSubstr("qbt2: " + config + ": " + line + "\n"));
   }
 }

@@ -162,8 +162,8 @@ TEST_F(DecodeDiagnostics, ReportsRejectedAndCutSamplesAndGoesOn) {
       {good + sample(5, {}) + sample(5, {1, 2, 3}) + good, 0, 2, {}},
   };
   for (const auto& c : cases) {
-    const ToolResult result =
-        decode({"-", "--input", "samples", "--format", "jsonl", "--stats"}, c.bytes);
+    const ToolResult result = decode(
+        {"-", "--input", "samples", "--format", "jsonl", "--columns", "Bytes", "--stats"}, c.bytes);
     EXPECT_EQ(result.status, c.status) << result.err;
     EXPECT_EQ(lines_of(result.out).size(), c.rows) << result.err;
     EXPECT_EQ(statistics(result.err)["bytes"], c.bytes.size());
@@ -234,7 +234,8 @@ TEST_F(DecodeDiagnostics, AClosedPipeEndsTheRunQuietly) {
   const std::string path = generate("capture", {"--messages", "100k"});
   for (const char* threads : {"1", "4"}) {
     ToolRun run;
-    run.arguments = {"decode", path, "--format", "csv", "--threads", threads, "--framing", "flag"};
+    run.arguments = {"decode", path,        "--format", "csv",      "--threads",
+                     threads,  "--framing", "flag",     "--config", path + ".cfg"};
     run.close_output_after = 1;
     const ToolResult result = run_tool(run);
     EXPECT_EQ(result.status, 0);

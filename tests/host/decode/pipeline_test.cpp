@@ -196,6 +196,7 @@ TEST(Pipeline, ReportsDamageRejectedSamplesAndProgress) {
   RecordingObserver observer;
   DecodeRequest request = request_for({capture}, 1);
   request.input = CaptureFormat::kSamples;
+  request.fields = "Bytes";
   CollectingSink sink(1);
   const RunReport report = Pipeline(request, &observer).run(sink);
   EXPECT_EQ(sink.values[0].size(), 9U);
@@ -233,6 +234,7 @@ TEST(Pipeline, ErasedFlashIsDamageAndTheTraceAfterItIsRead) {
   CollectingSink sink(1);
   DecodeRequest request = request_for({capture}, 1);
   request.framing = Framing::kFlag;
+  request.fields = "Bytes";
   const RunReport report = Pipeline(request, &observer).run(sink);
   EXPECT_EQ(report.decode_totals().rows(), 200U);
   EXPECT_THAT(observer.lines, ElementsAre(capture + " damage " + std::to_string(part.size()) +
