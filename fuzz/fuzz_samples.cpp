@@ -26,7 +26,7 @@ void require(bool condition) {
 
 /// The plug-in, set up once.
 struct Decoder {
-  Decoder() : unit(library.create_unit()), outline{qbt2::read_catalogue(*unit), 1, {}} {
+  Decoder() : unit(library.create_unit()), outline{qbt2::read_catalogue(*unit), 1, false, {}} {
     unit->DataReset();
     DecoderLibrary::Unit second = library.create_unit();
     qbt2::read_catalogue(*second);

@@ -93,6 +93,9 @@ Pipeline::Run::Run(DecodeRequest request, RunObserver* observer)
       library_(request_.plugin),
       total_bytes_(total_bytes(captures_)) {
   outline_.captures = captures_.size();
+  outline_.has_timestamps = std::any_of(
+      captures_.begin(), captures_.end(),
+      [](const OpenCapture& capture) { return capture.format != CaptureFormat::kSamples; });
   outline_.masters = setup_.masters();
   make_workers();
   for (const OpenCapture& capture : captures_) {

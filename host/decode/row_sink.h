@@ -20,6 +20,7 @@ struct RunReport;
 struct RunOutline {
   ColumnCatalogue catalogue;
   std::size_t captures = 0;          ///< whose rows go into one sink
+  bool has_timestamps = true;        ///< false where all captures are samples
   std::vector<NamedMaster> masters;  ///< of the settings, in rising order of ids
 };
 

@@ -54,6 +54,7 @@ std::unique_ptr<RowFormatter> TextSink::make_formatter(const RunOutline& outline
   options.terminal_columns = options_.terminal_columns;
   options.several_captures = outline.captures > 1;
   options.masters = outline.masters;
+  options.has_timestamps = outline.has_timestamps;
   options.hex_addresses = options_.hex_addresses;
   options.csv_safe = options_.csv_safe;
   auto formatter = make_row_formatter(options_.format, catalogue, options);

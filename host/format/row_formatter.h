@@ -19,6 +19,7 @@ struct FormatOptions {
   std::vector<FieldIndex> fields;    ///< in output order; empty: the format's own choice
   std::size_t terminal_columns = 0;  ///< table: width to fit into, 0 for no limit
   bool several_captures = false;     ///< rows say which capture they come from
+  bool has_timestamps = true;        ///< false: no row will have a time
   /// Table: the masters that the settings name; outlive the formatter.
   std::span<const NamedMaster> masters = {};
   /// CSV, JSON lines: addresses as texts with 0x, as the table has them.

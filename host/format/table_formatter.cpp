@@ -57,7 +57,7 @@ TableFormatter::TableFormatter(const ColumnCatalogue& catalogue, const FormatOpt
       terminal_columns_(options.terminal_columns),
       layout_(catalogue, options),
       texts_(append_terminal_text) {
-  if (options.fields.empty()) windows_ = window_line(options.masters);
+  if (options.fields.empty()) masters_ = options.masters;
   make_pairs();
 }
 
@@ -77,8 +77,8 @@ void TableFormatter::make_pairs() {
 }
 
 void TableFormatter::header(TextBuffer& out) {
-  if (!windows_.empty()) {
-    out.append(text_cell(windows_, terminal_columns_, Cut::kEnd).text);
+  if (const std::string windows = window_line(masters_); !windows.empty()) {
+    out.append(text_cell(windows, terminal_columns_, Cut::kEnd).text);
     out.append("\n");
   }
   Line line{&out};
@@ -261,9 +261,9 @@ TableFormatter::Cell TableFormatter::values_cell(const RowBatch& rows, std::size
     }
   }
   if (cut && used + kMarkWidth <= width) {
-    scratch_.append(" ");
+    scratch_.append(used == 0 ? "" : " ");
     scratch_.append(kEllipsis);
-    used += kMarkWidth;
+    used += used == 0 ? 1 : kMarkWidth;
   }
   return {scratch_.view(), used};
 }

@@ -62,7 +62,7 @@ class TableFormatter final : public RowFormatter {
   const ColumnCatalogue* catalogue_;
   std::size_t terminal_columns_;  ///< 0: texts are not cut
   TableLayout layout_;
-  std::string windows_;  ///< the line before the header, or empty
+  std::span<const NamedMaster> masters_;  ///< whose windows come before the header
   std::vector<Pair> pairs_;
   RenderedTexts texts_;
   std::size_t capture_ = 0;  ///< of the current batch

@@ -81,7 +81,7 @@ TableLayout::TableLayout(const ColumnCatalogue& catalogue, const FormatOptions& 
       masters_(options.masters),
       terminal_columns_(options.terminal_columns) {
   if (options.fields.empty()) {
-    choose_columns(options.several_captures);
+    choose_columns(options);
   } else {
     for (const FieldIndex field : options.fields) columns_.push_back(make_column(field));
     if (terminal_columns_ != 0) narrow_texts();
@@ -142,9 +142,10 @@ std::size_t TableLayout::master_width() const {
 }
 
 /// The default table: as many of the fields as leave room for the values column, then that.
-void TableLayout::choose_columns(bool several_captures) {
+void TableLayout::choose_columns(const FormatOptions& options) {
   for (const FieldIndex field : kDefaultFields) {
-    if (field == index_of(BuiltinField::kCapture) && !several_captures) continue;
+    if (field == index_of(BuiltinField::kCapture) && !options.several_captures) continue;
+    if (field == kTimeField && !options.has_timestamps) continue;
     columns_.push_back(field < kBuiltinFieldCount ? make_column(field)
                                                   : make_composed_column(field));
   }

@@ -45,7 +45,7 @@ class TableLayout {
   TableColumn make_column(FieldIndex field) const;
   TableColumn make_composed_column(FieldIndex field) const;
   std::size_t master_width() const;
-  void choose_columns(bool several_captures);
+  void choose_columns(const FormatOptions& options);
   void drop_columns();
   void narrow_texts();
   std::size_t total_width(std::size_t TableColumn::*width) const;

@@ -6,12 +6,14 @@
 #include <vector>
 
 #include "host/base/number_text.h"
+#include "host/base/utf8.h"
 #include "host/format/table_layout.h"
 
 namespace qbt2 {
 namespace {
 
 constexpr std::size_t kMostWindows = 8;  // more are not read by anyone
+constexpr std::size_t kLongestName = 40;
 
 /// The masters with windows of one length.
 struct WindowUsers {
@@ -20,7 +22,9 @@ struct WindowUsers {
 };
 
 std::string users_text(const WindowUsers& users) {
-  return users.count == 1 ? table_label(users.name) : std::to_string(users.count) + " masters";
+  if (users.count != 1) return std::to_string(users.count) + " masters";
+  const std::size_t shown = measure_text(users.name, kLongestName).bytes;
+  return table_label(users.name.substr(0, shown)) + (shown < users.name.size() ? "..." : "");
 }
 
 }  // namespace

@@ -492,6 +492,11 @@ TEST_F(DecodeDiagnostics, TheTableShowsWhatMattersFirstAtEveryWidth) {
     std::erase(text, '\r');
     EXPECT_THAT(text, HasSubstr(c.table)) << c.columns;
   }
+  const std::string samples = put("each.smp", sample(5, {0x64, 0xAB000019}));
+  EXPECT_THAT(run_on_terminal(60, {"decode", samples, "--config", settings}).text,
+              HasSubstr("master        values\r\n"
+                        "------------  ----------------------------------------------\r\n"
+                        "DISPLA…LER_0  Bytes=100 Matched_=25 AvgLength=4 "));
   const std::string unnamed = run_on_terminal(60, {"decode", capture}).text;
   EXPECT_THAT(unnamed, HasSubstr("    0.080 us  probe 5       Bytes=100 Matched_=25 …"));
   EXPECT_THAT(unnamed, HasSubstr("    0.155 us  master 261    0x123456789abc ByteCount=341 …"));
