@@ -21,8 +21,8 @@ void append_sample(SampleBatch& batch, const GeneratedMessage& message) {
   head.master = message.master;
   head.begin = static_cast<std::uint32_t>(batch.bytes.size());
   head.size = static_cast<std::uint32_t>(SampleBytes(message.words.count));
-  batch.bytes.resize(head.begin + head.size);
-  std::uint8_t* at = batch.bytes.data() + head.begin;
+  std::uint8_t* at = batch.bytes.room(head.size);
+  batch.bytes.add(head.size);
   at[kProbeIdOffset] = ProbeOfMaster(message.master);
   at[kPayloadBytesOffset] = static_cast<std::uint8_t>(head.size - kHeaderBytes);
   at += kHeaderBytes;
@@ -48,7 +48,7 @@ Traffic make_traffic(const TrafficMix& mix, std::uint64_t messages) {
         traffic.stream.insert(traffic.stream.end(), piece.begin(), piece.end());
       },
       [&](const GeneratedMessage& message) { append_sample(traffic.samples, message); });
-  traffic.samples.bytes.resize(traffic.samples.bytes.size() + kSlackBytes);
+  traffic.samples.bytes.room(kSlackBytes);
   return traffic;
 }
 

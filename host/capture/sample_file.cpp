@@ -107,7 +107,7 @@ void SampleFileReader::take_sample(SampleBatch& batch, std::span<const std::uint
   head.begin = static_cast<std::uint32_t>(batch.bytes.size());
   head.size = static_cast<std::uint32_t>(sample.size());
   head.master = sample[SampleFormat::kProbeIdOffset];
-  batch.bytes.insert(batch.bytes.end(), sample.begin(), sample.end());
+  batch.bytes.append(sample);
   batch.heads.push_back(head);
 }
 

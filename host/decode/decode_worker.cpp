@@ -1,6 +1,7 @@
 #include "host/decode/decode_worker.h"
 
 #include <algorithm>
+#include <cstring>
 
 #include "interfaces/sample_format.h"
 
@@ -66,7 +67,7 @@ void DecodeWorker::run(DecodeJob& job) {
   prepare(job);
   RowBatch& rows = use_ == RowUse::kKeep ? *job.rows : rows_;
   // The decoder reads a whole word after a length byte of 0, and so past a malformed sample's end.
-  job.samples.bytes.resize(job.samples.bytes.size() + sizeof(std::uint64_t));
+  std::memset(job.samples.bytes.room(sizeof(std::uint64_t)), 0, sizeof(std::uint64_t));
   for (const SampleHead& head : job.samples.heads) {
     if (job.counts.rows() >= job.row_limit) break;
     if (use_ != RowUse::kKeep && rows.full()) flush(job);

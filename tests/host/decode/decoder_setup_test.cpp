@@ -45,7 +45,8 @@ std::string rows_of(DecoderSetup& setup, const std::vector<std::uint8_t>& probes
     SampleHead head;
     head.begin = static_cast<std::uint32_t>(job.samples.bytes.size());
     head.size = static_cast<std::uint32_t>(bytes.size());
-    job.samples.bytes.insert(job.samples.bytes.end(), bytes.begin(), bytes.end());
+    std::copy(bytes.begin(), bytes.end(), job.samples.bytes.room(bytes.size()));
+    job.samples.bytes.add(bytes.size());
     job.samples.heads.push_back(head);
   }
   worker.run(job);

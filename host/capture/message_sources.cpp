@@ -1,0 +1,83 @@
+#include "host/capture/message_sources.h"
+
+#include <algorithm>
+
+namespace qbt2 {
+
+MessageSource* MessageSources::find_other(std::uint32_t key) {
+  const auto found = source_of_key_.find(key);
+  if (found == source_of_key_.end()) return nullptr;
+  masters_[master_of(key)].recent = found->second;
+  return &sources_[found->second];
+}
+
+MessageSource& MessageSources::make(std::uint32_t key) {
+  std::uint32_t index = 0;
+  if (sources_.size() < kMostSources) {
+    index = static_cast<std::uint32_t>(sources_.size());
+    sources_.emplace_back();
+  } else {
+    index = static_cast<std::uint32_t>(next_victim_);
+    next_victim_ = (next_victim_ + 1) % kMostSources;
+    MessageSource& victim = sources_[index];
+    if (is_open(victim)) {
+      close(victim);
+      ++dropped_messages_;
+    }
+    source_of_key_.erase(victim.key);
+  }
+  MessageSource& source = sources_[index];
+  source.key = key;
+  source.words = 0;
+  source_of_key_.emplace(key, index);
+  masters_[master_of(key)].recent = index;
+  return source;
+}
+
+void MessageSources::begin(MessageSource& source, std::uint64_t offset) {
+  Master& master = current(master_of(source.key));
+  ++master.open;
+  ++open_messages_;
+  source.epoch = master.epoch;
+  source.words = 0;
+  source.offset = offset;
+}
+
+void MessageSources::close(MessageSource& source) {
+  --current(master_of(source.key)).open;
+  --open_messages_;
+  source.words = 0;
+}
+
+void MessageSources::drop_master(std::uint16_t id) {
+  Master& master = current(id);
+  dropped_messages_ += master.open;
+  open_messages_ -= master.open;
+  master.open = 0;
+  ++master.epoch;
+}
+
+void MessageSources::drop_all() {
+  dropped_messages_ += open_messages_;
+  open_messages_ = 0;
+  ++all_epoch_;
+}
+
+/// Drops the master's messages that were open when drop_all() was called last.
+void MessageSources::catch_up(Master& master) const {
+  master.all_epoch = all_epoch_;
+  master.open = 0;
+  ++master.epoch;
+}
+
+std::vector<MessageSource*> MessageSources::open_sources() {
+  std::vector<MessageSource*> open;
+  for (MessageSource& source : sources_) {
+    if (is_open(source)) open.push_back(&source);
+  }
+  std::sort(open.begin(), open.end(),
+            [](const MessageSource* a, const MessageSource* b) { return a->offset < b->offset; });
+  return open;
+}
+
+}  // namespace qbt2
