@@ -4,18 +4,19 @@ namespace qbt2 {
 
 FinishedMessages::FinishedMessages(const std::vector<std::uint16_t>& masters,
                                    std::uint64_t clock_hz)
-    : clock_(clock_hz) {
-  if (masters.empty()) wanted_masters_.set();
-  for (const std::uint16_t master : masters) wanted_masters_.set(master);
+    : clock_(clock_hz), masters_(65536, Master{.is_wanted = masters.empty()}) {
+  for (const std::uint16_t master : masters) masters_[master].is_wanted = true;
 }
 
 void FinishedMessages::count_long(std::uint16_t master, std::uint64_t words) {
   ++long_messages_of_words_[words];
-  masters_.set(master);
+  masters_[master].has_messages = true;
 }
 
 void FinishedMessages::add_to(AssemblyCounts& counts) const {
-  counts.masters |= masters_;
+  for (std::size_t id = 0; id < masters_.size(); ++id) {
+    if (masters_[id].has_messages) counts.masters.set(id);
+  }
   for (std::size_t words = 1; words < messages_of_words_.size(); ++words) {
     if (messages_of_words_[words] == 0) continue;
     counts.messages += messages_of_words_[words];

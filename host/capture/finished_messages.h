@@ -1,7 +1,6 @@
 #pragma once
 
 #include <array>
-#include <bitset>
 #include <cstdint>
 #include <cstring>
 #include <map>
@@ -45,8 +44,9 @@ class FinishedMessages {
   /// The message whose words, up to kLongestMessageWords, are stored in room().
   void add(const Message& message) {
     ++messages_of_words_[message.words];
-    masters_.set(message.master);
-    if (wanted_masters_.test(message.master)) write(message);
+    Master& master = masters_[message.master];
+    master.has_messages = true;
+    if (master.is_wanted) write(message);
   }
   /// A longer message, which is only counted.
   void count_long(std::uint16_t master, std::uint64_t words);
@@ -55,6 +55,11 @@ class FinishedMessages {
   void add_to(AssemblyCounts& counts) const;
 
  private:
+  struct Master {
+    bool is_wanted = false;
+    bool has_messages = false;
+  };
+
   void write(const Message& message) {
     using namespace Kz::Dvt::Trace;
     const auto payload = static_cast<std::uint32_t>(SampleFormat::kPairBytes * message.words);
@@ -83,8 +88,7 @@ class FinishedMessages {
   TickClock clock_;
   std::array<std::uint64_t, kLongestMessageWords + 1> messages_of_words_{};
   std::map<std::uint64_t, std::uint64_t> long_messages_of_words_;
-  std::bitset<65536> masters_;
-  std::bitset<65536> wanted_masters_;
+  std::vector<Master> masters_;  ///< by id
 };
 
 }  // namespace qbt2

@@ -46,6 +46,10 @@ class FramingChooser {
       assembler_->on_packet(packet);
     }
   }
+  bool may_begin_message(const StpCursor& cursor) const {
+    return !holding_ && assembler_->may_begin_message(cursor);
+  }
+  StpCursor take_messages(const StpCursor& cursor) { return assembler_->take_messages(cursor); }
   void on_sync_lost(std::uint64_t byte_offset, StpSyncLoss reason);
   void on_skipped(const StpSkippedRange& /*range*/) {}
   /// To be called when `stream_bytes`, a multiple of kFramingCheckBytes, were read.

@@ -3,21 +3,36 @@
 #include <algorithm>
 #include <cstring>
 
+#include "host/capture/whole_messages.h"
+
 namespace qbt2 {
 
 MessageAssembler::MessageAssembler(const AssemblerOptions& options)
     : framing_(options.framing),
+      takes_whole_(options.framing != Framing::kMarkerFirst),
       mark_delimits_(options.framing == Framing::kMarkerLast ||
                      options.framing == Framing::kMarkerFirst),
       timestamp_delimits_(options.framing == Framing::kTimestampLast),
       offsets_(options.offsets),
       finished_(options.masters, options.clock_hz) {}
 
+StpCursor MessageAssembler::take_messages(StpCursor cursor) {
+  WholeMessages::Assembly assembly{.sources = sources_,
+                                   .finished = finished_,
+                                   .offsets = offsets_,
+                                   .time_known = newest_.known,
+                                   .words = 0};
+  cursor = WholeMessages::take(framing_, cursor, assembly);
+  words_ += assembly.words;
+  newest_ = {cursor.context.timestamp, assembly.time_known};
+  return cursor;
+}
+
 MessageSource& MessageAssembler::source_of(const StpPacket& packet) {
   const std::uint32_t key = key_of(packet);
   MessageSource* const known = sources_.find(key);
   if (known != nullptr) return *known;
-  current_ = nullptr;  // the sources may move, and one may be replaced
+  current_ = nullptr;  // it may be replaced
   return sources_.make(key);
 }
 

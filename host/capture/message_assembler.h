@@ -1,5 +1,6 @@
 #pragma once
 
+#include <array>
 #include <cstdint>
 #include <vector>
 
@@ -8,19 +9,14 @@
 #include "host/capture/framing.h"
 #include "host/capture/message_sources.h"
 #include "host/capture/sample_batch.h"
+#include "host/capture/stream_offsets.h"
+#include "host/stp/stp_cursor.h"
+#include "host/stp/stp_opcodes.h"
 #include "host/stp/stp_packet.h"
 
 /// Collects the D32 words of each (master, channel) into messages and writes each message as a
 /// sample for the plug-in. Sink of the STP reader; one stream, one thread, bounded memory.
 namespace qbt2 {
-
-/// Maps the bytes of an STP stream to their offsets in the input.
-class StreamOffsets {
- public:
-  virtual ~StreamOffsets() = default;
-  /// Called with offsets that never decrease.
-  virtual std::uint64_t input_offset(std::uint64_t stream_offset) = 0;
-};
 
 struct AssemblerOptions {
   Framing framing = Framing::kFlag;
@@ -75,6 +71,14 @@ class MessageAssembler {
         break;
     }
   }
+  /// Messages that lie whole in the stream are taken at once: see StpMessageSink.
+  bool may_begin_message(const StpCursor& cursor) const {
+    return kMessageBegins[cursor.window & 0xF] && takes_whole_ &&
+           cursor.context.coding == StpTimestampCoding::kNatural &&
+           (current_ == nullptr ||
+            current_->key != source_key(cursor.context.master, cursor.context.channel));
+  }
+  StpCursor take_messages(StpCursor cursor);
   void on_sync_lost(std::uint64_t /*byte_offset*/, StpSyncLoss /*reason*/) { drop_all(); }
   void on_skipped(const StpSkippedRange& /*range*/) {}
 
@@ -97,6 +101,19 @@ class MessageAssembler {
     std::uint64_t ticks = 0;
     bool known = false;
   };
+
+  /// By a packet's first nibble: whether it may be the first of a message, that is a D32 or a
+  /// packet that selects a source.
+  static constexpr std::array<bool, 16> kMessageBegins = [] {
+    std::array<bool, 16> begins{};
+    for (const StpKind kind : {StpKind::kM8, StpKind::kC8, StpKind::kD32}) {
+      for (std::size_t nibble = 0; nibble < 16; ++nibble) {
+        if (kStpOpcodes[0][nibble].kind == kind) begins[nibble] = true;
+      }
+    }
+    begins[kNibbleF] = true;
+    return begins;
+  }();
 
   static std::uint32_t key_of(const StpPacket& packet) {
     return source_key(packet.master, packet.channel);
@@ -124,6 +141,7 @@ class MessageAssembler {
   void drop_all();
 
   Framing framing_;
+  bool takes_whole_;
   bool mark_delimits_;
   bool timestamp_delimits_;
   StreamOffsets* offsets_;

@@ -7,31 +7,29 @@ namespace qbt2 {
 MessageSource* MessageSources::find_other(std::uint32_t key) {
   const auto found = source_of_key_.find(key);
   if (found == source_of_key_.end()) return nullptr;
-  masters_[master_of(key)].recent = found->second;
-  return &sources_[found->second];
+  recent_[slot_of(key)] = found->second;
+  return found->second;
 }
 
 MessageSource& MessageSources::make(std::uint32_t key) {
-  std::uint32_t index = 0;
-  if (sources_.size() < kMostSources) {
-    index = static_cast<std::uint32_t>(sources_.size());
-    sources_.emplace_back();
-  } else {
-    index = static_cast<std::uint32_t>(next_victim_);
-    next_victim_ = (next_victim_ + 1) % kMostSources;
-    MessageSource& victim = sources_[index];
-    if (is_open(victim)) {
-      close(victim);
-      ++dropped_messages_;
-    }
-    source_of_key_.erase(victim.key);
-  }
-  MessageSource& source = sources_[index];
+  MessageSource& source = sources_.size() < kMostSources ? sources_.emplace_back() : replaced();
   source.key = key;
   source.words = 0;
-  source_of_key_.emplace(key, index);
-  masters_[master_of(key)].recent = index;
+  source_of_key_.emplace(key, &source);
+  recent_[slot_of(key)] = &source;
   return source;
+}
+
+/// A source that is forgotten for another: each in its turn.
+MessageSource& MessageSources::replaced() {
+  MessageSource& victim = sources_[next_victim_];
+  next_victim_ = (next_victim_ + 1) % kMostSources;
+  if (is_open(victim)) {
+    close(victim);
+    ++dropped_messages_;
+  }
+  source_of_key_.erase(victim.key);
+  return victim;
 }
 
 void MessageSources::begin(MessageSource& source, std::uint64_t offset) {

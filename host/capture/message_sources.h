@@ -4,6 +4,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
+#include <deque>
 #include <unordered_map>
 #include <vector>
 
@@ -37,6 +38,14 @@ inline void store_pair(std::uint8_t* at, std::uint32_t word) {
   std::memcpy(at, &pair, sizeof pair);
 }
 
+/// The word in the low half, then the one in the high half.
+inline void store_two(std::uint8_t* at, std::uint64_t words) {
+  const std::uint64_t first = words << 8 | Kz::Dvt::Trace::SampleFormat::kWordLength;
+  std::memcpy(at, &first, sizeof first);  // its upper bytes are overwritten
+  store_pair(at + Kz::Dvt::Trace::SampleFormat::kPairBytes,
+             static_cast<std::uint32_t>(words >> 32));
+}
+
 /// A (master, channel) that has sent words. Kept when its message ends, since the same source is
 /// likely to send another.
 struct MessageSource {
@@ -62,10 +71,10 @@ class MessageSources {
  public:
   MessageSources() : masters_(65536) {}
 
-  /// The source of this key, or null. Valid until the next make().
+  /// The source of this key, or null.
   MessageSource* find(std::uint32_t key) {
-    MessageSource* const recent = find_recent(key);
-    return recent != nullptr ? recent : find_other(key);
+    MessageSource* const recent = recent_[slot_of(key)];
+    return recent != nullptr && recent->key == key ? recent : find_other(key);
   }
   /// A new source. When there are kMostSources it replaces another, whose message is dropped.
   MessageSource& make(std::uint32_t key);
@@ -94,20 +103,18 @@ class MessageSources {
   std::vector<MessageSource*> open_sources();
 
  private:
-  static constexpr std::uint32_t kNone = ~std::uint32_t{0};
+  static constexpr std::size_t kRecentSources = 1024;
 
   struct Master {
     std::uint32_t epoch = 0;
     std::uint32_t all_epoch = 0;
-    std::uint32_t open = 0;        ///< messages
-    std::uint32_t recent = kNone;  ///< the source of it found last
+    std::uint32_t open = 0;  ///< messages
   };
 
-  MessageSource* find_recent(std::uint32_t key) {
-    const std::uint32_t recent = masters_[master_of(key)].recent;
-    return recent != kNone && sources_[recent].key == key ? &sources_[recent] : nullptr;
-  }
+  /// Masters next to each other, and channels of a master, have slots of their own.
+  static std::size_t slot_of(std::uint32_t key) { return (key ^ key >> 16) % kRecentSources; }
   MessageSource* find_other(std::uint32_t key);
+  MessageSource& replaced();
   Master& current(std::uint16_t id) {
     Master& master = masters_[id];
     if (master.all_epoch != all_epoch_) catch_up(master);
@@ -115,9 +122,10 @@ class MessageSources {
   }
   void catch_up(Master& master) const;
 
-  std::vector<MessageSource> sources_;
+  std::deque<MessageSource> sources_;  ///< they never move
   std::vector<Master> masters_;
-  std::unordered_map<std::uint32_t, std::uint32_t> source_of_key_;
+  std::unordered_map<std::uint32_t, MessageSource*> source_of_key_;
+  std::array<MessageSource*, kRecentSources> recent_{};  ///< found last, by slot; or null
   std::size_t next_victim_ = 0;
   std::uint64_t open_messages_ = 0;
   std::uint64_t dropped_messages_ = 0;

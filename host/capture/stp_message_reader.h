@@ -42,6 +42,10 @@ class StpMessageReader {
       if (packet.kind == StpKind::kAsync) ++async_packets;
       chooser.on_packet(packet);
     }
+    bool may_begin_message(const StpCursor& cursor) const {
+      return chooser.may_begin_message(cursor);
+    }
+    StpCursor take_messages(const StpCursor& cursor) { return chooser.take_messages(cursor); }
     void on_sync_lost(std::uint64_t byte_offset, StpSyncLoss reason);
     void on_skipped(const StpSkippedRange& range) { chooser.on_skipped(range); }
   };

@@ -4,6 +4,7 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "host/stp/stp_cursor.h"
 #include "host/stp/stp_nibbles.h"
 #include "host/stp/stp_opcodes.h"
 #include "host/stp/stp_packet.h"
@@ -68,73 +69,56 @@ inline constexpr std::array<FastPath, 256> kFastPaths = [] {
   return paths;
 }();
 
-/// The inner loop's state, held in registers: its position and what packets change.
-struct FastState {
-  const std::uint8_t* data;
-  std::size_t at;
-  std::uint64_t window;  ///< the nibbles from `at` on
-  StpContext context;
-  std::uint64_t origin;
-  std::uint64_t packets;
-  std::uint64_t after_async;
-};
-
 inline constexpr std::uint64_t kLargestFastTimestamp = 12;
 
-/// Moves to `end`, the nibble after the packet. False, with nothing changed, when F F follows: that
-/// may be an ASYNC which began within the packet, so parse_packet() has to read it.
-inline bool advance(FastState& state, std::size_t end) {
-  const std::uint64_t next = nibbles_from(state.data, end);
-  if ((next & 0xFF) == 0xFF) return false;
-  state.at = end;
-  state.window = next;
-  ++state.packets;
+/// Reads the timestamp of which `window` has the size nibble first; false when it is longer than
+/// kLargestFastTimestamp.
+inline bool take_timestamp(std::uint64_t window, std::uint64_t& sent, unsigned& nibbles) {
+  nibbles = window & 0xF;
+  if (nibbles > kLargestFastTimestamp) return false;
+  sent = reverse_nibbles(window >> 4) >> 4 >> (60 - 4 * nibbles);
   return true;
 }
-
-/// Reads the timestamp whose size nibble is at `end` and moves `end` past it; false when it is
-/// longer than kLargestFastTimestamp.
-inline bool take_timestamp(const FastState& state, std::size_t& end, std::uint64_t& sent,
+/// The same at nibble `end`, which it moves past the timestamp.
+inline bool take_timestamp(const std::uint8_t* data, std::size_t& end, std::uint64_t& sent,
                            unsigned& nibbles) {
-  nibbles = (state.data[end / 2] >> (end % 2 * 4)) & 0xFU;
-  if (nibbles > kLargestFastTimestamp) return false;
-  sent = reverse_nibbles(nibbles_from(state.data, end + 1)) >> 4 >> (60 - 4 * nibbles);
+  if (!take_timestamp(nibbles_from(data, end), sent, nibbles)) return false;
   end += 1 + nibbles;
   return true;
 }
 
-/// Reads the packet at state.at, whose opcode is kStpOpcodes[Level][Nibble]. False, with nothing
+/// Reads the packet at cursor.at, whose opcode is kStpOpcodes[Level][Nibble]. False, with nothing
 /// changed, when parse_packet() has to read it.
 template <std::size_t Level, std::size_t Nibble, typename Sink>
-[[gnu::always_inline]] inline bool read_known(FastState& state, Sink& sink) {
+[[gnu::always_inline]] inline bool read_known(StpCursor& cursor, Sink& sink) {
   constexpr const StpOpcode& kOpcode = kStpOpcodes[Level][Nibble];
   constexpr std::size_t kOpcodeNibbles = Level + 1;
   constexpr std::size_t kHead = kOpcodeNibbles + kOpcode.payload_nibbles;
-  const std::size_t at = state.at;
-  const std::uint64_t window = state.window;
+  const std::size_t at = cursor.at;
+  const std::uint64_t window = cursor.window;
   std::size_t end = at + kHead;
   std::uint64_t sent = 0;
   unsigned timestamp_nibbles = 0;
   if constexpr (kOpcode.timestamped) {
-    if (!take_timestamp(state, end, sent, timestamp_nibbles)) return false;
+    if (!take_timestamp(cursor.data, end, sent, timestamp_nibbles)) return false;
   }
-  if (!advance(state, end)) return false;
+  if (!cursor.advance(end)) return false;
   StpPacket packet;
-  if constexpr (kOpcode.timestamped) advance_timestamp(state.context, sent, timestamp_nibbles);
+  if constexpr (kOpcode.timestamped) advance_timestamp(cursor.context, sent, timestamp_nibbles);
   if constexpr (kOpcode.kind == StpKind::kNull) {
-    if (state.origin + at == state.after_async) ++state.after_async;
+    if (cursor.origin + at == cursor.after_async) ++cursor.after_async;
   }
   if constexpr (kOpcode.payload_nibbles == 8) {
     packet.value = reverse_nibbles_32(static_cast<std::uint32_t>(window >> (4 * kOpcodeNibbles)));
   } else if constexpr (kOpcode.payload_nibbles == 16) {
-    const std::uint64_t first = nibbles_from(state.data, at + kOpcodeNibbles) & 0xFFFFFFFF;
-    const std::uint64_t second = nibbles_from(state.data, at + kOpcodeNibbles + 8);
+    const std::uint64_t first = nibbles_from(cursor.data, at + kOpcodeNibbles) & 0xFFFFFFFF;
+    const std::uint64_t second = nibbles_from(cursor.data, at + kOpcodeNibbles + 8);
     packet.value = reverse_nibbles(first | second << 32);
   }
-  packet.nibble_offset = state.origin + at;
-  packet.timestamp = state.context.timestamp;
-  packet.master = state.context.master;
-  packet.channel = state.context.channel;
+  packet.nibble_offset = cursor.origin + at;
+  packet.timestamp = cursor.context.timestamp;
+  packet.master = cursor.context.master;
+  packet.channel = cursor.context.channel;
   packet.kind = kOpcode.kind;
   packet.value_nibbles = kOpcode.payload_nibbles;
   packet.marked = kOpcode.marked;
@@ -145,22 +129,23 @@ template <std::size_t Level, std::size_t Nibble, typename Sink>
 
 /// The same for FastPath::kSmall.
 template <typename Sink>
-inline bool read_small(FastState& state, Sink& sink) {
-  const std::uint64_t first = state.window & 0xF;
+inline bool read_small(StpCursor& cursor, Sink& sink) {
+  const std::uint64_t first = cursor.window & 0xF;
   const bool prefixed = first == 0xF;
   const StpOpcode& opcode =
-      prefixed ? kStpOpcodes[1][state.window >> 4 & 0xF] : kStpOpcodes[0][first];
+      prefixed ? kStpOpcodes[1][cursor.window >> 4 & 0xF] : kStpOpcodes[0][first];
   const std::size_t head = prefixed ? 2U : 1U;
   const unsigned payload = opcode.payload_nibbles;
   StpPacket packet;
-  packet.nibble_offset = state.origin + state.at;
-  packet.value = reverse_nibbles(state.window >> (4 * head)) >> (64 - 4 * payload);
-  std::size_t end = state.at + head + payload;
+  packet.nibble_offset = cursor.origin + cursor.at;
+  packet.value = reverse_nibbles(cursor.window >> (4 * head)) >> (64 - 4 * payload);
+  std::size_t end = cursor.at + head + payload;
   std::uint64_t sent = 0;
   unsigned timestamp_nibbles = 0;
-  if (opcode.timestamped && !take_timestamp(state, end, sent, timestamp_nibbles)) return false;
-  if (!advance(state, end)) return false;
-  StpContext& context = state.context;
+  if (opcode.timestamped && !take_timestamp(cursor.data, end, sent, timestamp_nibbles))
+    return false;
+  if (!cursor.advance(end)) return false;
+  StpContext& context = cursor.context;
   if (opcode.timestamped) advance_timestamp(context, sent, timestamp_nibbles);
   const auto value = static_cast<std::uint16_t>(packet.value);
   if (opcode.kind == StpKind::kM8 || opcode.kind == StpKind::kM16) {
@@ -183,32 +168,32 @@ inline bool read_small(FastState& state, Sink& sink) {
 }
 
 template <typename Sink>
-[[gnu::always_inline]] inline bool read_fast(FastState& state, Sink& sink) {
-  switch (kFastPaths[state.window & 0xFF]) {
+[[gnu::always_inline]] inline bool read_fast(StpCursor& cursor, Sink& sink) {
+  switch (kFastPaths[cursor.window & 0xFF]) {
     case FastPath::kD32:
-      return read_known<0, 0x6>(state, sink);
+      return read_known<0, 0x6>(cursor, sink);
     case FastPath::kD32Ts:
-      return read_known<1, 0x6>(state, sink);
+      return read_known<1, 0x6>(cursor, sink);
     case FastPath::kD32M:
-      return read_known<1, 0xA>(state, sink);
+      return read_known<1, 0xA>(cursor, sink);
     case FastPath::kD32Mts:
-      return read_known<0, 0xA>(state, sink);
+      return read_known<0, 0xA>(cursor, sink);
     case FastPath::kD64:
-      return read_known<0, 0x7>(state, sink);
+      return read_known<0, 0x7>(cursor, sink);
     case FastPath::kD64Ts:
-      return read_known<1, 0x7>(state, sink);
+      return read_known<1, 0x7>(cursor, sink);
     case FastPath::kD64M:
-      return read_known<1, 0xB>(state, sink);
+      return read_known<1, 0xB>(cursor, sink);
     case FastPath::kD64Mts:
-      return read_known<0, 0xB>(state, sink);
+      return read_known<0, 0xB>(cursor, sink);
     case FastPath::kFlag:
-      return read_known<1, 0xE>(state, sink);
+      return read_known<1, 0xE>(cursor, sink);
     case FastPath::kFlagTs:
-      return read_known<0, 0xE>(state, sink);
+      return read_known<0, 0xE>(cursor, sink);
     case FastPath::kNull:
-      return read_known<0, 0x0>(state, sink);
+      return read_known<0, 0x0>(cursor, sink);
     case FastPath::kSmall:
-      return read_small(state, sink);
+      return read_small(cursor, sink);
     case FastPath::kNone:
       break;
   }

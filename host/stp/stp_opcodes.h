@@ -93,6 +93,32 @@ static_assert([] {
   return true;
 }());
 
+/// An opcode of one or two nibbles as it lies in the stream: the first nibble lowest.
+struct StpOpcodeBits {
+  std::uint64_t bits = 0;
+  std::uint64_t mask = 0;
+  std::size_t nibbles = 0;
+
+  /// Whether the packet that begins with these nibbles has this opcode.
+  constexpr bool begins(std::uint64_t window) const { return (window & mask) == bits; }
+};
+
+/// The opcode of a kind that has one of one or two nibbles.
+consteval StpOpcodeBits opcode_bits(StpKind kind, bool marked = false, bool timestamped = false) {
+  for (std::size_t level = 0; level < 2; ++level) {
+    for (std::size_t nibble = 0; nibble < 16; ++nibble) {
+      const StpOpcode& opcode = kStpOpcodes[level][nibble];
+      if (opcode.form != StpForm::kPacket || opcode.kind != kind || opcode.marked != marked ||
+          opcode.timestamped != timestamped) {
+        continue;
+      }
+      if (level == 0) return {nibble, 0xF, 1};
+      return {0xF | nibble << 4, 0xFF, 2};
+    }
+  }
+  throw "no such opcode";
+}
+
 /// The nibble that begins each longer opcode and fills an ASYNC.
 inline constexpr std::uint8_t kNibbleF = 0xF;
 /// F nibbles of an ASYNC; a 0 follows them.

@@ -2,11 +2,13 @@
 
 #include <algorithm>
 #include <array>
+#include <concepts>
 #include <cstddef>
 #include <cstdint>
 #include <span>
 
 #include "host/stp/stp_async.h"
+#include "host/stp/stp_cursor.h"
 #include "host/stp/stp_fast_path.h"
 #include "host/stp/stp_nibbles.h"
 #include "host/stp/stp_packet.h"
@@ -32,6 +34,15 @@
 ///       a range that was not trusted, once its end is known: before the ASYNC that ends it, or by
 ///       finish(). Not always damage: see the bytes before the first ASYNC.
 ///
+/// A sink may also take several packets at once (StpMessageSink), as long as the result is what
+/// on_packet would have made of each:
+///
+///   bool may_begin_message(const StpCursor& cursor) const;
+///       whether to call take_messages at this packet; a cheap guess
+///   StpCursor take_messages(StpCursor cursor);
+///       reads any number of packets from the cursor on and returns it after them, with their
+///       effect on context and packets; never before F F (StpCursor::advance)
+///
 /// push() is a template over the sink so that on_packet is inlined into the loop over the packets.
 namespace qbt2 {
 
@@ -40,6 +51,12 @@ concept StpSink = requires(Sink& sink, const StpPacket& packet, const StpSkipped
   sink.on_packet(packet);
   sink.on_sync_lost(std::uint64_t{}, StpSyncLoss{});
   sink.on_skipped(range);
+};
+
+template <typename Sink>
+concept StpMessageSink = StpSink<Sink> && requires(Sink& sink, const StpCursor& cursor) {
+  { sink.may_begin_message(cursor) } -> std::same_as<bool>;
+  { sink.take_messages(cursor) } -> std::same_as<StpCursor>;
 };
 
 struct StpCounters {
@@ -95,6 +112,8 @@ class StpReader {
   template <StpSink Sink>
   std::size_t consume_fast(std::span<const std::uint8_t> data, std::size_t at, std::size_t stop,
                            Sink& sink);
+  template <StpSink Sink>
+  static void offer_messages(StpCursor& cursor, Sink& sink);
   template <StpSink Sink>
   std::size_t search(std::span<const std::uint8_t> data, std::size_t at, Sink& sink);
   template <StpSink Sink>
@@ -197,15 +216,29 @@ std::size_t StpReader::consume_fast(std::span<const std::uint8_t> data, std::siz
   if (data.size() < kReach + 1) return at;
   const std::size_t limit = std::min(stop, (data.size() - kReach) * 2);
   if (at >= limit) return at;
-  detail::FastState state{data.data(), at,      detail::nibbles_from(data.data(), at),
-                          context_,    origin_, counters_.packets,
-                          after_async_};
-  while (state.at < limit && detail::read_fast(state, sink)) {
+  StpCursor cursor{.data = data.data(),
+                   .at = at,
+                   .data_end = data.size() * 2,
+                   .window = detail::nibbles_from(data.data(), at),
+                   .context = context_,
+                   .origin = origin_,
+                   .packets = counters_.packets,
+                   .after_async = after_async_};
+  do {
+    offer_messages(cursor, sink);
+  } while (cursor.at < limit && detail::read_fast(cursor, sink) && cursor.at < limit);
+  context_ = cursor.context;
+  counters_.packets = cursor.packets;
+  after_async_ = cursor.after_async;
+  return cursor.at;
+}
+
+template <StpSink Sink>
+void StpReader::offer_messages(StpCursor& cursor, Sink& sink) {
+  if constexpr (StpMessageSink<Sink>) {
+    // A copy goes there and back: the cursor itself stays in registers.
+    if (sink.may_begin_message(cursor)) cursor = sink.take_messages(cursor);
   }
-  context_ = state.context;
-  counters_.packets = state.packets;
-  after_async_ = state.after_async;
-  return state.at;
 }
 
 template <StpSink Sink>

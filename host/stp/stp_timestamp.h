@@ -27,6 +27,13 @@ constexpr std::uint64_t to_gray(std::uint64_t value) {
   return value ^ (value >> 1);
 }
 
+/// advance_timestamp() under natural coding.
+constexpr void advance_natural(StpContext& context, std::uint64_t sent, unsigned nibbles) {
+  const std::uint64_t kept = nibbles < 16 ? ~std::uint64_t{0} << (4 * nibbles) : 0;
+  context.raw_timestamp = (context.raw_timestamp & kept) | sent;
+  context.timestamp = context.raw_timestamp;
+}
+
 /// Updates the context by a timestamp of which the low `nibbles` nibbles were sent; the higher ones
 /// keep their value, as sent. A difference (kDelta) is added.
 constexpr void advance_timestamp(StpContext& context, std::uint64_t sent, unsigned nibbles) {

@@ -77,6 +77,28 @@ class RandomStp {
     }
   }
 
+  /// A message in one of the ways in which sources send them, mostly of 2, 4 or 6 words, of one of
+  /// `sources` masters and channels.
+  void message(StpWriter& writer, std::uint64_t sources) {
+    const std::uint64_t source = below(sources);
+    if (below(3) != 0) writer.master(static_cast<std::uint16_t>(source * 37));
+    if (below(8) == 0) writer.c8(static_cast<std::uint8_t>(source % 3));
+    if (below(20) == 0) writer.c16(static_cast<std::uint16_t>(source));
+    const std::uint64_t words = below(8) == 0 ? 1 + below(70) : 2 + 2 * below(3);
+    const std::uint64_t way = below(4);
+    for (std::uint64_t i = 1; i <= words; ++i) {
+      if (below(200) == 0) packet(writer);
+      StpDataOptions options;
+      options.marked = (way == 1 && i == words) || (way == 2 && i == 1);
+      if ((way == 3 || below(2) == 0) && (i == words || i == 1)) options.timestamp = ++time_;
+      if (way == 0) options = {};
+      writer.data(StpKind::kD32, value(), options);
+    }
+    if (below(100) == 0) return;
+    time_ += value() % 100000;
+    if (way == 0) writer.flag(below(3) != 0 ? StpWriter::Timestamp(time_) : std::nullopt);
+  }
+
   std::vector<std::uint8_t> sound(std::size_t packets) {
     StpWriter writer;
     writer.async();
@@ -93,7 +115,11 @@ class RandomStp {
       if (below(12) == 0) fault(writer);
       packet(writer);
     }
-    std::vector<std::uint8_t> bytes = writer.bytes();
+    return damage(writer.take());
+  }
+
+  /// Some bits flipped, the end or the beginning cut off.
+  std::vector<std::uint8_t> damage(std::vector<std::uint8_t> bytes) {
     for (std::uint64_t flips = below(4); flips > 0 && !bytes.empty(); --flips) {
       bytes[below(bytes.size())] ^= static_cast<std::uint8_t>(1U << below(8));
     }
