@@ -40,7 +40,7 @@ cc c_host.c -o c_host
 unset LD_LIBRARY_PATH
 
 # Found through its own path, without any help of the environment.
-"$work/root/bin/qbt2" columns --format jsonl | grep -c '"key"' | grep -qx 45
+"$work/root/bin/qbt2" columns --format jsonl | grep -c '"bits"' | grep -qx 45
 
 cd "$work/root/include/qbt2"
 if find . -path '*decoder/*' | grep .; then
