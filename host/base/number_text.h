@@ -59,7 +59,7 @@ inline void store_digits(char* at, std::uint64_t digits) {
   std::memcpy(at, &digits, sizeof digits);
 }
 
-/// Writes 1 to 99999999 without leading zeros; stores eight characters.
+/// Writes 0 to 99999999 without leading zeros; stores eight characters.
 inline char* write_up_to_eight(char* at, std::uint32_t value) {
   const std::uint64_t digits = eight_digits(value);
   constexpr std::uint64_t kLastDigit = std::uint64_t{1} << 56;  // kept even if it is 0
@@ -110,6 +110,26 @@ inline char* write_decimal(char* at, std::uint64_t value) {
   at = detail::write_up_to_eight(at, static_cast<std::uint32_t>(high / detail::kHundredMillion));
   at = detail::write_eight(at, high % detail::kHundredMillion);
   return detail::write_eight(at, low);
+}
+
+/// The same for numbers of a known width (1, 2, 4 or 8 bytes), without the branches that this width
+/// does not need: a column's values differ in length from row to row.
+template <typename Number>
+inline char* write_decimal_of(char* at, Number value) {
+  if constexpr (sizeof(Number) == 1) {
+    const detail::ByteDigits& entry = detail::kByteDigits[value];
+    std::memcpy(at, &entry, sizeof entry);
+    return at + entry.length;
+  } else if constexpr (sizeof(Number) == 2) {
+    return detail::write_up_to_eight(at, value);
+  } else if constexpr (sizeof(Number) == 4) {
+    if (value < detail::kHundredMillion) return detail::write_up_to_eight(at, value);
+    const std::uint32_t high = value / detail::kHundredMillion;  // at most 42
+    at = write_decimal_of(at, static_cast<std::uint8_t>(high));
+    return detail::write_eight(at, value - high * detail::kHundredMillion);
+  } else {
+    return write_decimal(at, value);
+  }
 }
 
 /// Writes lower-case hexadecimal digits without a prefix, at least `min_digits` (at most 16) of

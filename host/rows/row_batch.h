@@ -113,6 +113,12 @@ inline constexpr std::size_t kDefaultBatchRows = 4096;
 /// At most `capacity` rows. Numbers are stored column by column, little-endian in the column's own
 /// width. A cell is undefined where its row has no value (see RowHead::columns).
 class RowBatch {
+  struct Column {
+    std::size_t begin = 0;   ///< first byte in cells_
+    std::uint64_t mask = 0;  ///< the bits that a value has
+    std::size_t width = 0;
+  };
+
  public:
   /// The catalogue must outlive the batch. Throws what check_catalogue throws.
   explicit RowBatch(const ColumnCatalogue& catalogue, std::size_t capacity = kDefaultBatchRows);
@@ -141,6 +147,25 @@ class RowBatch {
     std::memcpy(&v, cells_.get() + columns_[k].begin + row * columns_[k].width, sizeof v);
     return v & columns_[k].mask;
   }
+  /// The cells of one row. Copies what it needs, so that in a loop that stores into cells nothing
+  /// is loaded again. Valid until the batch grows.
+  class RowCells {
+   public:
+    /// The cell of catalogue column k, whose width is `kBytes`.
+    template <std::size_t kBytes>
+    std::uint8_t* cell(std::size_t k) const {
+      return cells_ + columns_[k].begin + row_ * kBytes;
+    }
+
+   private:
+    friend class RowBatch;
+    RowCells(RowBatch& rows, std::size_t row)
+        : cells_(rows.cells_.get()), columns_(rows.columns_.data()), row_(row) {}
+    std::uint8_t* cells_;
+    const Column* columns_;
+    std::size_t row_;
+  };
+  RowCells row_cells(std::size_t row) { return {*this, row}; }
   /// Adds the row that was being filled.
   void commit_row() { ++size_; }
   /// Keeps only the first `rows` rows.
@@ -152,11 +177,6 @@ class RowBatch {
   const TextPool& texts() const { return texts_; }
 
  private:
-  struct Column {
-    std::size_t begin = 0;   ///< first byte in cells_
-    std::uint64_t mask = 0;  ///< the bits that a value has
-    std::size_t width = 0;
-  };
   void allocate_cells();
 
   const ColumnCatalogue* catalogue_;

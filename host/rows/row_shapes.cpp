@@ -108,9 +108,10 @@ inline bool RowShapes::matches(const Tail& tail, const std::uint8_t* stream_end)
 
 template <std::size_t kSize>
 void RowShapes::copy_values(const Tail& tail, const std::uint8_t* bytes, RowBatch& rows) {
-  const std::size_t row = rows.size();
-  for (const ValuePlace& place : tail.values[size_index(kSize)]) {
-    std::memcpy(rows.cell(place.column, row), bytes + place.offset, kSize);
+  const RowBatch::RowCells cells = rows.row_cells(rows.size());
+  const std::span<const ValuePlace> places = tail.values[size_index(kSize)];
+  for (const ValuePlace& place : places) {
+    std::memcpy(cells.cell<kSize>(place.column), bytes + place.offset, kSize);
   }
 }
 

@@ -95,6 +95,21 @@ TEST_F(RowFormatterTest, RowsOfSeveralCapturesBeginWithTheirNumber) {
   EXPECT_THAT(appended("table"), testing::HasSubstr("         0        2\n"));
 }
 
+TEST_F(RowFormatterTest, RowsOfMastersThatShareAProbeKeepTheirOwnTexts) {
+  std::string expected = "description,stp_master,Bytes,master\n";
+  for (unsigned n = 0; n < 24; ++n) {  // more in turn than lines are kept, then each twice
+    const unsigned master = n < 12 ? n % 6 : n / 2 % 6;
+    given.stp_master = static_cast<std::uint16_t>(1 + 256 * master);
+    const std::string_view name = master < 3 ? "DDR" : "GPU";
+    add(throughput(1, name, n));
+    (expected += "per 0x10,") += std::to_string(given.stp_master);
+    ((((expected += ',') += std::to_string(n)) += ',') += name) += '\n';
+  }
+  FormatOptions options;
+  options.fields = parse_field_list(catalogue, "description,stp_master,Bytes,master");
+  EXPECT_EQ(formatted("csv", rows, options), expected);
+}
+
 TEST_F(RowFormatterTest, ChosenFieldsComeInTheirOrder) {
   add_three_rows();
   const FormatOptions some{parse_field_list(catalogue, "RouteID,kind,Bytes,offset"), 0};

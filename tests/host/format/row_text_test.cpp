@@ -11,6 +11,13 @@
 namespace qbt2::test {
 namespace {
 
+template <typename Number>
+void expect_digits_of(std::uint64_t value) {
+  std::vector<char> out(kMaxNumberChars);
+  const auto number = static_cast<Number>(value);
+  ASSERT_EQ(std::string(out.data(), write_decimal_of(out.data(), number)), std::to_string(number));
+}
+
 TEST(NumberText, AgreesWithTheStandardLibrary) {
   std::vector<std::uint64_t> values;
   for (std::uint64_t value = 0; value < 2000; ++value) values.push_back(value);
@@ -32,6 +39,9 @@ TEST(NumberText, AgreesWithTheStandardLibrary) {
     const std::vector<char> untouched(kMaxNumberChars, '#');
     std::vector<char> out = untouched;  // exact size: the sanitizers see a write past it
     ASSERT_EQ(std::string(out.data(), write_decimal(out.data(), value)), std::to_string(value));
+    expect_digits_of<std::uint8_t>(value);
+    expect_digits_of<std::uint16_t>(value);
+    expect_digits_of<std::uint32_t>(value);
     ASSERT_EQ(decimal_length(value), std::to_string(value).size());
     std::array<char, 32> expected;
     std::snprintf(expected.data(), expected.size(), "%" PRIx64, value);
