@@ -71,6 +71,7 @@ list(APPEND QBT2_INSTALLED_HEADERS
   host/capture/assembly_counts.h
   host/capture/capture_format.h
   host/capture/capture_reader.h
+  host/capture/file_kind.h
   host/capture/framing.h
   host/capture/sample_batch.h
   host/decode/decode_request.h

@@ -5,6 +5,9 @@
 
 #include "host/base/error.h"
 #include "host/base/number_text.h"
+#include "host/capture/capture_format.h"
+#include "host/capture/file_kind.h"
+#include "host/coresight/frame_detection.h"
 #include "host/coresight/trace_sources.h"
 
 namespace qbt2 {
@@ -34,11 +37,26 @@ std::vector<SourceBytes> without_strays(std::vector<SourceBytes> sources) {
   return sources;
 }
 
+/// So many sources without any STP among them are no system's: the bytes are not frames.
+void refuse_other_data(InputFile& input, std::size_t sources) {
+  constexpr std::size_t kMostWithoutStp = 16;
+  if (sources <= kMostWithoutStp) return;
+  const auto head =
+      input.peek_live(kDetectionBytes, [](auto /*bytes*/, bool paused) { return paused; });
+  if (looks_like_frames(head)) return;
+  const std::string hint = wrong_file_hint(head, FileUse::kCapture);
+  throw Error(ErrorCode::kUsage, input.name(),
+              "does not look like formatter frames: " + std::to_string(sources) +
+                  " source IDs, and STP under none of them; " +
+                  (hint.empty() ? "leave out --input frames" : hint));
+}
+
 std::uint8_t choose_source(InputFile& input, const CaptureOptions& options) {
   if (options.source_id) return *options.source_id;
   const std::vector<SourceBytes> all = find_sources(input);
   const std::vector<SourceBytes> sources = without_strays(all);
   if (sources.empty()) return kNullTraceId;
+  refuse_other_data(input, sources.size());
   if (sources.size() > 1) {
     throw Error(
         ErrorCode::kUsage, input.name(),

@@ -1,6 +1,7 @@
 #include "host/decode/capture_set.h"
 
 #include "host/base/error.h"
+#include "host/capture/file_kind.h"
 #include "host/capture/open_capture.h"
 
 namespace qbt2 {
@@ -11,6 +12,10 @@ CaptureFormat format_of(InputFile& file, const DecodeRequest& request) {
   const auto format = detect_capture_format(file);
   if (format) return *format;
   if (file.peek(1).empty()) return CaptureFormat::kStp;  // reported as empty at its end
+  const std::string hint = wrong_file_hint(file.peek(kDetectionBytes), FileUse::kCapture);
+  if (!hint.empty()) {
+    throw Error(ErrorCode::kInput, file.name(), 0, "not recognised as a capture: " + hint);
+  }
   throw Error(ErrorCode::kInput, file.name(), 0,
               "not recognised as a capture (neither samples, nor STP with an ASYNC packet, nor "
               "formatter frames); choose with --input");

@@ -2,10 +2,15 @@
 
 #include <dlfcn.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
+#include <algorithm>
+#include <cstdint>
+#include <string_view>
 #include <vector>
 
 #include "host/base/error.h"
+#include "host/base/input_file.h"
 
 namespace qbt2 {
 namespace {
@@ -17,13 +22,28 @@ std::string loader_reason() {
   return reason != nullptr ? reason : "no reason given";
 }
 
-/// The loader would wait for the writer of a pipe. A name without a slash is searched for by the
-/// loader and not checked.
-void refuse_special_file(const std::string& path) {
+/// The loader would wait for the writer of a pipe, and explains other files by its own terms. A
+/// name without a slash is searched for by the loader and not checked.
+void refuse_other_file(const std::string& path) {
   struct stat status {};
   if (path.find('/') == std::string::npos || ::stat(path.c_str(), &status) != 0) return;
-  if (S_ISREG(status.st_mode)) return;
-  throw Error(ErrorCode::kPlugin, path, "is not a decoder plug-in, not even a regular file");
+  if (!S_ISREG(status.st_mode)) {
+    throw Error(ErrorCode::kPlugin, path, "is not a decoder plug-in, not even a regular file");
+  }
+  constexpr std::string_view kElf =
+      "\x7F"
+      "ELF";
+  InputFile file(path);
+  if (!std::ranges::equal(file.peek(kElf.size()), kElf, {}, {},
+                          [](char c) { return static_cast<std::uint8_t>(c); })) {
+    throw Error(ErrorCode::kPlugin, path, "is not a decoder plug-in, not even a shared library");
+  }
+}
+
+/// The loader looks into the current folder only for a name with a slash.
+std::string local_file_hint(const std::string& path) {
+  const bool is_local = path.find('/') == std::string::npos && ::access(path.c_str(), F_OK) == 0;
+  return is_local ? "; the file of that name in this folder is ./" + path : "";
 }
 
 /// The loader searches for a plain name along the path of whoever calls dlopen, which need not be
@@ -52,10 +72,11 @@ Function* find_entry(void* handle, const std::string& path, const char* name) {
 }  // namespace
 
 DecoderLibrary::DecoderLibrary(const std::string& path) : path_(path) {
-  refuse_special_file(path);
+  refuse_other_file(path);
   void* const handle = call_plugin(path, [&path] { return open_library(path); });
   if (handle == nullptr) {
-    throw Error(ErrorCode::kPlugin, path, "cannot load the decoder plug-in: " + loader_reason());
+    throw Error(ErrorCode::kPlugin, path,
+                "cannot load the decoder plug-in: " + loader_reason() + local_file_hint(path));
   }
   handle_ = std::shared_ptr<void>(handle, [](void* open) { ::dlclose(open); });
   create_ = find_entry<void*()>(handle, path, "CreateDecoderUnit");

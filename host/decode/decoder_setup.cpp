@@ -7,6 +7,8 @@
 #include "host/base/parse_number.h"
 #include "host/base/trace_id.h"
 #include "host/base/use_case_setting.h"
+#include "host/capture/capture_format.h"
+#include "host/capture/file_kind.h"
 #include "host/device/settings_file.h"
 #include "host/tdf/decoder_info.h"
 #include "host/tdf/trace_file.h"
@@ -28,6 +30,22 @@ void refuse_pipe(const std::string& path) {
   }
 }
 
+/// Never "-", which would be taken for standard input.
+std::string file_path(const std::string& path) {
+  return path == "-" ? "./-" : path;
+}
+
+/// A device description, unless the file is plainly something else.
+DeviceDescription load_device(const std::string& path) {
+  InputFile file(file_path(path));
+  if (file.is_regular()) {  // a pipe gives its bytes only once
+    const std::string hint =
+        wrong_file_hint(file.peek(kDetectionBytes), FileUse::kDeviceDescription);
+    if (!hint.empty()) throw Error(ErrorCode::kInput, path, "not a device description: " + hint);
+  }
+  return load_device_description(path);
+}
+
 }  // namespace
 
 DecoderSetup::DecoderSetup(bool has_settings, DeviceDescription device)
@@ -40,8 +58,7 @@ DecoderSetup::DecoderSetup(bool has_settings, DeviceDescription device)
 
 DecoderSetup::DecoderSetup(const std::string& config_path, const std::string& device_path)
     : DecoderSetup(!config_path.empty() || !device_path.empty(),
-                   device_path.empty() ? default_device_description()
-                                       : load_device_description(device_path)) {
+                   device_path.empty() ? default_device_description() : load_device(device_path)) {
   if (!config_path.empty()) load_settings(config_path);
   master_ids_ = session_.master_ids();
 }
@@ -54,8 +71,9 @@ DecoderSetup::DecoderSetup(const std::map<std::string, std::string>& settings)
 
 void DecoderSetup::load_settings(const std::string& path) {
   refuse_pipe(path);
-  // Never "-", which would be taken for standard input.
-  InputFile file(std::filesystem::absolute(path).string());
+  InputFile file(file_path(path));
+  const std::string hint = wrong_file_hint(file.peek(kDetectionBytes), FileUse::kSettings);
+  if (!hint.empty()) throw Error(ErrorCode::kInput, path, "not settings: " + hint);
   if (!is_trace_data(file.peek(sizeof(std::uint32_t)))) {
     const std::optional<std::string> text = read_up_to(file, kMaxSettingsBytes);
     if (!text) {

@@ -24,6 +24,14 @@ struct NamedFile {
   std::string bytes;
 };
 
+/// Bytes that give the frame demultiplexer a new source in every frame.
+std::string many_ids() {
+  std::string bytes;
+  for (int id = 1; id < 0x60; ++id)
+    bytes += static_cast<char>(2 * id + 1) + std::string(15, '\x02');
+  return bytes;
+}
+
 std::vector<NamedFile> files_at_hand() {
   const std::string words = "FFFFFFFFFFFFFFFFFFFFF0 F003 105 6 00000064 6 00000019";
   return {
@@ -42,6 +50,14 @@ std::vector<NamedFile> files_at_hand() {
       {"ones", std::string(40, '\x11')},
       {"text", "This is no capture, whatever its name says.\n"},
       {"bad.tdf", "TDF2\x01"},
+      {"soc.cfg", "# an SoC\nATBID=1\n"},
+      {"soc.gz", "\x1F\x8B\x08\x01\x02\x03"},
+      {"soc.xz", std::string("\xFD"
+                             "7zXZ\0\0",
+                             7)},
+      {"soc.gz.frames", many_ids()},
+      {"rows.csv", "offset,timestamp\n20,16\n"},
+      {"rows.jsonl", "{\"offset\":20}\n"},
       {"bad.json", "{"},
   };
 }
@@ -51,7 +67,16 @@ const Mistake kMistakes[] = {
     {"decode missing", 2, {"missing: cannot open: No such file or directory"}, {}},
     {"decode small.stp missing", 2, {"missing: cannot open: No such file"}, {}},
     {"decode .", 2, {"qbt2: .: is a directory"}, {}},
-    {"decode text", 2, {"text: byte 0: not recognised as a capture"}, {}},
+    {"decode text", 2, {"text: byte 0: not recognised as a capture: looks like text"}, {}},
+    {"decode soc.gz", 2, {"looks like gzip data; unpack it: gzip -dc FILE | qbt2 decode -"}, {}},
+    {"decode soc.xz", 2, {"looks like xz data; unpack it: xz -dc FILE"}, {}},
+    {"decode soc.cfg", 2, {"looks like settings; settings are given with --config"}, {}},
+    {"decode bad.tdf", 2, {"looks like a trace data file; settings are given with --config"}, {}},
+    {"decode rows.csv", 2, {"looks like rows that have been decoded (CSV)"}, {}},
+    {"decode rows.jsonl", 2, {"looks like rows that have been decoded (JSON lines)"}, {}},
+    {"decode --input frames soc.gz.frames", 2, {"does not look like formatter frames: "}, {"0x0"}},
+    {"info soc.gz", 1, {"looks like gzip data"}, {}},
+    {"info rows.csv", 1, {"looks like rows that have been decoded"}, {}},
     {"decode small.stp text -o rows", 2, {"text: byte 0: not recognised"}, {}},
     {"decode - -", 2, {"standard input (-) can be read only once"}, {}},
     {"decode empty", 1, {"empty: is empty"}, {}},
@@ -75,13 +100,21 @@ const Mistake kMistakes[] = {
 
     // ---- settings, device descriptions, plug-ins ----
     {"decode small.stp --config missing", 2, {"missing: cannot open: No such file"}, {}},
-    {"decode small.stp --config .", 2, {"/.: is a directory"}, {}},
+    {"decode small.stp --config .", 2, {"qbt2: .: is a directory"}, {}},
+    {"decode small.stp --config small.stp", 2, {"not settings: looks like a capture (stp)"}, {}},
+    {"decode small.stp --config soc.gz", 2, {"not settings: looks like gzip data"}, {"decode -"}},
+    {"decode small.stp --device soc.cfg", 2, {"looks like settings; settings are given with"}, {}},
+    {"decode small.stp --device small.stp", 2, {"not a device description: looks like a"}, {}},
+    {"decode small.stp --plugin text", 2, {"this folder is ./text"}, {}},
     {"decode small.stp --config bad.tdf", 2, {"bad.tdf: no settings: "}, {}},
     {"decode small.stp --config /dev/null", 2, {"settings are read from a regular file"}, {}},
     {"decode small.stp --device missing", 2, {"missing: "}, {}},
     {"decode small.stp --device bad.json", 2, {"bad.json: byte "}, {}},
     {"decode small.stp --plugin none.so", 2, {"none.so: cannot load the decoder"}, {}},
-    {"decode small.stp --plugin ./text", 2, {"./text: cannot load the decoder plug-in: "}, {}},
+    {"decode small.stp --plugin ./text",
+     2,
+     {"./text: is not a decoder plug-in, not even a shared library"},
+     {}},
     {"decode small.stp --plugin libm.so.6", 2, {"libm.so.6: is not a decoder plug-in"}, {}},
     {"columns --plugin libm.so.6", 2, {"libm.so.6: is not a decoder plug-in"}, {}},
 
@@ -113,7 +146,16 @@ const Mistake kMistakes[] = {
      2,
      {"/dev/full: No space left on device"},
      {}},
-    {"decode small.stp -o missing/rows", 2, {"missing/rows: No such file or directory"}, {}},
+    {"decode small.stp -o missing/rows",
+     2,
+     {"missing/rows: the folder missing does not exist"},
+     {}},
+    {"generate -o missing/x", 2, {"the folder missing does not exist"}, {}},
+    {"tdf create missing/x.tdf", 2, {"the folder missing does not exist"}, {}},
+    {"decode small.stp -o loop", 2, {"loop: Too many levels of symbolic links"}, {"unexp"}},
+    {"decode loop", 2, {"loop: cannot open: Too many levels"}, {}},
+    {"decode small.stp --config loop", 2, {"loop: cannot open: Too many levels"}, {}},
+    {"tdf create loop/x.tdf", 2, {"Too many levels of symbolic links"}, {"unexp"}},
     {"decode small.stp -o .", 2, {"qbt2: .: Is a directory"}, {}},
     {"decode small.stp -o text/rows", 2, {"text/rows: Not a directory"}, {}},
 
@@ -197,6 +239,7 @@ class Mistakes : public ToolTest {
 
 TEST_F(Mistakes, AreExplainedInOneLine) {
   for (const NamedFile& file : files_at_hand()) put(file.name, file.bytes);
+  std::filesystem::create_symlink("loop", at("loop"));
   const std::set<std::string> files_before = names();
   for (const Mistake& mistake : kMistakes) {
     SCOPED_TRACE(std::string("qbt2 ") + mistake.arguments);

@@ -4,6 +4,7 @@
 #include <CLI/CLI.hpp>
 #include <cstdlib>
 #include <exception>
+#include <new>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -78,6 +79,9 @@ int main(int argc, char** argv) {
     qbt2::tool::print_message(qbt2::tool::usage_error_text(app, error));
   } catch (const qbt2::Error& error) {
     qbt2::tool::print_message(error.what());
+  } catch (const std::bad_alloc&) {
+    qbt2::tool::print_message(
+        "out of memory; close other programs, or raise the limit (ulimit -v)");
   } catch (const std::exception& error) {
     qbt2::tool::print_message("unexpected", error.what());
   }

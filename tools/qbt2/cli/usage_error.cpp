@@ -88,7 +88,7 @@ std::string missing(const CLI::App& app, const std::string& text) {
 
 std::string usage_error_text(const CLI::App& root, const CLI::ParseError& error) {
   const CLI::App& app = innermost(root);
-  const std::string text = error.what();
+  std::string text = error.what();
   // A word that is left over explains more than what is missing because of it.
   for (const CLI::App* place = &app; place != nullptr; place = place->get_parent()) {
     const std::vector<std::string> words = place->remaining();

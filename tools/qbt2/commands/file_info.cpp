@@ -10,6 +10,7 @@
 #include "host/base/text_parts.h"
 #include "host/base/use_case_setting.h"
 #include "host/capture/capture_format.h"
+#include "host/capture/file_kind.h"
 #include "host/device/device_description.h"
 #include "host/device/device_session.h"
 #include "host/tdf/section_text_check.h"
@@ -56,6 +57,8 @@ class FileInfoReader {
     if (start.empty()) return unknown("is empty");
     if (is_trace_data(head)) return trace_file();
     if (const auto format = detect_capture_format(head)) return capture(*format);
+    const std::string hint = wrong_file_hint(head, FileUse::kAny);
+    if (!hint.empty()) return unknown(hint);
     if (is_text(start)) return text();
     return unknown("is not a capture, a trace data file or a text");
   }

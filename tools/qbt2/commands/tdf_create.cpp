@@ -3,6 +3,7 @@
 #include <memory>
 #include <string>
 #include <string_view>
+#include <system_error>
 #include <vector>
 
 #include "host/base/error.h"
@@ -75,8 +76,9 @@ TraceFileContents contents_of(const BuildArguments& arguments) {
 }
 
 int run_create(const BuildArguments& arguments) {
+  std::error_code ignored;  // what cannot be asked for cannot be written either
   if (!arguments.force &&
-      std::filesystem::exists(std::filesystem::symlink_status(arguments.file))) {
+      std::filesystem::exists(std::filesystem::symlink_status(arguments.file, ignored))) {
     throw Error(ErrorCode::kUsage, arguments.file, "already exists: --force replaces it");
   }
   create_trace_file(arguments.file, contents_of(arguments), arguments.force);
