@@ -257,7 +257,7 @@ TEST_F(TdfCommandTest, AFailedRunChangesNoFile) {
   } kCases[] = {
       {{"create", tdf}, "already exists: --force replaces it"},
       {{"create", at("fresh.bin")}, "ends in .tdf"},
-      {{"create", at("none/fresh.tdf")}, "No such file or directory"},
+      {{"create", at("none/fresh.tdf")}, "none does not exist"},
       {{"create", fresh, "--settings", at("none.cfg")}, "none.cfg: cannot open"},
       {{"create", fresh, "--settings", at("bad.cfg")}, "bad.cfg: line 2: has no '='"},
       {{"create", fresh, "--decoder-info", at("bad.dec")}, "bad.dec: line 1: ATBID is not"},
