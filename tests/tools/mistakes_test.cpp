@@ -312,6 +312,32 @@ TEST_F(Mistakes, HelpFitsATerminalAndItsExamplesWork) {
   EXPECT_EQ(run_tool({"--version"}).out, "qbt2 " QBT2_VERSION "\n");
 }
 
+/// The debug log is opened only where it is asked for, and its lack stops nothing.
+TEST_F(Mistakes, TheDebugLogIsOpenedOnRequestOnly) {
+  const std::string log = at("debug.log");
+  const struct {
+    std::vector<std::string> environment;
+    const char* message;
+    bool has_log;
+  } cases[] = {
+      {{"HOME=" + at("none"), "KZ_TRACE_LOGGING=0"}, "", false},
+      {{"HOME=" + at("none"), "KZ_TRACE_LOGGING=1"}, "qbt2: no debug log: Could not create", false},
+      {{"KZ_TRACE_LOGGING=1", "KZ_TRACE_LOGFILE=" + log}, "", true},
+  };
+  for (const auto& c : cases) {
+    ToolRun run;
+    run.arguments = {"tdf", "create", at("x.tdf"), "--force"};
+    run.environment = c.environment;
+    const ToolResult result = run_tool(run);
+    EXPECT_EQ(result.status, 0);
+    EXPECT_THAT(result.err, testing::StartsWith(c.message));
+    EXPECT_EQ(result.err.empty(), std::string(c.message).empty()) << result.err;
+    const auto expected =
+        c.has_log ? std::set<std::string>{"debug.log", "x.tdf"} : std::set<std::string>{"x.tdf"};
+    EXPECT_EQ(names(), expected);
+  }
+}
+
 /// What does not reach the reader is not "done", whichever command wrote it.
 TEST_F(Mistakes, AFullDiskIsReported) {
   const std::string capture = generate("soc.stp", {"--messages", "10"});

@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "host/base/error.h"
+#include "host/device/open_debug_log.h"
 #include "tools/qbt2/cli/command.h"
 #include "tools/qbt2/cli/help.h"
 #include "tools/qbt2/cli/message.h"
@@ -45,6 +46,8 @@ void print(const std::string& text) {
 /// Runs the command that the arguments name; --help and --version are answers of their own.
 int run(CLI::App& app, const std::vector<Command>& commands, int argc, char** argv) try {
   app.parse(argc, argv);
+  const std::string no_log = qbt2::open_debug_log();
+  if (!no_log.empty()) qbt2::tool::print_message("no debug log: " + no_log);
   return qbt2::tool::run_chosen(commands);
 } catch (const CLI::Success& answer) {
   std::ostringstream text;
