@@ -46,6 +46,19 @@ TEST_F(GenerateCommand, KeepsEarlierFilesUnlessForced) {
   }
 }
 
+TEST_F(GenerateCommand, TheExampleOfADeviceDescriptionFits) {
+  const std::string fields = "master,description";
+  for (const char* input : {"stp", "frames"}) {
+    const std::string path = generate("soc", {"--input", input, "--messages", "2k"});
+    const std::string example = QBT2_SOURCE_DIR "/examples/soc.json";
+    const auto rows = [&](const char* option, const std::string& file) {
+      return decode({path, option, file, "--format", "csv", "--columns", fields}).out;
+    };
+    EXPECT_EQ(lines_of(rows("--device", example)).size(), 2001U) << input;
+    EXPECT_EQ(rows("--device", example), rows("--config", path + ".cfg")) << input;
+  }
+}
+
 TEST_F(GenerateCommand, EveryMasterThereIsTakesSecondsOnly) {
   ToolRun run;
   run.arguments = {"generate", "-o", "-", "--masters", "0-65535", "--messages", "10"};

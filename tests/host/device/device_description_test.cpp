@@ -48,7 +48,7 @@ TEST(DeviceDescription, TheExampleIsCompleteAndRead) {
   ASSERT_NE(masters, nullptr);
   std::string text;
   for (const auto* entry : *masters) text += entry->GetName() + "=" + entry->GetValue() + " ";
-  EXPECT_EQ(text, "DMA1=3 CPU0=5 GPU=131 ");
+  EXPECT_EQ(text, "DMA1=5 DISP=6 CPU_CLUSTER0=32 CPU_CLUSTER1=33 GPU=48 ETH=65 ISP=66 ");
 
   std::uint32_t trace_id = 0;
   EXPECT_TRUE(device.GetTraceId("STM0", trace_id));
