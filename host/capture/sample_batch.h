@@ -24,7 +24,7 @@ struct SampleHead {
 
 /// Bytes that are appended to and read. A sample is written in place, after the last one: memory is
 /// cleared when it is first needed, and not again for each sample or batch.
-class SampleBytes {
+class SampleBuffer {
  public:
   std::uint8_t* data() { return storage_.data(); }
   const std::uint8_t* data() const { return storage_.data(); }
@@ -57,7 +57,7 @@ class SampleBytes {
 /// Reused from batch to batch: clear() keeps the memory.
 struct SampleBatch {
   std::vector<SampleHead> heads;
-  SampleBytes bytes;
+  SampleBuffer bytes;
 
   void clear() {
     heads.clear();

@@ -142,8 +142,9 @@ inline bool read_small(StpCursor& cursor, Sink& sink) {
   std::size_t end = cursor.at + head + payload;
   std::uint64_t sent = 0;
   unsigned timestamp_nibbles = 0;
-  if (opcode.timestamped && !take_timestamp(cursor.data, end, sent, timestamp_nibbles))
+  if (opcode.timestamped && !take_timestamp(cursor.data, end, sent, timestamp_nibbles)) {
     return false;
+  }
   if (!cursor.advance(end)) return false;
   StpContext& context = cursor.context;
   if (opcode.timestamped) advance_timestamp(context, sent, timestamp_nibbles);

@@ -104,7 +104,7 @@ struct StpOpcodeBits {
 };
 
 /// The opcode of a kind that has one of one or two nibbles.
-consteval StpOpcodeBits opcode_bits(StpKind kind, bool marked = false, bool timestamped = false) {
+constexpr StpOpcodeBits opcode_bits(StpKind kind, bool marked = false, bool timestamped = false) {
   for (std::size_t level = 0; level < 2; ++level) {
     for (std::size_t nibble = 0; nibble < 16; ++nibble) {
       const StpOpcode& opcode = kStpOpcodes[level][nibble];
