@@ -37,7 +37,10 @@ struct DecodeRequest {
   std::string plugin = kDefaultPluginPath;
 
   std::vector<std::uint16_t> masters;  ///< full STP ids; empty: all
-  std::optional<TimeRange> time;       ///< empty: all
+  /// Further masters as a user names them (select_masters()): ids, ranges, lists, names of the
+  /// settings. One without any traffic is reported and makes the run damaged().
+  std::vector<std::string> master_selection;
+  std::optional<TimeRange> time;  ///< empty: all
   /// Names of the fields that are read back from the decoder, separated by commas; empty: all.
   std::string fields;
   std::uint64_t limit = UINT64_MAX;  ///< rows

@@ -12,6 +12,7 @@
 #include "host/decode/capture_set.h"
 #include "host/decode/decode_pool.h"
 #include "host/decode/decoder_setup.h"
+#include "host/decode/master_selection.h"
 #include "host/decode/run_notices.h"
 #include "host/rows/row_fields.h"
 
@@ -31,6 +32,15 @@ bool is_within(const TimeRange& range, const SampleHead& head) {
   if (!(ticks ? head.has_timestamp : head.has_time_ns)) return false;
   const std::uint64_t time = ticks ? head.timestamp : head.time_ns;
   return range.from <= time && time < range.to;
+}
+
+/// Adds the masters that the request names to those that it lists.
+std::vector<MasterChoice> take_selection(DecodeRequest& request, DecoderSetup& setup) {
+  if (request.master_selection.empty()) return {};
+  auto choices = select_masters(request.master_selection, setup.masters());
+  const std::vector<std::uint16_t> ids = ids_of(choices);
+  request.masters.insert(request.masters.end(), ids.begin(), ids.end());
+  return choices;
 }
 
 }  // namespace
@@ -64,11 +74,12 @@ class Pipeline::Run {
   void end_with_notices(RunEnd how);
   void notice(const std::string& file, const std::string& text);
 
-  const DecodeRequest request_;
+  DecodeRequest request_;
   RunObserver silent_;
   RunObserver& observer_;
   const Clock::time_point start_ = Clock::now();
   DecoderSetup setup_;  // outlives the units
+  std::vector<MasterChoice> chosen_masters_;
   std::vector<OpenCapture> captures_;
   DecoderLibrary library_;
   RunOutline outline_;
@@ -89,6 +100,7 @@ Pipeline::Run::Run(DecodeRequest request, RunObserver* observer)
     : request_(std::move(request)),
       observer_(observer != nullptr ? *observer : silent_),
       setup_(request_.config, request_.device),
+      chosen_masters_(take_selection(request_, setup_)),
       captures_(open_captures(request_, setup_.atb_id(), &observer_)),
       library_(request_.plugin),
       total_bytes_(total_bytes(captures_)) {
@@ -226,11 +238,17 @@ void Pipeline::Run::note_missing_settings(std::size_t capture) {
 /// Ends a run that nobody stopped, with what only the traffic could show.
 void Pipeline::Run::end_with_notices(RunEnd how) {
   const RunReport so_far = report();
+  // Of a capture without a message nothing can be said about its masters.
   const bool has_read_all =
-      how == RunEnd::kComplete && !request_.time && request_.masters.empty() &&
+      how == RunEnd::kComplete &&
       std::none_of(so_far.captures.begin(), so_far.captures.end(),
                    [](const CaptureReport& one) { return one.nothing_to_decode; });
-  if (setup_.has_settings() && has_read_all) {
+  if (has_read_all) {
+    const std::string missing = missing_masters_notice(chosen_masters_, so_far);
+    report_.masters_missing = !missing.empty();
+    if (!missing.empty()) notice("--master", missing);
+  }
+  if (has_read_all && setup_.has_settings() && !request_.time && request_.masters.empty()) {
     for (const auto& text : traffic_notices(setup_.master_ids(), so_far)) {
       notice(settings_file(), text);
     }

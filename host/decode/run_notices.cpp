@@ -140,6 +140,26 @@ std::vector<std::string> shared_probe_notices(const std::vector<NamedMaster>& ma
   return notices;
 }
 
+std::string missing_masters_notice(const std::vector<MasterChoice>& choices,
+                                   const RunReport& report) {
+  constexpr std::size_t kMostShown = 20;
+  const MasterSet seen = masters_of(report, false) | masters_of(report, true);
+  std::string missing;
+  std::size_t count = 0;
+  for (const MasterChoice& choice : choices) {
+    if (choice.is_in(seen) || count++ >= kMostShown) continue;
+    missing += (missing.empty() ? "" : ", ") + excerpt(choice.text);
+  }
+  if (count == 0) return {};
+  if (count > kMostShown) missing += " and " + std::to_string(count - kMostShown) + " more";
+  std::vector<std::uint32_t> present;
+  for (std::uint32_t id = 0; id < seen.size(); ++id) {
+    if (seen[id]) present.push_back(id);
+  }
+  return missing + ": no traffic in any capture; " +
+         (present.empty() ? "no master has any" : "there is traffic of " + masters_text(present));
+}
+
 std::optional<ClockNotice> clock_notice(const std::optional<std::string>& clock_setting,
                                         const RunReport& report) {
   for (const CaptureReport& one : report.captures) {

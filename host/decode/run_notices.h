@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "host/decode/decode_request.h"
+#include "host/decode/master_selection.h"
 #include "host/decode/run_report.h"
 #include "host/rows/named_master.h"
 
@@ -37,6 +37,11 @@ std::vector<std::string> traffic_notices(const std::vector<std::uint32_t>& confi
 std::vector<std::string> shared_probe_notices(const std::vector<NamedMaster>& masters,
                                               const std::vector<std::uint16_t>& wanted,
                                               const RunReport& report);
+
+/// Names the choices without traffic in any capture, and the masters with traffic; empty where
+/// there are none.
+std::string missing_masters_notice(const std::vector<MasterChoice>& choices,
+                                   const RunReport& report);
 
 /// For the first capture that gave rows with timestamps of an unknown rate: its name and the text.
 /// `clock_setting`: what the settings say about the clock of the trace source; empty: nothing.

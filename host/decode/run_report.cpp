@@ -38,9 +38,11 @@ DecodeCounts RunReport::decode_totals() const {
 }
 
 bool RunReport::damaged() const {
-  return std::any_of(captures.begin(), captures.end(), [](const CaptureReport& one) {
-    return one.capture.damages != 0 || one.decode.samples_rejected != 0 || one.nothing_to_decode;
-  });
+  return masters_missing ||
+         std::any_of(captures.begin(), captures.end(), [](const CaptureReport& one) {
+           return one.capture.damages != 0 || one.decode.samples_rejected != 0 ||
+                  one.nothing_to_decode;
+         });
 }
 
 std::string RunReport::statistics_text() const {

@@ -45,11 +45,14 @@ enum class RunEnd : std::uint8_t {
 struct RunReport {
   std::vector<CaptureReport> captures;  ///< in the order of the request
   RunEnd end = RunEnd::kComplete;
+  /// All was read, and something of DecodeRequest::master_selection had no traffic.
+  bool masters_missing = false;
   double seconds = 0;  ///< since the pipeline was made
 
   CaptureCounts capture_totals() const;
   DecodeCounts decode_totals() const;
-  /// Part of the input was damaged, rejected, or held nothing to decode: exit status 1.
+  /// Part of the input was damaged, rejected, or held nothing to decode, or a chosen master was not
+  /// there: exit status 1.
   bool damaged() const;
   /// "name: value" lines in their fixed order, then one messages_of_N_words line for each length
   /// seen: what `qbt2 decode --stats` prints.

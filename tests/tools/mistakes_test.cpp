@@ -44,6 +44,8 @@ std::vector<NamedFile> files_at_hand() {
       {"shared.stp", stp(words + "FE F1 0105 6 00000064 6 00000019 FE")},
       {"small.cfg",
        "QBT2_6=DMA;1;4096;0;0;0;0;0;0;0;0;0;0;0;0\nQBT2_7=ISP;1;16;0;0;0;0;0;0;0;0;0;0;0;0\n"},
+      {"names.cfg",
+       "QBT2_5=6;1;16;0;0;0;0;0;0;0;0;0;0;0;0\nQBT2_261=1-9;1;16;0;0;0;0;0;0;0;0;0;0;0;0\n"},
       {"odd.cfg", "QBT2_5=DMA;1;2d00;0;0;0;0;0;0;0;0;0;0;0;0\nSTM_DTC_fprocess_clock_hz=1000\n"},
       {"empty", ""},
       {"padding.frames", std::string(32, '\0')},
@@ -140,6 +142,21 @@ const Mistake kMistakes[] = {
      {"settings"}},
     {"decode timed.stp --config odd.cfg", 0, {"have STM_DTC_fprocess_clock_hz=1000,"}, {}},
     {"decode timed.stp --clock-hz 9", 0, {}, {"FREQ"}},
+
+    // ---- masters ----
+    {"decode small.stp --master 7", 1, {"--master: 7: no traffic in any", "of master 5"}, {}},
+    {"decode small.stp --master 7 --master 0x5", 1, {"--master: 7: no traffic"}, {}},
+    {"decode small.stp --master 7,0x5", 0, {}, {"no traffic"}},
+    {"decode small.stp --master 4-31", 0, {}, {"no traffic"}},
+    {"decode small.stp --master 16-31", 1, {"--master: 16-31: no traffic"}, {}},
+    {"decode small.stp --master 7-5", 2, {"--master: the range 7-5 ends before it begins"}, {}},
+    {"decode small.stp --master 5,", 2, {"--master: empty part in the list '5,'"}, {}},
+    {"decode small.stp --master DMA", 2, {"'DMA' is not an id", "names need --config"}, {}},
+    {"decode small.stp --master DNA --config small.cfg", 2, {"'DNA'; the nearest is 'DMA'"}, {}},
+    {"decode small.stp --master DMA --config small.cfg", 1, {"--master: DMA: no traffic"}, {}},
+    {"decode shared.stp --master DMA --config odd.cfg", 0, {"odd.cfg"}, {"no traffic"}},
+    // An exact name goes first: 6 and 1-9 are names here, of masters 5 and 261.
+    {"decode shared.stp --master 6 --master 1-9 --config names.cfg", 0, {}, {"no traffic"}},
 
     // ---- outputs ----
     {"decode small.stp --framing flag --columns offset -o /dev/full",

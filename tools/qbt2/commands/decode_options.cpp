@@ -16,7 +16,6 @@
 namespace qbt2::tool {
 namespace {
 
-constexpr std::uint64_t kLargestMaster = 0xFFFF;
 constexpr std::uint64_t kMostThreads = 256;
 
 /// Suffixes of output files, and the format that each stands for.
@@ -58,16 +57,6 @@ void check_contradictions(const DecodeArguments& arguments) {
          "standard input (-) can be read only once");
 }
 
-std::vector<std::uint16_t> parse_masters(const std::vector<std::string>& texts) {
-  std::vector<std::uint16_t> masters;
-  masters.reserve(texts.size());
-  for (const std::string& text : texts) {
-    masters.push_back(
-        static_cast<std::uint16_t>(parse_number("--master", text, {.most = kLargestMaster})));
-  }
-  return masters;
-}
-
 unsigned parse_threads(const std::string& text) {
   if (text.empty()) return 0;  // one for each core
   return static_cast<unsigned>(parse_number("--threads", text, {.least = 1, .most = kMostThreads}));
@@ -96,7 +85,8 @@ void DecodeArguments::add_to(CLI::App& app) {
   app.add_option("--device", device, "Device description (JSON) that answers for the device model")
       ->type_name(kFileValue);
   app.add_option("--master", masters,
-                 "Rows of this master only, by its full id; repeat for more (default: all)")
+                 "Rows of these masters only: ids, ranges, lists, names (7 1,5,0x12 16-31 DMA1); "
+                 "may be repeated")
       ->allow_extra_args(false);
   app.add_option("--clock-hz", clock_hz, "Rate of the STP timestamps where no FREQ packet gives it")
       ->type_name(kNumberValue);
@@ -152,7 +142,7 @@ DecodeRequest request_from(const DecodeArguments& arguments) {
   request.config = arguments.config;
   request.device = arguments.device;
   request.plugin = arguments.plugin;
-  request.masters = parse_masters(arguments.masters);
+  request.master_selection = arguments.masters;
   request.fields = arguments.columns;
   if (!arguments.limit.empty()) request.limit = parse_number("--limit", arguments.limit);
   request.threads = parse_threads(arguments.threads);
