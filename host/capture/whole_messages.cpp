@@ -74,6 +74,19 @@ bool read_source_packet(Reading& reading, const std::uint8_t* data) {
   return true;
 }
 
+/// A D32 after an even number of them.
+[[gnu::always_inline]] inline bool read_word(Reading& reading, const std::uint8_t* data,
+                                             std::uint8_t* pairs) {
+  if (!kD32Bits.begins(reading.window)) return false;
+  const auto sent = static_cast<std::uint32_t>(reading.window >> (4 * kD32Bits.nibbles));
+  store_pair(pairs + kPairBytes * reading.words, reverse_nibbles_32(sent));
+  reading.at += kD32Nibbles;
+  reading.window = nibbles_from(data, reading.at);
+  ++reading.words;
+  ++reading.packets;
+  return true;
+}
+
 /// The packet that ends a message, if it is of this kind. A D32 adds its word.
 template <StpKind kKind, bool kMarked, bool kTimed>
 [[gnu::always_inline]] inline bool read_last(Reading& reading, const std::uint8_t* data,
@@ -123,15 +136,18 @@ template <Framing kFraming>
   if (!assembly.sources.is_idle(source_key(reading.master, reading.channel))) return false;
   const std::size_t first = reading.at;
   std::uint8_t* const pairs = assembly.finished.room();
-  const WordRun run =
-      take_words(cursor.data, first, kMostWords, [pairs](std::size_t index, std::uint64_t words) {
-        store_two(pairs + kPairBytes * index, words);
-      });
+  const WordRun run = take_word_pairs(cursor.data, first, kMostWords,
+                                      [pairs](std::size_t index, std::uint64_t words) {
+                                        store_two(pairs + kPairBytes * index, words);
+                                      });
   reading.at += run.words * kD32Nibbles;
   reading.window = run.window;
   reading.words = run.words;
   reading.packets += run.words;
-  if (!read_last<kFraming>(reading, cursor.data, pairs)) return false;
+  if (!read_last<kFraming>(reading, cursor.data, pairs)) {
+    if (!read_word(reading, cursor.data, pairs)) return false;
+    if (!read_last<kFraming>(reading, cursor.data, pairs)) return false;
+  }
   if (!cursor.advance(reading.at, reading.packets)) return false;
 
   StpContext& context = cursor.context;

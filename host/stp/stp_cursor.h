@@ -31,6 +31,12 @@ struct StpCursor {
     packets += packets_read;
     return true;
   }
+  /// The same after packets in which no ASYNC can begin.
+  void move(std::size_t end, std::uint64_t packets_read) {
+    at = end;
+    window = detail::nibbles_from(data, end);
+    packets += packets_read;
+  }
 };
 
 }  // namespace qbt2

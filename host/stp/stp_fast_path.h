@@ -1,6 +1,7 @@
 #pragma once
 
 #include <array>
+#include <bit>
 #include <cstddef>
 #include <cstdint>
 
@@ -17,9 +18,21 @@ namespace qbt2::detail {
 
 /// Which code of the inner loop reads a packet.
 enum class FastPath : std::uint8_t {
-  kNone,   ///< left to parse_packet()
-  kSmall,  ///< by the table: up to 4 payload nibbles
+  kNone,    ///< left to parse_packet()
+  kSource,  ///< by the table: master and channel
   kNull,
+  kD4,
+  kD4Ts,
+  kD4M,
+  kD4Mts,
+  kD8,
+  kD8Ts,
+  kD8M,
+  kD8Mts,
+  kD16,
+  kD16Ts,
+  kD16M,
+  kD16Mts,
   kD32,
   kD32Ts,
   kD32M,
@@ -38,6 +51,12 @@ constexpr FastPath fast_path(const StpOpcode& opcode) {
   const bool marked = opcode.marked;
   const bool timed = opcode.timestamped;
   switch (opcode.kind) {
+    case StpKind::kD4:
+      return marked ? timed ? kD4Mts : kD4M : timed ? kD4Ts : kD4;
+    case StpKind::kD8:
+      return marked ? timed ? kD8Mts : kD8M : timed ? kD8Ts : kD8;
+    case StpKind::kD16:
+      return marked ? timed ? kD16Mts : kD16M : timed ? kD16Ts : kD16;
     case StpKind::kD32:
       return marked ? timed ? kD32Mts : kD32M : timed ? kD32Ts : kD32;
     case StpKind::kD64:
@@ -48,10 +67,7 @@ constexpr FastPath fast_path(const StpOpcode& opcode) {
     case StpKind::kM16:
     case StpKind::kC8:
     case StpKind::kC16:
-    case StpKind::kD4:
-    case StpKind::kD8:
-    case StpKind::kD16:
-      return kSmall;
+      return kSource;
     case StpKind::kNull:
       return timed ? kNone : kNull;
     default:
@@ -105,10 +121,12 @@ template <std::size_t Level, std::size_t Nibble, typename Sink>
   if (!cursor.advance(end)) return false;
   StpPacket packet;
   if constexpr (kOpcode.timestamped) advance_timestamp(cursor.context, sent, timestamp_nibbles);
-  if constexpr (kOpcode.kind == StpKind::kNull) {
-    if (cursor.origin + at == cursor.after_async) ++cursor.after_async;
-  }
-  if constexpr (kOpcode.payload_nibbles == 8) {
+  if constexpr (kOpcode.payload_nibbles <= 4) {
+    const std::uint64_t payload = reverse_nibbles(window >> (4 * kOpcodeNibbles));
+    if constexpr (kOpcode.payload_nibbles != 0) {
+      packet.value = payload >> (64 - 4 * kOpcode.payload_nibbles);
+    }
+  } else if constexpr (kOpcode.payload_nibbles == 8) {
     packet.value = reverse_nibbles_32(static_cast<std::uint32_t>(window >> (4 * kOpcodeNibbles)));
   } else if constexpr (kOpcode.payload_nibbles == 16) {
     const std::uint64_t first = nibbles_from(cursor.data, at + kOpcodeNibbles) & 0xFFFFFFFF;
@@ -127,9 +145,26 @@ template <std::size_t Level, std::size_t Nibble, typename Sink>
   return true;
 }
 
-/// The same for FastPath::kSmall.
+/// A run of NULL, which fill the time when a source is idle. An ASYNC cannot begin within one.
 template <typename Sink>
-inline bool read_small(StpCursor& cursor, Sink& sink) {
+inline void read_nulls(StpCursor& cursor, Sink& sink) {
+  constexpr unsigned kMostInWindow = 14;
+  const std::uint64_t end = std::uint64_t{1} << (4 * kMostInWindow);
+  const auto nulls = static_cast<std::size_t>(std::countr_zero(cursor.window | end)) / 4;
+  StpPacket packet;
+  packet.nibble_offset = cursor.origin + cursor.at;
+  packet.timestamp = cursor.context.timestamp;
+  packet.master = cursor.context.master;
+  packet.channel = cursor.context.channel;
+  packet.kind = StpKind::kNull;
+  if (packet.nibble_offset == cursor.after_async) cursor.after_async += nulls;
+  cursor.move(cursor.at + nulls, nulls);
+  for (std::size_t i = 0; i < nulls; ++i, ++packet.nibble_offset) sink.on_packet(packet);
+}
+
+/// Reads a packet of FastPath::kSource; as read_known().
+template <typename Sink>
+inline bool read_source(StpCursor& cursor, Sink& sink) {
   const std::uint64_t first = cursor.window & 0xF;
   const bool prefixed = first == 0xF;
   const StpOpcode& opcode =
@@ -139,15 +174,8 @@ inline bool read_small(StpCursor& cursor, Sink& sink) {
   StpPacket packet;
   packet.nibble_offset = cursor.origin + cursor.at;
   packet.value = reverse_nibbles(cursor.window >> (4 * head)) >> (64 - 4 * payload);
-  std::size_t end = cursor.at + head + payload;
-  std::uint64_t sent = 0;
-  unsigned timestamp_nibbles = 0;
-  if (opcode.timestamped && !take_timestamp(cursor.data, end, sent, timestamp_nibbles)) {
-    return false;
-  }
-  if (!cursor.advance(end)) return false;
+  if (!cursor.advance(cursor.at + head + payload)) return false;
   StpContext& context = cursor.context;
-  if (opcode.timestamped) advance_timestamp(context, sent, timestamp_nibbles);
   const auto value = static_cast<std::uint16_t>(packet.value);
   if (opcode.kind == StpKind::kM8 || opcode.kind == StpKind::kM16) {
     context.master = value;
@@ -162,8 +190,6 @@ inline bool read_small(StpCursor& cursor, Sink& sink) {
   packet.channel = context.channel;
   packet.kind = opcode.kind;
   packet.value_nibbles = opcode.payload_nibbles;
-  packet.marked = opcode.marked;
-  packet.has_timestamp = opcode.timestamped;
   sink.on_packet(packet);
   return true;
 }
@@ -171,6 +197,30 @@ inline bool read_small(StpCursor& cursor, Sink& sink) {
 template <typename Sink>
 [[gnu::always_inline]] inline bool read_fast(StpCursor& cursor, Sink& sink) {
   switch (kFastPaths[cursor.window & 0xFF]) {
+    case FastPath::kD4:
+      return read_known<0, 0xC>(cursor, sink);
+    case FastPath::kD4Ts:
+      return read_known<1, 0xC>(cursor, sink);
+    case FastPath::kD4M:
+      return read_known<1, 0xD>(cursor, sink);
+    case FastPath::kD4Mts:
+      return read_known<0, 0xD>(cursor, sink);
+    case FastPath::kD8:
+      return read_known<0, 0x4>(cursor, sink);
+    case FastPath::kD8Ts:
+      return read_known<1, 0x4>(cursor, sink);
+    case FastPath::kD8M:
+      return read_known<1, 0x8>(cursor, sink);
+    case FastPath::kD8Mts:
+      return read_known<0, 0x8>(cursor, sink);
+    case FastPath::kD16:
+      return read_known<0, 0x5>(cursor, sink);
+    case FastPath::kD16Ts:
+      return read_known<1, 0x5>(cursor, sink);
+    case FastPath::kD16M:
+      return read_known<1, 0x9>(cursor, sink);
+    case FastPath::kD16Mts:
+      return read_known<0, 0x9>(cursor, sink);
     case FastPath::kD32:
       return read_known<0, 0x6>(cursor, sink);
     case FastPath::kD32Ts:
@@ -192,9 +242,10 @@ template <typename Sink>
     case FastPath::kFlagTs:
       return read_known<0, 0xE>(cursor, sink);
     case FastPath::kNull:
-      return read_known<0, 0x0>(cursor, sink);
-    case FastPath::kSmall:
-      return read_small(cursor, sink);
+      read_nulls(cursor, sink);
+      return true;
+    case FastPath::kSource:
+      return read_source(cursor, sink);
     case FastPath::kNone:
       break;
   }

@@ -36,7 +36,7 @@ struct NibblePosition {
   std::uint64_t window(std::size_t byte) const { return nibbles_from(bytes + byte, 0) >> shift; }
 };
 
-/// What take_words() has read.
+/// What take_word_pairs() has read.
 struct WordRun {
   std::size_t words;
   std::uint64_t window;  ///< the nibbles after it
@@ -46,28 +46,22 @@ inline constexpr std::size_t kTwoD32Bytes = kD32Nibbles;  // twice as many nibbl
 /// Bytes from a D32 to the payload of the next one, for a position that moves by whole bytes.
 inline constexpr std::size_t kNextPayloadBytes = (kD32Nibbles + 1) / 2;
 
-/// Reads the D32 from nibble `at` on, `most` (an even number) at most. Calls store(index, words)
-/// for each two, the first one in the low half, and for a last single one, with 0 in the high half.
-/// Reads up to 15 bytes past the last one.
+/// Reads D32 packets from nibble `at` on, two at a time, `most` (an even number) at most. Calls
+/// store(index, words) for each two, the first one in the low half. Reads up to 15 bytes past the
+/// last one.
 template <typename Store>
-[[gnu::always_inline]] inline WordRun take_words(const std::uint8_t* data, std::size_t at,
-                                                 std::size_t most, Store&& store) {
+[[gnu::always_inline]] inline WordRun take_word_pairs(const std::uint8_t* data, std::size_t at,
+                                                      std::size_t most, Store&& store) {
   const NibblePosition begin(data, at);
   std::size_t pairs = 0;
-  std::uint64_t window = begin.window(pairs * kTwoD32Bytes);
+  std::uint64_t window = begin.window(0);
   while (kTwoD32Bits.begins(window) && pairs < most / 2) {
-    store(2 * pairs,
-          two_words(window >> 4, begin.window(pairs * kTwoD32Bytes + kNextPayloadBytes)));
+    const std::uint64_t second = begin.window(pairs * kTwoD32Bytes + kNextPayloadBytes);
+    store(2 * pairs, two_words(window >> (4 * kD32Bits.nibbles), second));
     ++pairs;
     window = begin.window(pairs * kTwoD32Bytes);
   }
-  std::size_t words = 2 * pairs;
-  if (kD32Bits.begins(window) && words < most) {
-    store(words, reverse_nibbles_32(static_cast<std::uint32_t>(window >> 4)));
-    ++words;
-    window = nibbles_from(data, at + words * kD32Nibbles);
-  }
-  return {words, window};
+  return {2 * pairs, window};
 }
 
 }  // namespace qbt2::detail
