@@ -20,8 +20,8 @@ void append_sample(SampleBatch& batch, const GeneratedMessage& message) {
   head.has_timestamp = message.timestamp.has_value();
   head.master = message.master;
   head.begin = static_cast<std::uint32_t>(batch.bytes.size());
-  head.size = static_cast<std::uint32_t>(
-      Kz::Dvt::Trace::SampleFormat::SampleBytes(message.words.count));
+  head.size =
+      static_cast<std::uint32_t>(Kz::Dvt::Trace::SampleFormat::SampleBytes(message.words.count));
   std::uint8_t* at = batch.bytes.room(head.size);
   batch.bytes.add(head.size);
   at[kProbeIdOffset] = ProbeOfMaster(message.master);

@@ -93,7 +93,9 @@ inline std::span<const std::uint8_t> DecodeWorker::process(std::uint8_t* sample)
   }
 }
 
-inline void DecodeWorker::decode_sample(DecodeJob& job, const SampleHead& head, RowBatch& rows) {
+[[gnu::always_inline]] inline void DecodeWorker::decode_sample(DecodeJob& job,
+                                                               const SampleHead& head,
+                                                               RowBatch& rows) {
   std::span<const std::uint8_t> stream;
   try {
     stream = call_plugin(unit_.get_deleter().path,
