@@ -77,26 +77,28 @@ class RandomStp {
     }
   }
 
-  /// A message in one of the ways in which sources send them, mostly of 2, 4 or 6 words, of one of
-  /// `sources` masters and channels.
-  void message(StpWriter& writer, std::uint64_t sources) {
+  /// The ways in which a source ends its messages.
+  enum Way : std::uint8_t { kFlag, kMarkerLast, kTimestampLast, kMarkerFirst, kWays };
+
+  /// A message of one of `sources` masters and channels, mostly of 2, 4 or 6 words.
+  void message(StpWriter& writer, std::uint64_t sources, Way way) {
     const std::uint64_t source = below(sources);
     if (below(3) != 0) writer.master(static_cast<std::uint16_t>(source * 37));
     if (below(8) == 0) writer.c8(static_cast<std::uint8_t>(source % 3));
     if (below(20) == 0) writer.c16(static_cast<std::uint16_t>(source));
     const std::uint64_t words = below(8) == 0 ? 1 + below(70) : 2 + 2 * below(3);
-    const std::uint64_t way = below(4);
+    if (below(20) == 0) way = static_cast<Way>(below(kWays));
     for (std::uint64_t i = 1; i <= words; ++i) {
       if (below(200) == 0) packet(writer);
       StpDataOptions options;
-      options.marked = (way == 1 && i == words) || (way == 2 && i == 1);
-      if ((way == 3 || below(2) == 0) && (i == words || i == 1)) options.timestamp = ++time_;
-      if (way == 0) options = {};
+      options.marked = (way == kMarkerLast && i == words) || (way == kMarkerFirst && i == 1);
+      const bool is_timed = way == kTimestampLast ? i == words : options.marked && below(2) == 0;
+      if (is_timed) options.timestamp = time_ += 1 + (value() & 0xFFFF);
       writer.data(StpKind::kD32, value(), options);
     }
     if (below(100) == 0) return;
     time_ += value() % 100000;
-    if (way == 0) writer.flag(below(3) != 0 ? StpWriter::Timestamp(time_) : std::nullopt);
+    if (way == kFlag) writer.flag(below(3) != 0 ? StpWriter::Timestamp(time_) : std::nullopt);
   }
 
   std::vector<std::uint8_t> sound(std::size_t packets) {
