@@ -51,7 +51,8 @@ TEST(UsecaseCheck, OneLineForManyOfAKind) {
               testing::ElementsAre("masters 4, 300 have numbers that are read in part" + advice +
                                    " (" + one + ")"));
   settings.clear();
-  for (int id = 0; id < 1000; ++id) settings["QBT2_" + std::to_string(id + id / 40)] = "A";
+  for (int id = 0; id < 1000; ++id)
+    settings["QBT2_" + std::to_string(id + id / 40)] = std::string("A");
   EXPECT_THAT(
       check_usecase_settings(settings),
       testing::ElementsAre(testing::AllOf(
