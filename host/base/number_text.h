@@ -37,6 +37,13 @@ inline constexpr auto kByteDigits = [] {
 }();
 static_assert(sizeof(ByteDigits) == 4);
 
+/// Writes 0 to 255; stores four characters.
+inline char* write_byte(char* at, std::uint64_t value) {
+  const ByteDigits& entry = kByteDigits[value];
+  std::memcpy(at, &entry, sizeof entry);
+  return at + entry.length;
+}
+
 inline constexpr std::uint32_t kHundredMillion = 100'000'000;
 
 /// The eight decimal digits of a value below kHundredMillion, leading zeros included, the first one
@@ -93,16 +100,16 @@ inline std::size_t decimal_length(std::uint64_t value) {
 /// Writes the decimal digits and returns the end. No loop and no branch for each digit: the number
 /// of digits is what a processor predicts worst.
 inline char* write_decimal(char* at, std::uint64_t value) {
-  if (value < detail::kByteDigits.size()) {
-    const detail::ByteDigits& entry = detail::kByteDigits[value];
-    std::memcpy(at, &entry, sizeof entry);
-    return at + entry.length;
-  }
+  if (value < detail::kByteDigits.size()) return detail::write_byte(at, value);
   if (value < detail::kHundredMillion) {
     return detail::write_up_to_eight(at, static_cast<std::uint32_t>(value));
   }
   const std::uint64_t high = value / detail::kHundredMillion;
   const std::uint64_t low = value % detail::kHundredMillion;
+  if (high < detail::kByteDigits.size()) {  // times in their first seconds
+    at = detail::write_byte(at, high);
+    return detail::write_eight(at, low);
+  }
   if (high < detail::kHundredMillion) {
     at = detail::write_up_to_eight(at, static_cast<std::uint32_t>(high));
     return detail::write_eight(at, low);
@@ -117,15 +124,13 @@ inline char* write_decimal(char* at, std::uint64_t value) {
 template <typename Number>
 inline char* write_decimal_of(char* at, Number value) {
   if constexpr (sizeof(Number) == 1) {
-    const detail::ByteDigits& entry = detail::kByteDigits[value];
-    std::memcpy(at, &entry, sizeof entry);
-    return at + entry.length;
+    return detail::write_byte(at, value);
   } else if constexpr (sizeof(Number) == 2) {
     return detail::write_up_to_eight(at, value);
   } else if constexpr (sizeof(Number) == 4) {
     if (value < detail::kHundredMillion) return detail::write_up_to_eight(at, value);
     const std::uint32_t high = value / detail::kHundredMillion;  // at most 42
-    at = write_decimal_of(at, static_cast<std::uint8_t>(high));
+    at = detail::write_byte(at, high);
     return detail::write_eight(at, value - high * detail::kHundredMillion);
   } else {
     return write_decimal(at, value);
