@@ -19,6 +19,7 @@ using Bytes = std::vector<std::uint8_t>;
 
 /// Hides MessageAssembler::take_messages from the reader.
 struct PacketByPacket {
+  explicit PacketByPacket(MessageAssembler& target) : assembler(target) {}
   MessageAssembler& assembler;
   void on_packet(const StpPacket& packet) { assembler.on_packet(packet); }
   void on_sync_lost(std::uint64_t at, StpSyncLoss reason) { assembler.on_sync_lost(at, reason); }
@@ -27,6 +28,7 @@ struct PacketByPacket {
 
 /// Counts the packets that the assembler leaves to on_packet.
 struct Whole : PacketByPacket {
+  using PacketByPacket::PacketByPacket;
   std::uint64_t single_packets = 0;
   void on_packet(const StpPacket& packet) {
     ++single_packets;
@@ -70,7 +72,7 @@ Read read(const Bytes& stream, AssemblerOptions options, test::RandomStp& random
   Offsets offsets;
   if (options.clock_hz == 0) options.offsets = &offsets;
   MessageAssembler assembler(options);
-  Sink sink{assembler};
+  Sink sink(assembler);
   StpReader reader;
   Read result;
   SampleBatch batch;
