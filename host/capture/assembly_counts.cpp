@@ -25,4 +25,18 @@ AssemblyCounts& AssemblyCounts::operator+=(const AssemblyCounts& other) {
   return *this;
 }
 
+AssemblyCounts& AssemblyCounts::operator-=(const AssemblyCounts& other) {
+  words -= other.words;
+  messages -= other.messages;
+  messages_incomplete -= other.messages_incomplete;
+  ignored_packets -= other.ignored_packets;
+  source_errors -= other.source_errors;
+  for (const auto& [length, count] : other.messages_of_words) {
+    const auto entry = messages_of_words.find(length);
+    entry->second -= count;
+    if (entry->second == 0) messages_of_words.erase(entry);
+  }
+  return *this;
+}
+
 }  // namespace qbt2

@@ -25,6 +25,8 @@ struct AssemblyCounts {
   /// Words, and nothing in them that gives a row.
   bool has_words_only() const { return words != 0 && messages_of_known_length() == 0; }
   AssemblyCounts& operator+=(const AssemblyCounts& other);
+  /// Takes back what was added before; the masters stay.
+  AssemblyCounts& operator-=(const AssemblyCounts& other);
 };
 
 }  // namespace qbt2

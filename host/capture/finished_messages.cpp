@@ -17,6 +17,10 @@ void FinishedMessages::add_to(AssemblyCounts& counts) const {
   for (std::size_t id = 0; id < masters_.size(); ++id) {
     if (masters_[id].has_messages) counts.masters.set(id);
   }
+  add_messages_to(counts);
+}
+
+void FinishedMessages::add_messages_to(AssemblyCounts& counts) const {
   for (std::size_t words = 1; words < messages_of_words_.size(); ++words) {
     if (messages_of_words_[words] == 0) continue;
     counts.messages += messages_of_words_[words];
@@ -26,6 +30,12 @@ void FinishedMessages::add_to(AssemblyCounts& counts) const {
     counts.messages += messages;
     counts.messages_of_words[words] += messages;
   }
+}
+
+void FinishedMessages::move_messages_to(AssemblyCounts& counts) {
+  add_messages_to(counts);
+  messages_of_words_ = {};
+  long_messages_of_words_.clear();
 }
 
 }  // namespace qbt2

@@ -33,6 +33,7 @@ class FinishedMessages {
   void set_batch(SampleBatch& batch) { batch_ = &batch; }
   void set_clock(std::uint64_t hz) { clock_.set_rate(hz); }
   bool has_clock() const { return clock_.is_known(); }
+  std::uint64_t clock_hz() const { return clock_.rate(); }
 
   /// Where the words of the next message are to be stored, kMostPairBytes at most. Valid until
   /// add() or set_batch().
@@ -53,8 +54,15 @@ class FinishedMessages {
 
   /// Sets what is known here: messages, their lengths and masters.
   void add_to(AssemblyCounts& counts) const;
+  bool has_messages(std::uint16_t master) const { return masters_[master].has_messages; }
+  void forget_messages_of(std::uint16_t master) { masters_[master].has_messages = false; }
+  /// Adds the messages and their lengths to `counts` and counts from 0; the masters stay, as there
+  /// are many of them to look through.
+  void move_messages_to(AssemblyCounts& counts);
 
  private:
+  void add_messages_to(AssemblyCounts& counts) const;
+
   struct Master {
     bool is_wanted = false;
     bool has_messages = false;

@@ -61,6 +61,14 @@ class FramingChooser {
   /// Where the framing was given and the first packets had no message of a known length: what would
   /// have been chosen. Set at the latest by finish().
   const std::optional<FramingChoice>& better() const { return better_; }
+  /// The framing, once it is known and the first packets, if they are kept, say nothing against it.
+  std::optional<Framing> settled_framing() const {
+    const bool is_settled =
+        !holding_ || (assembler_ && assembler_->counts().messages_of_known_length() != 0);
+    return is_settled ? std::optional(options_.framing) : std::nullopt;
+  }
+  /// Where the framing is settled.
+  MessageAssembler& settled_assembler() { return *assembler_; }
   /// Complete after finish().
   AssemblyCounts counts() const { return assembler_ ? assembler_->counts() : AssemblyCounts{}; }
 

@@ -120,16 +120,72 @@ bool MessageAssembler::has_short_open_message() {
   });
 }
 
+bool MessageAssembler::has_message_before(std::uint32_t key, std::uint64_t offset) {
+  const MessageSource* const source = sources_.find(key);
+  return source != nullptr && sources_.is_open(*source) && source->offset < offset;
+}
+
+void MessageAssembler::save(AssemblyState& state) {
+  state.time = time();
+  state.sources.clear();
+  for (const MessageSource& source : sources_.all()) state.sources.push_back(source.key);
+  state.open.clear();
+  if (open_messages() == 0) return;
+  for (const MessageSource* const source : sources_.open_sources()) state.open.push_back(*source);
+}
+
+void MessageAssembler::restore(const AssemblyState& state) {
+  current_ = nullptr;
+  sources_.forget_messages();
+  newest_ = {state.time.ticks, state.time.known};
+  finished_.set_clock(state.time.clock_hz);
+  for (const std::uint32_t key : state.sources) {
+    if (sources_.find(key) == nullptr) sources_.make(key);
+  }
+  for (const MessageSource& open : state.open) sources_.reopen(open);
+}
+
+void MessageAssembler::forget_sources() {
+  current_ = nullptr;
+  for (const MessageSource& source : sources_.all()) {
+    finished_.forget_messages_of(master_of(source.key));
+  }
+  sources_.forget_sources();
+}
+
+void MessageAssembler::add_masters_to(AssemblyCounts& counts) const {
+  for (const MessageSource& source : sources_.all()) {
+    const std::uint16_t master = master_of(source.key);
+    if (finished_.has_messages(master)) counts.masters.set(master);
+  }
+}
+
+AssemblyCounts MessageAssembler::take_counts() {
+  AssemblyCounts counts;
+  add_own_to(counts);
+  finished_.move_messages_to(counts);
+  sources_.reset_counts();
+  words_ = 0;
+  ignored_packets_ = 0;
+  source_errors_ = 0;
+  stray_messages_ = 0;
+  return counts;
+}
+
 AssemblyCounts MessageAssembler::counts() const {
   AssemblyCounts counts;
-  counts.has_timestamps = newest_.known;
-  counts.has_clock = finished_.has_clock();
-  counts.words = words_;
-  counts.messages_incomplete = sources_.dropped_messages() + stray_messages_;
-  counts.ignored_packets = ignored_packets_;
-  counts.source_errors = source_errors_;
+  add_own_to(counts);
   finished_.add_to(counts);
   return counts;
+}
+
+void MessageAssembler::add_own_to(AssemblyCounts& counts) const {
+  counts.has_timestamps |= newest_.known;
+  counts.has_clock |= finished_.has_clock();
+  counts.words += words_;
+  counts.messages_incomplete += sources_.dropped_messages() + stray_messages_;
+  counts.ignored_packets += ignored_packets_;
+  counts.source_errors += source_errors_;
 }
 
 }  // namespace qbt2

@@ -28,6 +28,22 @@ struct AssemblerOptions {
   StreamOffsets* offsets = nullptr;
 };
 
+/// The newest timestamp and what it means.
+struct AssemblyTime {
+  std::uint64_t ticks = 0;
+  bool known = false;  ///< whether any packet had a timestamp
+  std::uint64_t clock_hz = 0;
+
+  friend bool operator==(const AssemblyTime&, const AssemblyTime&) = default;
+};
+
+/// What an assembler carries from one packet to the next, apart from its counts.
+struct AssemblyState {
+  AssemblyTime time;
+  std::vector<std::uint32_t> sources;  ///< keys of those remembered, in their order
+  std::vector<MessageSource> open;     ///< those with an open message
+};
+
 class MessageAssembler {
  public:
   explicit MessageAssembler(const AssemblerOptions& options);
@@ -95,8 +111,26 @@ class MessageAssembler {
   /// Replaces AssemblerOptions::offsets from now on.
   void set_offsets(StreamOffsets* offsets) { offsets_ = offsets; }
   AssemblyCounts counts() const;
+  /// counts() but for the masters; these counts begin from 0 again.
+  AssemblyCounts take_counts();
+  /// The masters of counts(); where no source was replaced since forget_sources().
+  void add_masters_to(AssemblyCounts& counts) const;
+
+  AssemblyTime time() const { return {newest_.ticks, newest_.known, finished_.clock_hz()}; }
+  /// Sources (master, channel) remembered, at most kMostSources.
+  std::size_t source_count() const { return sources_.all().size(); }
+  /// Whether this source has an open message that began before byte `offset` of the input.
+  bool has_message_before(std::uint32_t key, std::uint64_t offset);
+  void save(AssemblyState& state);
+  /// Goes on from `state`, saved by an assembler with the same options. The open messages of this
+  /// one are gone; its counts and the sources that it remembers stay.
+  void restore(const AssemblyState& state);
+  /// Remembers no source, has no open message, and its sources' masters have no messages.
+  void forget_sources();
 
  private:
+  void add_own_to(AssemblyCounts& counts) const;
+
   struct Time {
     std::uint64_t ticks = 0;
     bool known = false;

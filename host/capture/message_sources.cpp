@@ -1,8 +1,14 @@
 #include "host/capture/message_sources.h"
 
 #include <algorithm>
+#include <new>
 
 namespace qbt2 {
+
+MessageSources::MessageSources()
+    : masters_(static_cast<Master*>(std::calloc(std::size_t{65536}, sizeof(Master)))) {
+  if (masters_ == nullptr) throw std::bad_alloc();
+}
 
 MessageSource* MessageSources::find_other(std::uint32_t key) {
   const auto found = source_of_key_.find(key);
@@ -66,6 +72,27 @@ void MessageSources::catch_up(Master& master) const {
   master.all_epoch = all_epoch_;
   master.open = 0;
   ++master.epoch;
+}
+
+void MessageSources::reopen(const MessageSource& open) {
+  MessageSource& source = *find(open.key);
+  begin(source, open.offset);
+  const std::uint32_t epoch = source.epoch;
+  source = open;
+  source.epoch = epoch;
+}
+
+void MessageSources::forget_messages() {
+  open_messages_ = 0;
+  ++all_epoch_;
+}
+
+void MessageSources::forget_sources() {
+  forget_messages();
+  recent_ = {};
+  sources_.clear();
+  source_of_key_.clear();
+  next_victim_ = 0;
 }
 
 std::vector<MessageSource*> MessageSources::open_sources() {

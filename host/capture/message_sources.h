@@ -3,8 +3,10 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <cstdlib>
 #include <cstring>
 #include <deque>
+#include <memory>
 #include <unordered_map>
 #include <vector>
 
@@ -69,7 +71,7 @@ struct MessageSource {
 /// stream full of MERR and GERR packets never loops over the sources.
 class MessageSources {
  public:
-  MessageSources() : masters_(65536) {}
+  MessageSources();
 
   /// The source of this key, or null.
   MessageSource* find(std::uint32_t key) {
@@ -102,6 +104,16 @@ class MessageSources {
   /// The sources with an open message, in the order in which these began.
   std::vector<MessageSource*> open_sources();
 
+  /// The sources remembered, in the order in which they appeared unless one was replaced.
+  const std::deque<MessageSource>& all() const { return sources_; }
+  /// Opens a message as it was open elsewhere; its source is known and has none open.
+  void reopen(const MessageSource& open);
+  /// No message is open any more, without being counted as dropped.
+  void forget_messages();
+  /// forget_messages(), and no source is known any more.
+  void forget_sources();
+  void reset_counts() { dropped_messages_ = 0; }
+
  private:
   static constexpr std::size_t kRecentSources = 1024;
 
@@ -109,6 +121,9 @@ class MessageSources {
     std::uint32_t epoch = 0;
     std::uint32_t all_epoch = 0;
     std::uint32_t open = 0;  ///< messages
+  };
+  struct FreeMemory {
+    void operator()(void* memory) const { std::free(memory); }
   };
 
   /// Masters next to each other, and channels of a master, have slots of their own.
@@ -123,7 +138,8 @@ class MessageSources {
   void catch_up(Master& master) const;
 
   std::deque<MessageSource> sources_;  ///< they never move
-  std::vector<Master> masters_;
+  /// By id; memory that no master has touched is none, as there may be a reader for each thread.
+  std::unique_ptr<Master[], FreeMemory> masters_;
   std::unordered_map<std::uint32_t, MessageSource*> source_of_key_;
   std::array<MessageSource*, kRecentSources> recent_{};  ///< found last, by slot; or null
   std::size_t next_victim_ = 0;

@@ -60,7 +60,7 @@ void StpMessageReader::finish(SampleBatch& batch) {
   sink_.chooser.set_batch(batch);
   const bool on_packet_boundary = reader_.finish(sink_);
   sink_.chooser.finish(on_packet_boundary);
-  if (!report_no_message()) report_choice();
+  if (!report_no_message(sink_.chooser.counts())) report_choice();
 }
 
 void StpMessageReader::report_choice() {
@@ -72,8 +72,7 @@ void StpMessageReader::report_choice() {
 }
 
 /// Words without a message that gives a row: most often the framing is not the source's.
-bool StpMessageReader::report_no_message() {
-  const AssemblyCounts counts = sink_.chooser.counts();
+bool StpMessageReader::report_no_message(const AssemblyCounts& counts) const {
   if (!options_.on_notice || !counts.has_words_only()) return false;
   const auto& better = sink_.chooser.better();
   if (better && better->good_messages != 0) {

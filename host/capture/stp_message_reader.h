@@ -27,9 +27,18 @@ class StpMessageReader {
   /// Adds what was read to `counts`; complete after finish().
   void add_to(CaptureCounts& counts) const;
 
+  /// For another reader that goes on in the middle of the stream (host/pieces). The framing is
+  /// empty until it does not change any more, and the assembler is there with it.
+  std::optional<Framing> settled_framing() const { return sink_.chooser.settled_framing(); }
+  MessageAssembler& settled_assembler() { return sink_.chooser.settled_assembler(); }
+  const StpReader& reader() const { return reader_; }
+  std::uint64_t async_packets() const { return sink_.async_packets; }
+  /// Where the whole stream, of which `counts` are, has words but no row: says so in a notice and
+  /// returns true. By finish(), or by whoever has gone on.
+  bool report_no_message(const AssemblyCounts& counts) const;
+
  private:
   void report_choice();
-  bool report_no_message();
 
   /// Sink of the STP reader: the framing chooser with its assembler, and the damage callback.
   struct Sink {

@@ -11,6 +11,7 @@ class TickClock {
   explicit TickClock(std::uint64_t hz = 0) { set_rate(hz); }
   void set_rate(std::uint64_t hz);
   bool is_known() const { return hz_ != 0; }
+  std::uint64_t rate() const { return hz_; }
 
   /// False, with `ns` unchanged, when the rate is not known or the time does not fit 64 bits of
   /// nanoseconds (584 years). Rounded down.

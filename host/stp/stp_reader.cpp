@@ -2,8 +2,52 @@
 
 #include <cassert>
 #include <cstring>
+#include <utility>
 
 namespace qbt2 {
+
+StpCounters& StpCounters::operator+=(const StpCounters& other) {
+  packets += other.packets;
+  sync_losses += other.sync_losses;
+  nibbles_skipped += other.nibbles_skipped;
+  return *this;
+}
+
+StpCounters& StpCounters::operator-=(const StpCounters& other) {
+  packets -= other.packets;
+  sync_losses -= other.sync_losses;
+  nibbles_skipped -= other.nibbles_skipped;
+  return *this;
+}
+
+StpReader StpReader::after_async(std::uint64_t nibble, std::uint8_t shared,
+                                 std::uint64_t timestamp) {
+  StpReader reader;
+  reader.context_.timestamp = timestamp;
+  reader.context_.raw_timestamp = timestamp;
+  reader.phase_ = Phase::kInSync;
+  reader.after_async_ = nibble;
+  reader.stream_bytes_ = (nibble + 1) / 2;
+  if (nibble % 2 != 0) {
+    reader.open_[0] = shared;
+    reader.open_size_ = 1;
+    reader.open_at_ = 1;
+  }
+  return reader;
+}
+
+StpCounters StpReader::take_counters() {
+  return std::exchange(counters_, {});
+}
+
+bool StpReader::continues_like(const StpReader& other) const {
+  if (phase_ != other.phase_ || stream_bytes_ != other.stream_bytes_) return false;
+  const bool same_gap = gap_begin_ == other.gap_begin_ && f_run_ == other.f_run_;
+  if (phase_ != Phase::kInSync && !same_gap) return false;
+  // The same stream, so the bytes of an open packet are the same too.
+  return context_ == other.context_ && after_async_ == other.after_async_ &&
+         open_size_ == other.open_size_ && open_at_ == other.open_at_;
+}
 
 void StpReader::keep_open(std::span<const std::uint8_t> data, std::size_t at) {
   const std::size_t first = at / 2;

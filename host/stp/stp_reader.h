@@ -67,11 +67,21 @@ struct StpCounters {
   /// Half a byte counts as a whole one, once for the whole stream.
   constexpr std::uint64_t bytes_skipped() const { return (nibbles_skipped + 1) / 2; }
 
+  StpCounters& operator+=(const StpCounters& other);
+  StpCounters& operator-=(const StpCounters& other);
   friend bool operator==(const StpCounters&, const StpCounters&) = default;
 };
 
 class StpReader {
  public:
+  StpReader() = default;
+  /// A reader of the same stream that begins after an ASYNC: whatever a reader has read before, an
+  /// ASYNC puts it in sync, so this one gives the same packets from there on if a VERSION follows,
+  /// which sets master, channel and coding. `nibble` of the stream is the first one after the
+  /// ASYNC and `timestamp` the newest one before it. The next bytes to push are those after byte
+  /// (nibble - 1) / 2, which is `shared`: it may hold the first nibble too.
+  static StpReader after_async(std::uint64_t nibble, std::uint8_t shared, std::uint64_t timestamp);
+
   /// Reads the next bytes of the stream and calls the sink for every packet that they settle. A
   /// packet that is still open (cut, or perhaps about to be cut by an ASYNC) waits for the next
   /// call. The bytes are not needed after the call.
@@ -88,6 +98,14 @@ class StpReader {
   /// Rate of the timestamps, as the newest FREQ packet says; 0 before any.
   std::uint64_t frequency_hz() const { return frequency_hz_; }
   StpTimestampCoding timestamp_coding() const { return context_.coding; }
+  /// The newest one.
+  std::uint64_t timestamp() const { return context_.timestamp; }
+  /// counters(), which count from 0 afterwards.
+  StpCounters take_counters();
+  /// Whether both give the same packets for the same bytes from here on. Their counters and
+  /// frequency_hz() may differ.
+  bool continues_like(const StpReader& other) const;
+
   /// Bytes pushed so far.
   std::uint64_t stream_bytes() const { return stream_bytes_; }
 

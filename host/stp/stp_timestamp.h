@@ -17,6 +17,8 @@ struct StpContext {
   std::uint16_t master = 0;
   std::uint16_t channel = 0;
   StpTimestampCoding coding = StpTimestampCoding::kNatural;
+
+  friend bool operator==(const StpContext&, const StpContext&) = default;
 };
 
 constexpr std::uint64_t from_gray(std::uint64_t gray) {
