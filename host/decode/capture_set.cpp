@@ -54,19 +54,23 @@ void note_unused_options(const InputFile& file, CaptureFormat format, const Deco
 }  // namespace
 
 std::vector<OpenCapture> open_captures(const DecodeRequest& request,
-                                       std::optional<std::uint8_t> settings_source,
+                                       std::optional<std::uint8_t> settings_source, bool in_pieces,
                                        RunObserver* observer) {
   std::vector<OpenCapture> captures;
   captures.reserve(request.captures.size());
   for (const std::string& path : request.captures) {
-    captures.push_back({.file = std::make_unique<InputFile>(path), .reader = nullptr});
+    captures.emplace_back().file = std::make_unique<InputFile>(path);
   }
   for (OpenCapture& capture : captures) {
     InputFile& file = *capture.file;
     capture.format = format_of(file, request);
     if (observer != nullptr) note_unused_options(file, capture.format, request, *observer);
-    capture.reader = make_capture_reader(file, capture.format,
-                                         options_for(file, request, settings_source, observer));
+    const CaptureOptions options = options_for(file, request, settings_source, observer);
+    if (in_pieces && capture.format == CaptureFormat::kStp && file.is_regular()) {
+      capture.pieces = std::make_unique<StpPieceCapture>(file, options);
+    } else {
+      capture.reader = make_capture_reader(file, capture.format, options);
+    }
   }
   return captures;
 }

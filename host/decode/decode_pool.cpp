@@ -6,7 +6,7 @@ namespace qbt2 {
 namespace {
 
 // Enough that no worker waits for the calling thread, and little memory.
-constexpr std::size_t kJobsPerWorker = 3;
+constexpr std::size_t kJobsPerWorker = 2;
 
 }  // namespace
 
@@ -38,68 +38,97 @@ DecodeJob& DecodePool::next_job() {
 }
 
 void DecodePool::submit() {
+  submit_as(State::kQueued);
+}
+
+void DecodePool::submit_piece() {
+  submit_as(slot(submitted_).job.piece.wants_read ? State::kUnread : State::kRead);
+}
+
+void DecodePool::submit_as(State state) {
   {
     const std::lock_guard lock(mutex_);
     Slot& next = slot(submitted_);
     next.failure = nullptr;
-    next.state = State::kQueued;
+    next.state = state;
     ++submitted_;
+    if (state == State::kQueued) ++stitched_;
+  }
+  if (state != State::kRead) work_.notify_one();
+}
+
+DecodeJob* DecodePool::next_to_stitch() {
+  if (all_stitched()) return nullptr;
+  Slot* const next = in_state(stitched_, State::kRead);
+  return next != nullptr ? &next->job : nullptr;
+}
+
+void DecodePool::submit_stitched() {
+  {
+    const std::lock_guard lock(mutex_);
+    slot(stitched_).state = State::kQueued;
+    ++stitched_;
   }
   work_.notify_one();
 }
 
 DecodeJob* DecodePool::oldest_if_done() {
   if (is_empty()) return nullptr;
-  Slot& oldest = slot(released_);
+  Slot* const oldest = in_state(released_, State::kDone);
+  return oldest != nullptr ? &oldest->job : nullptr;
+}
+
+/// The slot of a job, where it is in this state; else null. Rethrows its failure.
+DecodePool::Slot* DecodePool::in_state(std::uint64_t number, State state) {
+  Slot& slot = this->slot(number);
   {
     const std::lock_guard lock(mutex_);
-    if (oldest.state != State::kDone) return nullptr;
+    if (slot.state != state) return nullptr;
   }
-  return &result_of(oldest);
+  if (slot.failure != nullptr) std::rethrow_exception(slot.failure);
+  return &slot;
 }
 
-DecodeJob& DecodePool::wait_for_oldest() {
-  Slot& oldest = slot(released_);
-  {
-    std::unique_lock lock(mutex_);
-    while (oldest.state != State::kDone) {
-      if (started_ != submitted_) {
-        run_slot(*workers_.front(), lock);
-      } else {
-        done_.wait(lock);
-      }
+void DecodePool::wait() {
+  std::unique_lock lock(mutex_);
+  while (slot(released_).state != State::kDone &&
+         (all_stitched() || slot(stitched_).state != State::kRead)) {
+    if (has_work()) {
+      work(*workers_.front(), lock);
+    } else {
+      done_.wait(lock);
     }
   }
-  return result_of(oldest);
 }
 
-DecodeJob& DecodePool::result_of(Slot& slot) {
-  if (slot.failure != nullptr) std::rethrow_exception(slot.failure);
-  return slot.job;
+bool DecodePool::has_work() {
+  while (read_ != submitted_ && slot(read_).state != State::kUnread) ++read_;
+  return decoded_ != stitched_ || read_ != submitted_;
 }
 
-/// Takes the oldest queued slot; the lock is released while it is decoded.
-void DecodePool::run_slot(DecodeWorker& worker, std::unique_lock<std::mutex>& lock) {
-  Slot& next = slot(started_);
-  ++started_;
-  next.state = State::kRunning;
+/// Decodes the oldest job that is ready for it, or else reads the oldest piece. The lock is
+/// released meanwhile.
+void DecodePool::work(DecodeWorker& worker, std::unique_lock<std::mutex>& lock) {
+  const bool decodes = decoded_ != stitched_;
+  Slot& next = slot(decodes ? decoded_++ : read_++);
+  next.state = decodes ? State::kRunning : State::kReading;
   lock.unlock();
   try {
-    worker.run(next.job);
+    decodes ? worker.run(next.job) : worker.read(next.job);
   } catch (...) {
     next.failure = std::current_exception();
   }
   lock.lock();
-  next.state = State::kDone;
+  next.state = decodes ? State::kDone : State::kRead;
   done_.notify_one();
 }
 
 void DecodePool::serve(DecodeWorker& worker) {
   std::unique_lock lock(mutex_);
   for (;;) {
-    work_.wait(lock, [this] { return stopping_ || started_ != submitted_; });
+    work_.wait(lock, [this] { return stopping_ || has_work(); });
     if (stopping_) return;
-    run_slot(worker, lock);
+    work(worker, lock);
   }
 }
 

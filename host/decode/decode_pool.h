@@ -10,11 +10,13 @@
 
 #include "host/decode/decode_worker.h"
 
-/// Decodes jobs on several threads and gives them back in the order of submission.
+/// Reads pieces and decodes jobs on several threads and gives them back in the order of submission.
 ///
-/// One thread, the caller's, fills jobs and takes them back; while it waits it decodes too, so that
-/// as many threads as there are workers are busy, its own included. The number of jobs is fixed:
-/// memory stays bounded however fast jobs come in.
+/// One thread, the caller's, fills jobs and takes them back; while it waits it works too, so that
+/// as many threads as there are workers are busy, its own included. A job with a piece goes through
+/// the workers twice, to be read and to be decoded; between them the caller stitches it, in order.
+/// What was submitted first is worked on first. The number of jobs is fixed: memory stays bounded
+/// however fast jobs come in.
 namespace qbt2 {
 
 class DecodePool {
@@ -32,18 +34,28 @@ class DecodePool {
 
   /// The job to fill next, empty; only where has_room(). The same one until submit().
   DecodeJob& next_job();
-  /// Queues the job of next_job().
+  /// Queues the job of next_job() for decoding; only where all_stitched().
   void submit();
+  /// Queues it to be read, where its piece wants that, and then to be stitched.
+  void submit_piece();
+
+  bool all_stitched() const { return stitched_ == submitted_; }
+  /// The oldest job that is to be stitched, where it has been read or is not to be; else null.
+  /// Rethrows what its worker threw.
+  DecodeJob* next_to_stitch();
+  /// Queues that job for decoding.
+  void submit_stitched();
 
   /// The oldest job, where it has been decoded; else null. Rethrows what its worker threw.
   DecodeJob* oldest_if_done();
-  /// The oldest job; decodes or waits until it is done. Only where not is_empty(). Rethrows.
-  DecodeJob& wait_for_oldest();
+  /// Works, or waits where nothing is queued, until there is something for oldest_if_done() or
+  /// next_to_stitch(). Only where not is_empty().
+  void wait();
   /// Ends the use of the oldest job.
   void release_oldest() { ++released_; }
 
  private:
-  enum class State { kFree, kQueued, kRunning, kDone };
+  enum class State { kFree, kUnread, kReading, kRead, kQueued, kRunning, kDone };
   struct Slot {
     DecodeJob job;
     State state = State::kFree;
@@ -51,19 +63,24 @@ class DecodePool {
   };
 
   Slot& slot(std::uint64_t number) { return slots_[number % slots_.size()]; }
-  DecodeJob& result_of(Slot& slot);
-  void run_slot(DecodeWorker& worker, std::unique_lock<std::mutex>& lock);
+  Slot* in_state(std::uint64_t number, State state);
+  void submit_as(State state);
+  bool has_work();
+  void work(DecodeWorker& worker, std::unique_lock<std::mutex>& lock);
   void serve(DecodeWorker& worker);
 
   std::vector<std::unique_ptr<DecodeWorker>> workers_;
   std::vector<Slot> slots_;
   std::mutex mutex_;
   std::condition_variable work_;  ///< a slot was queued, or it is time to stop
-  std::condition_variable done_;  ///< a slot was decoded
+  std::condition_variable done_;  ///< a slot was read or decoded
   bool stopping_ = false;
-  std::uint64_t released_ = 0;   ///< jobs taken back; a job's slot is its number modulo slots
-  std::uint64_t started_ = 0;    ///< jobs that a worker has taken
-  std::uint64_t submitted_ = 0;  ///< jobs queued so far
+  // Jobs so far; a job's slot is its number modulo slots. released_ is the least of them.
+  std::uint64_t released_ = 0;   ///< taken back
+  std::uint64_t decoded_ = 0;    ///< taken by a worker to be decoded
+  std::uint64_t stitched_ = 0;   ///< ready to be decoded
+  std::uint64_t read_ = 0;       ///< taken by a worker to be read, or not to be read
+  std::uint64_t submitted_ = 0;  ///< queued
   std::vector<std::thread> threads_;
 };
 

@@ -34,6 +34,7 @@ RowClass class_of(const SampleHead& head) {
 }  // namespace
 
 void DecodeJob::clear() {
+  pieces = nullptr;
   samples.clear();
   row_limit = UINT64_MAX;
   if (chunk) chunk->clear();
@@ -63,8 +64,17 @@ void DecodeWorker::prepare(DecodeJob& job) const {
   }
 }
 
+void DecodeWorker::read(DecodeJob& job) {
+  if (!piece_reader_ || piece_capture_ != job.capture) {
+    piece_reader_ = job.pieces->make_reader(job.piece);
+    piece_capture_ = job.capture;
+  }
+  piece_reader_->read(job.piece, job.samples);
+}
+
 void DecodeWorker::run(DecodeJob& job) {
   prepare(job);
+  if (job.pieces != nullptr) job.piece.exchange_beginning(job.samples);
   RowBatch& rows = use_ == RowUse::kKeep ? *job.rows : rows_;
   // The decoder reads a whole word after a length byte of 0, and so past a malformed sample's end.
   std::memset(job.samples.bytes.room(sizeof(std::uint64_t)), 0, sizeof(std::uint64_t));

@@ -10,6 +10,7 @@
 #include "host/decode/decoder_library.h"
 #include "host/decode/row_sink.h"
 #include "host/decode/run_report.h"
+#include "host/pieces/stp_piece_capture.h"
 #include "host/rows/row_reader.h"
 
 /// From samples to rows, and on to a sink's chunk: plug-in, row reader, stage. A worker belongs to
@@ -27,6 +28,10 @@ struct SampleRejection {
 /// One piece of work: samples in, rows or a chunk out. Reused: clear() keeps the memory.
 struct DecodeJob {
   std::size_t capture = 0;  ///< where the samples come from, counted from 0
+  /// Of a capture that is read in pieces: from which the samples are read. Else null and unused.
+  const StpPieceCapture* pieces = nullptr;
+  StpPiece piece;
+
   SampleBatch samples;
   std::uint64_t row_limit = UINT64_MAX;
 
@@ -54,6 +59,8 @@ class DecodeWorker {
   /// Before the first job. `stage` belongs to RowUse::kStage.
   void use_rows(RowUse use, std::unique_ptr<RowStage> stage = nullptr);
 
+  /// Reads the samples of the job's piece, which wants to be read.
+  void read(DecodeJob& job);
   /// Decodes the job's samples in order and stops after its row limit. Throws what the stage
   /// throws.
   void run(DecodeJob& job);
@@ -68,6 +75,8 @@ class DecodeWorker {
   void reject(DecodeJob& job, const SampleHead& head, std::string reason) const;
   void flush(DecodeJob& job);
 
+  std::unique_ptr<StpPieceReader> piece_reader_;
+  std::size_t piece_capture_ = 0;  ///< of the piece reader
   DecoderLibrary::Unit unit_;
   const ColumnCatalogue& catalogue_;
   RowReader reader_;

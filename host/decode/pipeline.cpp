@@ -61,10 +61,12 @@ class Pipeline::Run {
 
  private:
   void make_workers();
-  bool can_read() const { return capture_ != captures_.size() && pool_->has_room(); }
+  bool can_read() const;
   bool limit_reached() const { return rows_ >= request_.limit; }
   void release_taken_job();
-  void read_piece();
+  void read_next();
+  void read_piece(DecodeJob& job);
+  void stitch(DecodeJob& job);
   void end_capture();
   void leave_out_other_times(DecodeJob& job);
   void account_for(const DecodeJob& job);
@@ -91,7 +93,8 @@ class Pipeline::Run {
   std::uint64_t total_bytes_ = 0;
   std::uint64_t bytes_before_ = 0;  // of the captures already read
   std::uint64_t rows_ = 0;
-  bool job_taken_ = false;  // the oldest job is the caller's
+  bool pieces_end_ = false;  // the last piece of capture_ is in the pool
+  bool job_taken_ = false;   // the oldest job is the caller's
   bool writes_rows_ = true;
   bool ended_ = false;
 };
@@ -101,7 +104,7 @@ Pipeline::Run::Run(DecodeRequest request, RunObserver* observer)
       observer_(observer != nullptr ? *observer : silent_),
       setup_(request_.config, request_.device),
       chosen_masters_(take_selection(request_, setup_)),
-      captures_(open_captures(request_, setup_.atb_id(), &observer_)),
+      captures_(open_captures(request_, setup_.atb_id(), thread_count(request_) > 1, &observer_)),
       library_(request_.plugin),
       total_bytes_(total_bytes(captures_)) {
   outline_.captures = captures_.size();
@@ -157,10 +160,12 @@ DecodeJob* Pipeline::Run::next_job() {
       job_taken_ = true;
       if (job->counts.rows() != 0) return job;
       release_taken_job();
+    } else if (DecodeJob* const piece = pool_->next_to_stitch()) {
+      stitch(*piece);
     } else if (can_read() && (pool_->is_empty() || captures_[capture_].file->has_input())) {
-      read_piece();
+      read_next();
     } else if (!pool_->is_empty()) {
-      pool_->wait_for_oldest();
+      pool_->wait();
     } else {
       end_with_notices(RunEnd::kComplete);
     }
@@ -173,27 +178,58 @@ void Pipeline::Run::release_taken_job() {
   job_taken_ = false;
 }
 
-void Pipeline::Run::read_piece() {
-  CaptureReader& reader = *captures_[capture_].reader;
+/// The end of a capture comes after its last piece, and the next capture after that.
+bool Pipeline::Run::can_read() const {
+  return capture_ != captures_.size() && pool_->has_room() &&
+         (!pieces_end_ || pool_->all_stitched());
+}
+
+void Pipeline::Run::read_next() {
+  OpenCapture& capture = captures_[capture_];
   DecodeJob& job = pool_->next_job();
   job.capture = capture_;
   job.row_limit = request_.limit - rows_;
-  if (!reader.next(job.samples)) {
+  if (capture.pieces && !pieces_end_) return read_piece(job);
+  if (capture.pieces) {
+    capture.pieces->finish(job.samples);
+    end_capture();
+  } else if (!capture.reader->next(job.samples)) {
     end_capture();
     return;
+  } else {
+    observer_.on_progress(bytes_before_ + capture.reader->position(), total_bytes_);
   }
-  observer_.on_progress(bytes_before_ + reader.position(), total_bytes_);
   if (request_.time) leave_out_other_times(job);
   pool_->submit();
 }
 
+void Pipeline::Run::read_piece(DecodeJob& job) {
+  StpPieceCapture& pieces = *captures_[capture_].pieces;
+  job.pieces = &pieces;
+  pieces_end_ = !pieces.next(job.piece);
+  if (pieces_end_) return;
+  observer_.on_progress(bytes_before_ + pieces.position(), total_bytes_);
+  pool_->submit_piece();
+}
+
+void Pipeline::Run::stitch(DecodeJob& job) {
+  captures_[job.capture].pieces->stitch(job.piece, job.samples);
+  if (request_.time) {
+    job.piece.exchange_beginning(job.samples);
+    leave_out_other_times(job);
+  }
+  pool_->submit_stitched();
+}
+
 void Pipeline::Run::end_capture() {
-  const CaptureReader& reader = *captures_[capture_].reader;
-  bytes_before_ += reader.position();
+  OpenCapture& capture = captures_[capture_];
+  bytes_before_ += capture.position();
   CaptureReport& report = report_.captures[capture_];
-  report.capture = reader.counts();
+  report.capture = capture.counts();
   report.nothing_to_decode = held_nothing(report.capture);
   for (const std::string& text : capture_notices(report.capture)) notice(report.file, text);
+  capture.pieces.reset();
+  pieces_end_ = false;
   ++capture_;
 }
 
@@ -279,7 +315,7 @@ RunReport Pipeline::Run::report() const {
   RunReport report = report_;
   // A capture that is still being read has not been entered yet.
   if (capture_ != captures_.size()) {
-    report.captures[capture_].capture = captures_[capture_].reader->counts();
+    report.captures[capture_].capture = captures_[capture_].counts();
   }
   if (!ended_) report.seconds = std::chrono::duration<double>(Clock::now() - start_).count();
   return report;

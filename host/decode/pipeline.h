@@ -16,8 +16,9 @@
 ///         -> decoder plug-in -> row reader -> row batch -> [stage -> chunk -> sink]
 ///
 /// The calling thread reads the input; worker threads, of which it is one while it would wait,
-/// decode. Jobs of some 64 KiB of input are queued and collected in order, a fixed number at a
-/// time, so that memory does not depend on the size of the captures.
+/// decode, and assemble the messages of STP files too (host/pieces). Jobs of some 64 KiB of input
+/// are queued and collected in order, a fixed number at a time, so that memory does not depend on
+/// the size of the captures.
 ///
 ///   qbt2::DecodeRequest request;
 ///   request.captures = {"soc.stp"};

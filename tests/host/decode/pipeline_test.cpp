@@ -8,6 +8,9 @@
 #include <array>
 #include <atomic>
 #include <chrono>
+#include <fstream>
+#include <set>
+#include <sstream>
 #include <stdexcept>
 #include <thread>
 
@@ -374,6 +377,61 @@ class Truth {
   std::size_t channel_;
   std::size_t raw_;  ///< the first of six
 };
+
+/// Everything that a run gives: rows as text, what is observed, statistics but for the speed.
+std::string all_of(DecodeRequest request, unsigned threads, const std::string& output) {
+  struct Recorder : RunObserver {
+    void on_damage(std::string_view file, std::uint64_t offset, std::string_view text) override {
+      seen << file << ' ' << offset << ' ' << text << '\n';
+    }
+    void on_notice(std::string_view file, std::string_view text) override {
+      notices.insert(std::string(file).append(" ").append(text));
+    }
+    std::ostringstream seen;
+    std::multiset<std::string> notices;  // some come with the first rows, wherever reading is then
+  } recorder;
+  request.threads = threads;
+  TextSinkOptions options;
+  options.output = output;
+  TextSink sink(options);
+  RunReport report = Pipeline(std::move(request), &recorder).run(sink);
+  report.seconds = 0;
+  std::ifstream rows(output);
+  recorder.seen << rows.rdbuf() << report.statistics_text();
+  for (const std::string& text : recorder.notices) recorder.seen << text << '\n';
+  for (const CaptureReport& capture : report.captures) {
+    recorder.seen << capture.messages_outside << ' ' << capture.capture.damages << '\n';
+  }
+  return recorder.seen.str();
+}
+
+TEST(Pipeline, AnyNumberOfThreadsGivesTheSameToTheByte) {
+  const test::TestFolder folder;
+  DecodeRequest request = request_for({}, 1);
+  for (const Framing framing :
+       {Framing::kFlag, Framing::kMarkerLast, Framing::kTimestampLast, Framing::kMarkerFirst}) {
+    for (const CaptureFormat format : {CaptureFormat::kStp, CaptureFormat::kFrames}) {
+      GeneratorOptions options;
+      options.bytes = 700'000;
+      options.format = format;
+      options.encoding.framing = framing;
+      options.damaged_places = framing == Framing::kFlag ? 0 : 25;
+      options.traffic.masters = {5, 32, 33, 255, 256, 0x1234};
+      request.captures.push_back(folder.at(std::to_string(request.captures.size())));
+      generate(request.captures.back(), options);
+    }
+  }
+  for (const bool in_part : {false, true}) {
+    if (in_part) request.time = TimeRange{TimeRange::Unit::kTicks, 20'000, 900'000};
+    const std::string one = all_of(request, 1, folder.at("rows"));
+    ASSERT_GT(one.size(), 1'000'000U);
+    for (const unsigned threads : {2U, 3U, 8U}) {
+      SCOPED_TRACE(threads);
+      // Not EXPECT_EQ: the texts are long.
+      EXPECT_TRUE(all_of(request, threads, folder.at("rows")) == one);
+    }
+  }
+}
 
 TEST(Pipeline, AMillionMessagesBecomeTheRowsTheyWere) {
   const test::TestFolder folder;
