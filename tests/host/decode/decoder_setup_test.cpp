@@ -156,7 +156,7 @@ TEST(DecoderSetup, RefusesFilesThatAreNotSettings) {
        "is UTF-16"},
       {"A=1\nB=\xFF\n", "byte 6: neither a trace data file nor UTF-8 text"},
       {"A=1\nB=\x01\n", "byte 6: neither"},
-      {"{\"QBT2_5\": \"DMA=1\"}", "is JSON"},
+      {"{\"QBT2_5\": \"DMA=1\"}", "looks like JSON"},
       {"# comment\nSWITCH\n", "has no line KEY=VALUE"},
       {"# A=1\n", "has no line KEY=VALUE"},
       {"A=" + std::string(std::size_t{16} << 20, 'x'), "larger than 16 MiB"},
