@@ -6,6 +6,7 @@
 #include <optional>
 
 #include "host/base/error.h"
+#include "host/base/number_text.h"
 #include "host/base/text_parts.h"
 #include "host/base/utf8.h"
 #include "host/device/settings_text.h"
@@ -72,7 +73,8 @@ void note_repeated_keys(std::string_view text, std::vector<std::string>& notices
     }
     known->second = line.number;
   });
-  if (more != 0) notices.push_back(std::to_string(more) + " more settings are set again");
+  if (more != 0)
+    notices.push_back(counted(more, "more setting") + (more == 1 ? " is" : " are") + " set again");
 }
 
 }  // namespace

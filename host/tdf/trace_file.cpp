@@ -12,6 +12,7 @@
 #include <utility>
 
 #include "host/base/error.h"
+#include "host/base/number_text.h"
 #include "host/base/text_parts.h"
 #include "host/tdf/trace_header.h"
 
@@ -275,8 +276,8 @@ class TraceFileCheck {
     const std::size_t rest = payload.find_first_not_of('\0', text.size());
     if (rest == std::string::npos) return;
     report(FindingSeverity::kFault, section.payloadOffset + text.size(),
-           section_label(section) + ": a zero byte ends the text; the " +
-               std::to_string(payload.size() - rest) + " bytes after it are never read");
+           section_label(section) + ": a zero byte ends the text; " +
+               counted(payload.size() - rest, "byte") + " after it will never be read");
   }
 
   const TraceFile& file_;

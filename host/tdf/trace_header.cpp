@@ -5,6 +5,7 @@
 #include <type_traits>
 
 #include "host/base/error.h"
+#include "host/base/number_text.h"
 #include "host/base/parse_number.h"
 #include "host/base/text_parts.h"
 
@@ -46,10 +47,9 @@ class PayloadReader {
       at_ = begin;
       fail(std::string(what)
                .append(" claims ")
-               .append(std::to_string(length))
-               .append(" bytes, ")
-               .append(std::to_string(payload_.size() - begin - sizeof length))
-               .append(" are left"));
+               .append(counted(length, "byte"))
+               .append(", left: ")
+               .append(std::to_string(payload_.size() - begin - sizeof length)));
       return {};
     }
     std::string text(reinterpret_cast<const char*>(payload_.data()) + at_, length);
@@ -155,7 +155,7 @@ std::optional<TraceHeaderFault> read_trace_header(std::span<const std::uint8_t> 
   read_lists(reader, header.list_items);
   record.headerValue8 = reader.number<std::uint64_t>("headerValue8");
   if (reader.good() && reader.remaining() != 0) {
-    reader.fail(std::to_string(reader.remaining()).append(" bytes follow the record"));
+    reader.fail(counted(reader.remaining(), "byte").append(" left after the record"));
   }
   return reader.fault();
 }

@@ -213,7 +213,7 @@ TEST_F(TdfCommandTest, VerifyReportsFaultsOfTheFileAndOfItsSections) {
       {"TDF2" + sound.substr(0, 30), "byte 4: fault: the file ends after 10 of 45 bytes"},
       {"TDF2" + sound + sound, "byte 69: fault: KZDecode 1: an earlier section has this name"},
       {"TDF2" + section("KZTrace", 20, header_payload(le32(0)) + "x"),
-       "byte 117: fault: KZTrace 20: 1 bytes follow the record"},
+       "byte 117: fault: KZTrace 20: 1 byte left after the record"},
       {"TDF2" + section("KZDecodf", 1, ""),
        "fault: KZDecodf 1: the name differs from KZDecode in one byte"},
       {"TDF2" + section("STMDECODERINFO", 2, ""),
@@ -225,7 +225,7 @@ TEST_F(TdfCommandTest, VerifyReportsFaultsOfTheFileAndOfItsSections) {
       {"TDF2" + section("ARMDCM", 1, "QBT2_5=a;b\n"),
        "fault: ARMDCM 1: line 1: QBT2_5: 2 fields instead of 15; its rows say Unknown"},
       {"TDF2" + section("ARMDCM", 1, std::string("A=1\0B=2", 7)),
-       "byte 25: fault: ARMDCM 1: a zero byte ends the text; the 3 bytes after it are never read"},
+       "byte 25: fault: ARMDCM 1: a zero byte ends the text; 3 bytes after it will never be read"},
       {"TDF2" + section("DEVID", 1, "TRACEID=zero$cpu~\n"),
        "fault: DEVID 1: line 1: the record 'zero$cpu' has a field that is not a number"},
   };

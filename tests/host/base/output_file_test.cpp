@@ -123,7 +123,7 @@ TEST_F(OutputFileTest, FailuresNameThePathAndTheReason) {
     std::string path;
     std::string reason;
   } cases[] = {
-      {at("missing/rows"), "No such file or directory"},
+      {at("missing/rows"), "the folder " + at("missing") + " does not exist"},
       {at("file/rows"), "Not a directory"},
       {fs::temp_directory_path().string(), "Is a directory"},
       {at("new/"), "Is a directory"},

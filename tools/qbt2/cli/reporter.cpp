@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstdio>
 
+#include "host/base/number_text.h"
 #include "tools/qbt2/cli/message.h"
 
 namespace qbt2::tool {
@@ -89,7 +90,8 @@ void Reporter::summarise() {
   progress_.clear();
   for (const auto& [kind, lines] : lines_of_kind_) {
     if (lines.hidden == 0) continue;
-    print_message(std::to_string(lines.hidden) + " more lines about " + kind + " are not shown");
+    print_message(counted(lines.hidden, "more line") + " about " + kind +
+                  (lines.hidden == 1 ? " is" : " are") + " not shown");
   }
 }
 

@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "host/base/error.h"
+#include "host/base/number_text.h"
 #include "host/base/output_file.h"
 #include "host/generate/capture_generator.h"
 #include "tools/qbt2/cli/help.h"
@@ -35,13 +36,12 @@ std::string settings_path(const GenerateArguments& arguments) {
 void print_summary(const GeneratorSummary& summary, std::uint64_t clock_hz) {
   const std::uint64_t microseconds = summary.last_tick / (clock_hz / 1'000'000);
   const std::string thousandths = std::to_string(1'000 + microseconds % 1'000).substr(1);
-  print_message(std::to_string(summary.messages) + " messages (" +
-                std::to_string(summary.throughput) + " throughput, " +
-                std::to_string(summary.latency) + " latency, " +
-                std::to_string(summary.transactions) + " transactions) of " +
+  print_message(counted(summary.messages, "message") + " (" + std::to_string(summary.throughput) +
+                " throughput, " + std::to_string(summary.latency) + " latency, " +
+                counted(summary.transactions, "transaction") + ") of " +
                 std::to_string(microseconds / 1'000) + "." + thousandths + " ms in " +
-                std::to_string(summary.bytes) + " bytes, " +
-                std::to_string(summary.damaged_places) + " places damaged");
+                counted(summary.bytes, "byte") + ", " + counted(summary.damaged_places, "place") +
+                " damaged");
 }
 
 /// A capture that took hours, and settings that were only implied, are not replaced in passing.

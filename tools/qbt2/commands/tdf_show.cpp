@@ -3,6 +3,7 @@
 #include <optional>
 #include <string>
 
+#include "host/base/number_text.h"
 #include "tools/qbt2/cli/help.h"
 #include "tools/qbt2/cli/options.h"
 #include "tools/qbt2/cli/printer.h"
@@ -71,7 +72,7 @@ class Show {
   void print_heading(const TraceSection& section) {
     printer_.print(std::string(is_first_ ? "" : "\n") + "# " + shown(section.name) + " version " +
                    std::to_string(section.version) + ", at byte " + std::to_string(section.offset) +
-                   ", " + std::to_string(section.payloadLength) + " bytes of data\n");
+                   ", " + counted(section.payloadLength, "byte") + " of data\n");
     is_first_ = false;
   }
 
