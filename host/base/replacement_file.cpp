@@ -28,10 +28,11 @@ constexpr mode_t kWithoutGroup = 0707;
 [[noreturn]] void throw_output_error(const std::string& path, int error) {
   std::error_code ignored;
   const fs::path folder = fs::path(path).parent_path();
-  if (error == ENOENT && !path.empty() && folder.empty()) {
+  const bool names_nothing = path.empty();
+  if (error == ENOENT && !names_nothing && folder.empty()) {
     throw Error(ErrorCode::kOutput, path, "the current folder does not exist any more");
   }
-  if (error == ENOENT && !fs::exists(folder, ignored)) {
+  if (error == ENOENT && !names_nothing && !fs::exists(folder, ignored)) {
     throw Error(ErrorCode::kOutput, path, "the folder " + folder.string() + " does not exist");
   }
   throw Error(ErrorCode::kOutput, path, std::generic_category().message(error));
