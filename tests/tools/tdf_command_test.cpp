@@ -110,7 +110,7 @@ TEST_F(TdfCommandTest, ShowPrintsTheContentOfEverySection) {
                                    "headerValue1=1\nheaderValue2=2\nheaderValue3=3\n"
                                    "headerValue4=4\nheaderValue5=5\nheaderValue6=6\n"
                                    "headerValue7=7\nheaderText3=third\nheaderText4=\n"
-                                   "headerValue8=1311768467463790320\n# time stamp "));
+                                   "headerValue8=1311768467463790320\n# timestamp "));
   // --header reads what show prints.
   const std::string again = at("b.tdf");
   ASSERT_EQ(run_tool({"tdf", "create", again, "--header", put("shown", text.out)}).status, 0);

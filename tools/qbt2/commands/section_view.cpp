@@ -64,7 +64,7 @@ void print(const TraceHeader& header, Printer& printer) {
   for (const TraceHeaderField& field : kTraceHeaderFields) {
     printer.print(std::string(field.name) + "=" + field_text(header, field) + "\n");
   }
-  printer.print("# time stamp " + std::to_string(header.timestamp) + "\n");
+  printer.print("# timestamp " + std::to_string(header.timestamp) + "\n");
   const auto& items = header.list_items;
   if (items == decltype(header.list_items){}) return;
   printer.print("# lists of older files, with items:");

@@ -5,6 +5,7 @@
 #include <memory>
 #include <vector>
 
+#include "host/base/number_text.h"
 #include "host/base/output_file.h"
 #include "tools/qbt2/cli/help.h"
 #include "tools/qbt2/cli/message.h"
@@ -123,12 +124,9 @@ const char* severity_name(FindingSeverity severity) {
 }
 
 std::string summary(const TraceFile& file, std::uint64_t faults, std::uint64_t notes) {
-  const auto count = [](std::uint64_t number, const char* what) {
-    return std::to_string(number).append(" ").append(what).append(number == 1 ? "" : "s");
-  };
-  return count(file.sections().size(), "section") + ", " +
-         (faults == 0 ? "all sound" : count(faults, "fault")) +
-         (notes == 0 ? "" : ", " + count(notes, "note"));
+  return counted(file.sections().size(), "section") + ", " +
+         (faults == 0 ? "all sound" : counted(faults, "fault")) +
+         (notes == 0 ? "" : ", " + counted(notes, "note"));
 }
 
 /// The findings are the result, so they go to standard output.
