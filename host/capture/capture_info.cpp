@@ -1,15 +1,19 @@
 #include "host/capture/capture_info.h"
 
 #include <algorithm>
+#include <map>
 #include <memory>
 #include <numeric>
 
+#include "host/capture/frames_capture.h"
 #include "host/capture/sample_file.h"
 #include "host/coresight/trace_sources.h"
 #include "host/stp/stp_opcodes.h"
 
 namespace qbt2 {
 namespace {
+
+constexpr std::size_t kStpMasters = std::size_t{1} << 16;
 
 /// Sink of the STP reader that only counts.
 class StpCounting {
@@ -33,6 +37,9 @@ class StpCounting {
     std::sort(info_.sources.begin(), info_.sources.end(), [](const auto& a, const auto& b) {
       return std::pair(a.master, a.channel) < std::pair(b.master, b.channel);
     });
+    const auto& unlisted = info_.unlisted_of_master;
+    info_.unlisted_data_packets =
+        std::accumulate(unlisted.begin(), unlisted.end(), std::uint64_t{0});
     return std::move(info_);
   }
 
@@ -62,7 +69,10 @@ class StpCounting {
   std::uint64_t* counter_of(std::uint32_t source) {
     const auto found = data_packets_.find(source);
     if (found != data_packets_.end()) return &found->second;
-    if (data_packets_.size() == StpInfo::kMostSources) return &info_.unlisted_data_packets;
+    if (data_packets_.size() == StpInfo::kMostSources) {
+      info_.unlisted_of_master.resize(kStpMasters);
+      return &info_.unlisted_of_master[source >> 16];
+    }
     return &data_packets_[source];  // stays where it is when the map grows
   }
 
@@ -119,6 +129,43 @@ std::uint64_t StpInfo::packets_in_all() const {
   return std::accumulate(packets.begin(), packets.end(), std::uint64_t{0});
 }
 
+std::optional<std::uint64_t> StpInfo::span_ns() const {
+  constexpr std::uint64_t kNanoseconds = 1'000'000'000;
+  if (timestamps == 0 || frequency_hz == 0 || last_timestamp < first_timestamp) return std::nullopt;
+  const auto ticks = static_cast<unsigned __int128>(last_timestamp - first_timestamp);
+  const auto span = ticks * kNanoseconds / frequency_hz;
+  if (span > UINT64_MAX) return std::nullopt;
+  return static_cast<std::uint64_t>(span);
+}
+
+std::vector<StpMaster> StpInfo::masters() const {
+  std::map<std::uint16_t, StpMaster> by_id;
+  for (const StpSource& source : sources) {
+    StpMaster& master = by_id[source.master];
+    master.data_packets += source.data_packets;
+    master.channels.push_back(source.channel);
+  }
+  for (std::size_t id = 0; id < unlisted_of_master.size(); ++id) {
+    if (unlisted_of_master[id] == 0) continue;
+    by_id[static_cast<std::uint16_t>(id)].unlisted_data_packets = unlisted_of_master[id];
+  }
+  std::vector<StpMaster> masters;
+  masters.reserve(by_id.size());
+  for (auto& [id, master] : by_id) {
+    master.id = id;
+    masters.push_back(std::move(master));
+  }
+  return masters;
+}
+
+bool FramesInfo::is_stray(const Source& source) const {
+  constexpr std::uint64_t kNegligibleShare = 100;
+  if (source.is_stp()) return false;
+  return std::any_of(sources.begin(), sources.end(), [&source](const Source& other) {
+    return source.bytes < other.bytes / kNegligibleShare;
+  });
+}
+
 StpInfo read_stp_info(InputFile& input, const InfoEvents& events) {
   StpCounting stp([&](std::uint64_t offset, StpSyncLoss reason) {
     if (events.on_damage) events.on_damage(offset, to_string(reason));
@@ -167,6 +214,7 @@ FramesInfo read_frames_info(InputFile& input, const InfoEvents& events) {
   info.bytes = all.input_bytes();
   info.bytes_framing = all.bytes_framing();
   info.frames_cut = all.frames_cut();
+  report_cut_frames(all, events.on_notice);
   for (const SourceBytes& found : all.sources()) {
     const auto source = std::find_if(sources.begin(), sources.end(),
                                      [&](const auto& one) { return one->id == found.id; });

@@ -4,6 +4,7 @@
 #include <bitset>
 #include <cstdint>
 #include <functional>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <unordered_map>
@@ -25,6 +26,14 @@ struct StpSource {
   std::uint64_t data_packets = 0;
 };
 
+/// Data packets of one master.
+struct StpMaster {
+  std::uint16_t id = 0;
+  std::vector<std::uint32_t> channels;      ///< in rising order
+  std::uint64_t data_packets = 0;           ///< of these channels
+  std::uint64_t unlisted_data_packets = 0;  ///< of channels that are not listed
+};
+
 /// Packets, timestamps and sources of an STP stream.
 struct StpInfo {
   std::uint64_t bytes = 0;
@@ -38,13 +47,20 @@ struct StpInfo {
   std::uint64_t first_timestamp = 0;                         ///< in stream order, in ticks
   std::uint64_t last_timestamp = 0;
   std::vector<StpSource> sources;  ///< by master and channel
-  /// Data packets of sources beyond kMostSources, which are not listed.
+  /// Data packets of sources beyond kMostSources, which are not listed: in all, and by master id
+  /// (empty where there are none).
   std::uint64_t unlisted_data_packets = 0;
+  std::vector<std::uint64_t> unlisted_of_master;
 
   static constexpr std::size_t kMostSources = 16384;
 
   std::uint64_t packets_in_all() const;
   std::uint64_t of_kind(StpKind kind) const { return packets[static_cast<std::size_t>(kind)]; }
+  /// From the first to the last timestamp. Empty without timestamps, without their rate, and where
+  /// the last is the smaller one, as when the counter restarts.
+  std::optional<std::uint64_t> span_ns() const;
+  /// All masters with data packets, in rising order of ids.
+  std::vector<StpMaster> masters() const;
 };
 
 /// The trace sources in formatter frames; see FrameDemultiplexer for the counts.
@@ -52,13 +68,20 @@ struct FramesInfo {
   struct Source {
     std::uint8_t id = 0;
     std::uint64_t bytes = 0;
-    StpInfo stp;  ///< no ASYNC packet: another protocol
+    StpInfo stp;
+
+    /// No ASYNC packet: another protocol.
+    bool is_stp() const { return stp.of_kind(StpKind::kAsync) != 0; }
   };
 
   std::uint64_t bytes = 0;
   std::uint64_t bytes_framing = 0;
   std::uint64_t frames_cut = 0;
   std::vector<Source> sources;  ///< by id
+
+  /// Whether one of `sources` is likely no more than a flipped bit in an ID change: it has next to
+  /// no data and no ASYNC packet.
+  bool is_stray(const Source& source) const;
 };
 
 /// Samples by their number of words, and the probe ids seen, both ascending.

@@ -100,7 +100,7 @@ void FramesCaptureReader::finish(SampleBatch& batch) {
   ended_ = true;
   messages_.finish(batch);
   is_cut_ = report_if_cut(input_, options_.on_damage);
-  report_cut_frames();
+  report_cut_frames(frames_, options_.on_notice);
   if (frames_.stream_bytes() != 0 || frames_.input_bytes() == 0 || !options_.on_notice) return;
   if (source_ == kNullTraceId) return options_.on_notice("the frames contain no trace source");
   const std::vector<SourceBytes> others = frames_.sources();
@@ -108,11 +108,12 @@ void FramesCaptureReader::finish(SampleBatch& batch) {
   options_.on_notice("the frames contain no data of source " + shown_id(source_) + present);
 }
 
-void FramesCaptureReader::report_cut_frames() const {
-  if (frames_.frames_cut() == 0 || !options_.on_notice) return;
-  options_.on_notice(counted(frames_.frames_cut(), "frame is", "frames are") +
-                     " cut short by a frame synchronization packet, the first at byte " +
-                     std::to_string(frames_.first_cut_offset()) + "; what it held is lost");
+void report_cut_frames(const FrameDemultiplexer& frames,
+                       const std::function<void(std::string_view text)>& on_notice) {
+  if (frames.frames_cut() == 0 || !on_notice) return;
+  on_notice(counted(frames.frames_cut(), "frame is", "frames are") +
+            " cut short by a frame synchronization packet, the first at byte " +
+            std::to_string(frames.first_cut_offset()) + "; what it held is lost");
 }
 
 CaptureCounts FramesCaptureReader::counts() const {

@@ -10,6 +10,11 @@
 /// Captures in CoreSight formatter frames: the bytes of one source are extracted and read as STP.
 namespace qbt2 {
 
+/// Notice that frames were cut short, of how many and where the first one begins; to be called at
+/// the end of a capture. No call where none was, or where `on_notice` is empty.
+void report_cut_frames(const FrameDemultiplexer& frames,
+                       const std::function<void(std::string_view text)>& on_notice);
+
 class FramesCaptureReader : public CaptureReader {
  public:
   /// `input` must outlive the reader. Without options.source_id the only source of the input is
@@ -34,7 +39,6 @@ class FramesCaptureReader : public CaptureReader {
   };
 
   void finish(SampleBatch& batch);
-  void report_cut_frames() const;
 
   InputFile& input_;
   CaptureOptions options_;

@@ -1,3 +1,6 @@
+#include <algorithm>
+#include <array>
+#include <cstdio>
 #include <nlohmann/json.hpp>
 
 #include "tests/support/tdf_bytes.h"
@@ -6,6 +9,7 @@
 namespace qbt2::test {
 namespace {
 
+using ::testing::EndsWith;
 using ::testing::HasSubstr;
 using ::testing::StartsWith;
 using Json = nlohmann::json;
@@ -42,6 +46,25 @@ std::string frames(const std::string& data, unsigned id) {
   return all;
 }
 
+const std::string kUseCase = ";1;16;0;0;0;0;0;0;0;0;0;0;0;0\n";
+
+const char* const kStpText = R"(file        standard input
+size        39 bytes
+kind        stp: an STP stream
+faults      none
+version     STP 2 (VERSION packets: 3)
+packets     13: 2 NULL, 2 M8, 1 C8, 1 D8, 2 D32, 2 FLAG, 1 FREQ, 1 VERSION,
+            1 ASYNC
+timestamps  2, natural coding, ticks 16 to 1016
+clock       1000000 Hz (1.0 MHz)
+duration    1.000 ms
+masters     2
+
+master  data packets  channels  name
+     5             2         2  D�MA
+     7             1         0  -
+)";
+
 class InfoCommandTest : public ToolTest {
  protected:
   static Json info(const std::string& file, int status = 0) {
@@ -56,18 +79,37 @@ TEST_F(InfoCommandTest, CountsThePacketsOfAnStpStream) {
   Json expected = Json::parse(kStpMembers);
   expected.update({{"file", file}, {"kind", "stp"}, {"bytes", 39}});
   EXPECT_EQ(info(file), expected);
-  const std::string text = run_tool({"info", file}).out;
-  EXPECT_THAT(text, StartsWith("file: " + file + "\nkind: stp\nbytes: 39\n"));
-  EXPECT_THAT(text, HasSubstr("  master 5, data_packets 2, channels 2\n"));
-  EXPECT_THAT(run_tool({"info", "-"}, kStream).out,
-              StartsWith("file: standard input\nkind: stp\n"));
+  // The name would turn a terminal's text red; 261 has no packets.
+  const std::string settings =
+      put("names", "QBT2_5=D\xC2\x9BMA" + kUseCase + "QBT2_261=X" + kUseCase);
+  const ToolResult named = run_tool({"info", "-", "--config", settings}, kStream);
+  EXPECT_EQ(named.out, kStpText);
+  EXPECT_EQ(named.status, 0) << named.err;
   // TIME has no defined length; the reader resynchronises at the next ASYNC.
   put("a.stp", kStream + stp("F04 12345 ") + kStream);
   const ToolResult damaged = run_tool({"info", file});
   EXPECT_EQ(damaged.status, 1);
   EXPECT_THAT(damaged.err, StartsWith("qbt2: " + file + ": byte 39: "));
-  EXPECT_THAT(damaged.out, HasSubstr("sync_losses: 1\nbytes_skipped: 4\n"));
-  EXPECT_THAT(damaged.out, HasSubstr("ASYNC: 2\n"));
+  EXPECT_THAT(damaged.out, HasSubstr("\nfaults      1\n"));
+  EXPECT_THAT(damaged.out, HasSubstr("\nskipped     4 bytes\n"));
+}
+
+TEST_F(InfoCommandTest, ListsTheBusiestOfManyMasters) {
+  std::string nibbles = "FFFFFFFFFFFFFFFFFFFFF0 F003 ";
+  for (int id = 0; id < 20000; ++id) {
+    std::array<char, 32> packets{};
+    std::snprintf(packets.data(), packets.size(), "F1%04X 4%02d ", id, id % 10);
+    nibbles += packets.data();
+  }
+  const std::string file = put("many.stp", stp(nibbles + "F14E1F 411 0"));
+  const std::string text = run_tool({"info", file}).out;
+  EXPECT_THAT(text, HasSubstr("masters     20000, the 20 with the most data packets below"));
+  EXPECT_THAT(text,
+              HasSubstr("channels\n 19999             2  not listed\n     0             1  0\n"));
+  EXPECT_EQ(std::count(text.begin(), text.end(), '\n'), 10 + 20 + 2);
+  const std::string all = run_tool({"info", file, "--all"}).out;
+  EXPECT_THAT(all, HasSubstr("masters     20000\n"));
+  EXPECT_EQ(std::count(all.begin(), all.end(), '\n'), 10 + 20000 + 2);
 }
 
 TEST_F(InfoCommandTest, ReportsEverySourceOfFrames) {
@@ -84,7 +126,10 @@ TEST_F(InfoCommandTest, ReportsEverySourceOfFrames) {
                        {"sources",
                         {{{"source", 0x10}, {"bytes", 42}, {"stp", expected}},
                          {{"source", 0x21}, {"bytes", 28}, {"stp", nullptr}}}}}));
-  EXPECT_EQ(run_tool({"info", "-", "--format", "json"}, get("f")).status, 0);
+  const std::string text = run_tool({"info", "-"}, get("f")).out;
+  EXPECT_THAT(text, HasSubstr("framing     10 bytes\nsources     2\n\nsource      0x10\n"
+                              "size        42 bytes\nkind        stp: an STP stream\n"));
+  EXPECT_THAT(text, HasSubstr("\nsource      0x21\nsize        28 bytes\nkind        not STP"));
   // Ids that one flipped bit makes have next to no data, and are only listed.
   std::string much;
   for (int i = 0; i < 100; ++i) much += kStream;
@@ -102,7 +147,13 @@ TEST_F(InfoCommandTest, CountsSamplesByTheirWords) {
   EXPECT_EQ(got.at("samples"), 4);
   EXPECT_EQ(got.at("samples_of_words"), Json::parse(R"({"2": 2, "3": 1, "6": 1})"));
   EXPECT_EQ(got.at("probes"), Json({5, 6, 9}));
-  EXPECT_THAT(run_tool({"info", at("s")}).out, HasSubstr("probes: 5-6, 9\n"));
+  EXPECT_THAT(run_tool({"info", at("s")}).out,
+              EndsWith("samples     4: 2 of 2 words, 1 of 3 words, 1 of 6 words\n"
+                       "probes      5-6, 9\n"));
+  // A probe is named by the first of the masters that share it.
+  put("names", "QBT2_261=A" + kUseCase + "QBT2_517=B" + kUseCase);
+  EXPECT_THAT(run_tool({"info", at("s"), "--config", at("names")}).out,
+              EndsWith("probes      3\n\nprobe  name\n    5  A\n    6  -\n    9  -\n"));
   EXPECT_EQ(info(put("cut", bytes + bytes.substr(0, 10)), 1).at("bytes_skipped"), 10);
 }
 
@@ -110,21 +161,29 @@ TEST_F(InfoCommandTest, RecognisesOtherFiles) {
   const struct {
     std::string bytes;
     const char* members;
+    const char* text;  ///< after the file's name
   } kCases[] = {
       {"TDF2" + section("X", 2, "abc"),
        R"({"kind": "trace data file", "bytes": 20, "sections_in_all": 1,
-           "sections": [{"name": "X", "version": 2, "payload_length": 3}]})"},
+           "sections": [{"name": "X", "version": 2, "payload_length": 3}]})",
+       "size        20 bytes\nkind        trace data file\nfaults      none\nsections    1\n\n"
+       "version  payload bytes  name\n      2              3  X\n"},
       {"# c\nA=1\nQBT2_5=DMA;1;2;3;4;5;6;7;8;9;10;11;12;13;14\n",
        R"({"kind": "settings", "bytes": 52, "settings": 2,
-           "usecases": [{"setting": "QBT2_5", "name": "DMA"}]})"},
+           "usecases": [{"setting": "QBT2_5", "name": "DMA"}]})",
+       "size        52 bytes\nkind        settings\nfaults      none\nsettings    2\n"
+       "masters     1\n\nmaster  name\n     5  DMA\n"},
       {R"({"version": 1, "name": "CHIP", "settings": {"QBT2_7": "A"}})",
        R"({"kind": "device description", "bytes": 59, "device": "CHIP", "components": [],
-           "settings": 1, "masters": [7]})"},
+           "settings": 1, "masters": [7]})",
+       "size        59 bytes\nkind        device description\nfaults      none\n"
+       "device      CHIP\ncomponents  0\nsettings    1\nmasters     7\n"},
   };
   for (const auto& test : kCases) {
     Json expected = Json::parse(test.members);
     expected["file"] = at("x");
     EXPECT_EQ(info(put("x", test.bytes)), expected);
+    EXPECT_EQ(run_tool({"info", at("x")}).out, "file        " + at("x") + "\n" + test.text);
   }
 }
 
@@ -144,7 +203,7 @@ TEST_F(InfoCommandTest, ReportsWhatIsUnknownOrBad) {
   for (const auto& test : kCases) {
     const ToolResult result = run_tool({"info", put("x", test.bytes)});
     EXPECT_EQ(result.status, 1) << test.reason;
-    EXPECT_THAT(result.out, HasSubstr(std::string("kind: ") + test.kind + "\n"));
+    EXPECT_THAT(result.out, HasSubstr(std::string("kind        ") + test.kind + "\n"));
     EXPECT_THAT(result.err, HasSubstr(test.reason));
   }
 }

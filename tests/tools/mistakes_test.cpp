@@ -95,6 +95,8 @@ const Mistake kMistakes[] = {
     {"decode --framing marker-last marks.stp", 0, {}, {"would choose"}},
     {"info missing", 2, {"missing: cannot open"}, {}},
     {"info .", 2, {"is a directory"}, {}},
+    {"info soc.cfg --config small.cfg", 0, {"--config has no effect", "this is settings"}, {}},
+    {"info small.stp --config text", 2, {"qbt2: text: "}, {}},
     {"info - < bad.tdf", 2, {"standard input: is a trace data file", "found by seeking"}, {}},
     {"tdf list missing.tdf", 2, {"missing.tdf: "}, {}},
     {"tdf show /dev/null", 2, {"/dev/null: "}, {}},
