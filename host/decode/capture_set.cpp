@@ -39,9 +39,14 @@ CaptureOptions options_for(const InputFile& file, const DecodeRequest& request,
   return options;
 }
 
-/// Options that belong to another format than the one that was detected.
-void note_unused_options(const InputFile& file, CaptureFormat format, const DecodeRequest& request,
-                         RunObserver& observer) {
+/// Options that belong to another format than the one that was detected, and a format that was
+/// given for a file that looks like none.
+void note_doubts(InputFile& file, CaptureFormat format, const DecodeRequest& request,
+                 RunObserver& observer) {
+  if (request.input && file.is_regular() && !detect_capture_format(file)) {
+    const std::string hint = wrong_file_hint(file.peek(kDetectionBytes), FileUse::kCapture);
+    if (!hint.empty()) observer.on_notice(file.name(), hint);
+  }
   if (request.source_id && format != CaptureFormat::kFrames) {
     observer.on_notice(file.name(), "has no formatter frames: --atb-id is not used");
   }
@@ -64,7 +69,7 @@ std::vector<OpenCapture> open_captures(const DecodeRequest& request,
   for (OpenCapture& capture : captures) {
     InputFile& file = *capture.file;
     capture.format = format_of(file, request);
-    if (observer != nullptr) note_unused_options(file, capture.format, request, *observer);
+    if (observer != nullptr) note_doubts(file, capture.format, request, *observer);
     const CaptureOptions options = options_for(file, request, settings_source, observer);
     if (in_pieces && capture.format == CaptureFormat::kStp && file.is_regular()) {
       capture.pieces = std::make_unique<StpPieceCapture>(file, options);

@@ -71,6 +71,7 @@ const Mistake kMistakes[] = {
     {"decode .", 2, {"qbt2: .: is a directory"}, {}},
     {"decode text", 2, {"text: byte 0: not recognised as a capture: looks like text"}, {}},
     {"decode soc.gz", 2, {"looks like gzip data; unpack it: gzip -dc FILE | qbt2 decode -"}, {}},
+    {"decode --input stp soc.gz", 1, {"looks like gzip data", "no ASYNC"}, {}},
     {"decode soc.xz", 2, {"looks like xz data; unpack it: xz -dc FILE"}, {}},
     {"decode soc.cfg", 2, {"looks like settings; settings are given with --config"}, {}},
     {"decode bad.tdf", 2, {"looks like a trace data file; settings are given with --config"}, {}},
