@@ -1,8 +1,11 @@
 #pragma once
 
+#include <algorithm>
 #include <cstddef>
+#include <cstdlib>
 #include <cstring>
 #include <memory>
+#include <new>
 #include <string_view>
 
 /// A growing array of characters for formatters: space is reserved once for a whole row and filled
@@ -30,16 +33,20 @@ class TextBuffer {
 
  private:
   void grow(std::size_t bytes) {
-    const std::size_t wanted = size_ + bytes;
-    const std::size_t doubled = capacity_ * 2;
-    const std::size_t next = wanted > doubled ? wanted : doubled;
-    std::unique_ptr<char[]> bigger(new char[next]);
-    if (size_ != 0) std::memcpy(bigger.get(), data_.get(), size_);
-    data_ = std::move(bigger);
+    const std::size_t next = std::max(size_ + bytes, capacity_ + capacity_ / 2);
+    // realloc, as it need not copy a large text, and leaves no holes of the sizes on the way.
+    void* const bigger = std::realloc(data_.get(), next);
+    if (bigger == nullptr) throw std::bad_alloc();
+    static_cast<void>(data_.release());  // realloc has taken it
+    data_.reset(static_cast<char*>(bigger));
     capacity_ = next;
   }
 
-  std::unique_ptr<char[]> data_;
+  struct Free {
+    void operator()(char* data) const { std::free(data); }
+  };
+
+  std::unique_ptr<char, Free> data_;
   std::size_t size_ = 0;
   std::size_t capacity_ = 0;
 };

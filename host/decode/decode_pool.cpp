@@ -1,18 +1,23 @@
 #include "host/decode/decode_pool.h"
 
+#include <algorithm>
 #include <system_error>
 
 namespace qbt2 {
 namespace {
 
-// Enough that no worker waits for the calling thread, and little memory.
-constexpr std::size_t kJobsPerWorker = 2;
+// One that each worker works on, and enough in hand that none waits for the calling thread.
+// Finished text waits in them, so their number decides how much memory a run of many threads takes.
+constexpr std::size_t kMostJobsInHand = 3;
+
+std::size_t jobs_for(std::size_t workers) {
+  return workers == 1 ? 1 : workers + std::min(workers, kMostJobsInHand);
+}
 
 }  // namespace
 
 DecodePool::DecodePool(std::vector<std::unique_ptr<DecodeWorker>> workers)
-    : workers_(std::move(workers)),
-      slots_(workers_.size() == 1 ? 1 : workers_.size() * kJobsPerWorker) {
+    : workers_(std::move(workers)), slots_(jobs_for(workers_.size())) {
   try {
     for (std::size_t i = 1; i < workers_.size(); ++i) {
       threads_.emplace_back([this, i] { serve(*workers_[i]); });

@@ -8,7 +8,7 @@
 namespace qbt2 {
 namespace {
 
-constexpr std::size_t kRowsInBatch = 2048;
+constexpr std::size_t kRowsInBatch = 512;
 constexpr std::size_t kRejectionsKept = 20;
 
 // The decoder checks for room only before it writes a field, so a row can exceed the capacity by
