@@ -73,8 +73,9 @@ void note_repeated_keys(std::string_view text, std::vector<std::string>& notices
     }
     known->second = line.number;
   });
-  if (more != 0)
+  if (more != 0) {
     notices.push_back(counted(more, "more setting") + (more == 1 ? " is" : " are") + " set again");
+  }
 }
 
 }  // namespace
