@@ -55,6 +55,13 @@ std::vector<std::string> capture_notices(const CaptureCounts& counts) {
     notices.emplace_back("is empty");
   } else if (has_no_async(counts)) {
     notices.emplace_back("contains no ASYNC packet, so nothing in it can be decoded");
+  } else if (counts.stp_async_packets != 0 && counts.assembly.words == 0) {
+    std::string text = "contains no D32 or D64 packet, so there are no rows";
+    if (counts.assembly.ignored_packets != 0) {
+      text += " (D4, D8 and D16 packets, which are ignored: " +
+              std::to_string(counts.assembly.ignored_packets) + ")";
+    }
+    notices.push_back(text);
   }
   if (counts.assembly.source_errors != 0) {
     notices.push_back("the source lost trace (MERR and GERR packets: " +

@@ -41,6 +41,7 @@ std::vector<NamedFile> files_at_hand() {
       {"marks.stp", stp("FFFFFFFFFFFFFFFFFFFFF0 F003 105 6 00000064 FA 00000019 6 00000064 "
                         "FA 00000019 6 00000064")},
       {"timed.stp", stp(words + "E 2 64")},
+      {"bytes.stp", stp("FFFFFFFFFFFFFFFFFFFFF0 F003 105 4 64 4 19 FE")},
       {"shared.stp", stp(words + "FE F1 0105 6 00000064 6 00000019 FE")},
       {"small.cfg",
        "QBT2_6=DMA;1;4096;0;0;0;0;0;0;0;0;0;0;0;0\nQBT2_7=ISP;1;16;0;0;0;0;0;0;0;0;0;0;0;0\n"},
@@ -71,6 +72,7 @@ const Mistake kMistakes[] = {
     {"decode .", 2, {"qbt2: .: is a directory"}, {}},
     {"decode text", 2, {"text: byte 0: not recognised as a capture: looks like text"}, {}},
     {"decode soc.gz", 2, {"looks like gzip data; unpack it: gzip -dc FILE | qbt2 decode -"}, {}},
+    {"decode bytes.stp", 0, {"no D32 or D64 packet, so there are no rows (", "ignored: 2)"}, {}},
     {"decode --input stp soc.gz", 1, {"looks like gzip data", "no ASYNC"}, {}},
     {"decode soc.xz", 2, {"looks like xz data; unpack it: xz -dc FILE"}, {}},
     {"decode soc.cfg", 2, {"looks like settings; settings are given with --config"}, {}},
